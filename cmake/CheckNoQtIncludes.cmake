@@ -1,0 +1,16 @@
+# cmake -DDIR=<folder> -P CheckNoQtIncludes.cmake
+# Fails when a source file below DIR includes a Qt header (<QtCore/...>, <QString>, "QObject", ...).
+file(GLOB_RECURSE sources "${DIR}/*.h" "${DIR}/*.hpp" "${DIR}/*.cpp" "${DIR}/*.cc")
+set(offenders "")
+foreach(source IN LISTS sources)
+  file(STRINGS "${source}" lines REGEX "^[ \t]*#[ \t]*include[ \t]*[<\"](Qt[A-Za-z]*/|Q[A-Z][A-Za-z]*[>\"])")
+  foreach(line IN LISTS lines)
+    list(APPEND offenders "${source}: ${line}")
+  endforeach()
+endforeach()
+if(offenders)
+  list(JOIN offenders "\n" text)
+  message(FATAL_ERROR "Qt headers included in ${DIR}:\n${text}")
+endif()
+list(LENGTH sources count)
+message(STATUS "${count} files under ${DIR}, none includes Qt")

@@ -1,0 +1,307 @@
+#include "core/youtube_error.h"
+#include "core/youtube_parser.h"
+#include "core/youtube_parser_error.h"
+
+#include <boost/numeric/conversion/converter_policies.hpp>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+std::string read_page(const std::string& name)
+{
+    std::ifstream in(std::string(MELODRIFT_TEST_DATA) + "/watch/" + name, std::ios::binary);
+    EXPECT_TRUE(in) << name;
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// The youtube_error message a page raises, or "" when it raises none.
+std::string notice_of(const std::string& page)
+{
+    youtube_parser parser(page);
+    try {
+        parser.check_for_errors();
+    } catch (const youtube_error& e) {
+        return e.what();
+    }
+    return "";
+}
+
+std::string stream_page(const std::string& map, const std::string& rest = "")
+{
+    return "<script>var c = {\"args\": {\"url_encoded_fmt_stream_map\": \"" + map + "\", " + rest + "}};</script>";
+}
+
+} // namespace
+
+class WatchPage : public ::testing::Test {
+protected:
+    const std::string page = read_page("streams.html");
+    youtube_parser parser{page};
+};
+
+TEST_F(WatchPage, ReadsEveryStreamInPageOrder)
+{
+    ASSERT_TRUE(parser.parse());
+    ASSERT_EQ(parser.urls.size(), 5u);
+
+    const char* const itags[] = {"45", "22", "43", "18", "5"};
+    const char* const qualities[] = {"hd720", "hd720", "medium", "medium", "small"};
+    for (std::size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(parser.urls[i].get_param("itag"), itags[i]);
+        EXPECT_EQ(parser.urls[i].quality(), qualities[i]);
+        EXPECT_EQ(parser.urls[i].file(), "http://r4---sn-25g7rn7k.c.youtube.com/videoplayback");
+    }
+    EXPECT_EQ(parser.urls[0].type(), "video/webm;+codecs=\"vp8.0,+vorbis\"");
+    EXPECT_EQ(parser.urls[1].type(), "video/mp4;+codecs=\"avc1.64001F,+mp4a.40.2\"");
+}
+
+TEST_F(WatchPage, SignaturesComeFromSigOrS)
+{
+    ASSERT_TRUE(parser.parse());
+    EXPECT_EQ(parser.urls[0].get_param("signature"),
+              "4F1C3B2A9D0E8F7A6B5C4D3E2F1A0B9C8D7E6F5A.0B1C2D3E4F5A6B7C8D9E0F1A2B3C4D5E6F7A8B9C");
+    EXPECT_EQ(parser.urls[2].get_param("signature"),
+              "88A8C1D2E3F4A5B6C7D8E9F0A1B2C3D4E5F6A7B8C9.D0E1F2A3B4C5D6E7F8A9B0C1D2E3F4A5B6C7D8E9F0");
+    EXPECT_THROW((void)parser.urls[4].get_param("signature"), std::out_of_range);
+}
+
+TEST_F(WatchPage, PrintsTheStreamAddress)
+{
+    ASSERT_TRUE(parser.parse());
+    const std::string base =
+        "http://r4---sn-25g7rn7k.c.youtube.com/videoplayback?algorithm=throttle-factor&burst=40&expire=1353520800"
+        "&factor=1.25&fallback_host=tc.v6.cache5.c.youtube.com&fexp=900222&id=42a9736c7b2a520d&ip=203.0.113.7"
+        "&itag=5&key=yt1&quality=small&source=youtube"
+        "&sparams=algorithm%2Cburst%2Ccp%2Cfactor%2Cid%2Cip%2Cipbits%2Citag%2Csource%2Cexpire&";
+    EXPECT_EQ(parser.urls[4].url(), base + "type=video/x-flv&");
+    EXPECT_EQ(parser.urls[4].url_without_type(), base);
+}
+
+TEST_F(WatchPage, ReadsLengthThumbnailTitleAndDescription)
+{
+    ASSERT_TRUE(parser.parse());
+    EXPECT_EQ(parser.length_seconds, 213u);
+    EXPECT_EQ(parser.thumbnail, "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg");
+
+    // The title keeps the raw length, padded with zero bytes after the decoded text.
+    const std::string title = "Tom & Jerry \xE2\x80\x93 \"The Chase\"";
+    const std::string raw_title = "Tom &amp; Jerry &#8211; &quot;The Chase&quot;";
+    EXPECT_EQ(parser.title.size(), raw_title.size());
+    EXPECT_EQ(parser.title.substr(0, title.size()), title);
+    EXPECT_EQ(parser.title.substr(title.size()), std::string(raw_title.size() - title.size(), '\0'));
+
+    // The description is decoded in place: after its zero byte the raw text goes on.
+    const std::string description = "Caf\xC3\xA9 scenes & a long chase \xE2\x80\x94 music \xC2\xA9 2012 by \"The Band\". Enjoy!";
+    const std::string raw_description =
+        "Caf&eacute; scenes &amp; a long chase &#x2014; music &copy; 2012 by &quot;The Band&quot;. Enjoy!";
+    EXPECT_EQ(parser.description.size(), raw_description.size());
+    EXPECT_STREQ(parser.description.c_str(), description.c_str());
+    EXPECT_EQ(parser.description.substr(description.size() + 1), raw_description.substr(description.size() + 1));
+}
+
+TEST(WatchPageNotices, EachNoticeBecomesAYoutubeError)
+{
+    EXPECT_EQ(notice_of(read_page("notice_unavailable.html")), "This video has been removed by the user.");
+    EXPECT_EQ(notice_of(read_page("notice_player_unavailable.html")), "This video is private.");
+    // " \" " goes wherever it stands, joining the words around it.
+    EXPECT_EQ(notice_of(read_page("notice_unrated.html")),
+              "This video may be inappropriate for some users. To view it,sign inand confirm your age.");
+    EXPECT_EQ(notice_of(read_page("notice_verify_age.html")),
+              "This video may contain content that is inappropriate for some users, as flagged by YouTube's user "
+              "community.");
+    EXPECT_EQ(notice_of(read_page("streams.html")), "");
+}
+
+TEST(WatchPageNotices, ParseStopsAtTheNoticeWithNothingFilled)
+{
+    const std::string page = read_page("notice_player_unavailable.html") + stream_page("url=http://h/p");
+    youtube_parser parser(page);
+    EXPECT_THROW(parser.parse(), youtube_error);
+    EXPECT_TRUE(parser.urls.empty());
+    EXPECT_TRUE(parser.title.empty());
+}
+
+TEST(WatchPageNotices, LaterNoticeInTheListWins)
+{
+    const std::string unavailable = R"(<div id="unavailable-message"><div class="yt-alert-message">
+Removed.</div>)";
+    const std::string unrated = R"(<span class="yt-badge-rating-signal yt-badge-rating-signal-unrated">U</span>
+<p class="rating-info">Unrated.</p>)";
+    EXPECT_EQ(notice_of(unrated + unavailable), "Unrated.");
+    EXPECT_EQ(notice_of(unavailable + unrated), "Unrated.");
+}
+
+TEST(WatchPageNotices, VerifyNoticeDropsQuoteReferencesOnly)
+{
+    EXPECT_EQ(notice_of(R"(<div id="verify-details"><p class="rating-info">Content &#8220;x&#8221; is </p>)"),
+              "Content x is");
+    // Only the fourth notice loses its quote references.
+    EXPECT_EQ(notice_of(R"(<span class="yt-badge-rating-signal yt-badge-rating-signal-unrated">
+<p class="rating-info">&#8220;x&#8221;</p>)"),
+              "&#8220;x&#8221;");
+}
+
+TEST(WatchPageNotices, IncompleteNoticesAreIgnored)
+{
+    // Second marker missing, end marker missing, second marker only before the first.
+    EXPECT_EQ(notice_of(R"(<div id="unavailable-message"><div>Removed.</div>)"), "");
+    EXPECT_EQ(notice_of("<div id=\"watch7-player-unavailable\"><h1 class=\"message\">\nPrivate."), "");
+    EXPECT_EQ(notice_of(R"(<p class="rating-info">Old.</p><div id="verify-details">)"), "");
+    // The marker at the very end: the text would start past the page.
+    EXPECT_EQ(notice_of(R"(<div id="unavailable-message"><div class="yt-alert-message">)"), "");
+}
+
+TEST(WatchPageNotices, EmptyOrBlankNoticeText)
+{
+    // An empty text raises nothing; a blank one raises an empty message.
+    EXPECT_EQ(notice_of(R"(<div id="verify-details"><p class="rating-info"></p>)"), "");
+    const std::string blank = R"(<div id="verify-details"><p class="rating-info">   </p>)";
+    youtube_parser blank_parser(blank);
+    EXPECT_THROW(blank_parser.check_for_errors(), youtube_error);
+}
+
+TEST(WatchPageStreams, RtmpeOnlyPageRaisesAfterEarlierStreams)
+{
+    const std::string page = read_page("rtmpe_only.html");
+    youtube_parser parser(page);
+    try {
+        parser.parse();
+        FAIL() << "expected youtube_error";
+    } catch (const youtube_error& e) {
+        EXPECT_STREQ(e.what(), "rtmpe: that video is only available over rtmpe.");
+    }
+    EXPECT_TRUE(parser.urls.empty());
+    EXPECT_TRUE(parser.title.empty());
+
+    const std::string mixed = stream_page(R"(url=http%3A%2F%2Fh%2Fa\u0026quality=small,conn=rtmpe%3A%2F%2Fh)");
+    youtube_parser mixed_parser(mixed);
+    EXPECT_THROW(mixed_parser.parse(), youtube_error);
+    EXPECT_EQ(mixed_parser.urls.size(), 1u);
+}
+
+TEST(WatchPageStreams, PageWithoutStreamMapLeavesEverythingEmpty)
+{
+    const std::string page = read_page("no_stream_map.html");
+    youtube_parser parser(page);
+    EXPECT_FALSE(parser.parse());
+    EXPECT_TRUE(parser.urls.empty());
+    EXPECT_TRUE(parser.title.empty());
+    EXPECT_TRUE(parser.description.empty());
+    EXPECT_TRUE(parser.thumbnail.empty());
+    EXPECT_EQ(parser.length_seconds, 0u);
+}
+
+TEST(WatchPageStreams, EntriesAreUnescapedBeforeSplitting)
+{
+    // "%26" becomes "&" first, so the descriptor sees "url=a" and "b".
+    const std::string page = stream_page("url=a%26b");
+    youtube_parser parser(page);
+    ASSERT_TRUE(parser.parse());
+    ASSERT_EQ(parser.urls.size(), 1u);
+    EXPECT_EQ(parser.urls[0].file(), "a");
+    EXPECT_EQ(parser.urls[0].url(), "a?a=a&b=b&");
+}
+
+TEST(WatchPageStreams, UnusableEntriesAreSkipped)
+{
+    // A blank ends the unescaping: "itag=18 x..." keeps just "itag=18", which has no address.
+    const std::string page =
+        stream_page(R"(itag=18 x\u0026url=http%3A%2F%2Fh%2Fskipped,,fallback_host=tc,url=http%3A%2F%2Fh%2Fkept)");
+    youtube_parser parser(page);
+    ASSERT_TRUE(parser.parse());
+    ASSERT_EQ(parser.urls.size(), 1u);
+    EXPECT_EQ(parser.urls[0].file(), "http://h/kept");
+}
+
+TEST(WatchPageStreams, EntryWithUrlTextButNoAddressThrows)
+{
+    const std::string page = stream_page(R"(url=http%3A%2F%2Fh%2Fa,curl=1)");
+    youtube_parser parser(page);
+    EXPECT_THROW(parser.parse(), std::out_of_range);
+    ASSERT_EQ(parser.urls.size(), 2u);
+    EXPECT_EQ(parser.urls[1].file(), "");
+}
+
+TEST(WatchPageStreams, WideEscapeThrowsOverflowKeepingEarlierStreams)
+{
+    const std::string page = stream_page(R"(url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fcaf\u00e9)");
+    youtube_parser parser(page);
+    EXPECT_THROW(parser.parse(), boost::numeric::positive_overflow);
+    EXPECT_EQ(parser.urls.size(), 1u);
+}
+
+TEST(WatchPageStreams, MapWithoutClosingQuoteRunsToPageEnd)
+{
+    const std::string page = R"("url_encoded_fmt_stream_map": "url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fb)";
+    youtube_parser parser(page);
+    ASSERT_TRUE(parser.parse());
+    ASSERT_EQ(parser.urls.size(), 2u);
+    EXPECT_EQ(parser.urls[1].file(), "http://h/b");
+}
+
+TEST(WatchPageLength, ReadsTheNumberUpToCommaOrBrace)
+{
+    const auto length_of = [](const std::string& tail) {
+        const std::string page = stream_page("", tail);
+        youtube_parser parser(page);
+        parser.parse();
+        return parser.length_seconds;
+    };
+    EXPECT_EQ(length_of(R"("length_seconds": 61, "x": 1)"), 61u);
+    EXPECT_EQ(length_of(R"("length_seconds": 18446744073709551615)"), 18446744073709551615u);
+    EXPECT_EQ(length_of(R"("length_second": 61)"), 0u);
+
+    const std::string at_end = stream_page("") + R"("length_seconds": 7)";
+    youtube_parser parser(at_end);
+    parser.parse();
+    EXPECT_EQ(parser.length_seconds, 7u);
+}
+
+TEST(WatchPageLength, AnythingButAWholeUnsignedNumberIsAParserError)
+{
+    for (const char* text : {R"("61")", " 61", "61 ", "", "-1", "6.1", "18446744073709551616", "0x3D"}) {
+        const std::string page = stream_page("url=http%3A%2F%2Fh%2Fa", std::string(R"("length_seconds": )") + text + ",");
+        youtube_parser parser(page);
+        try {
+            parser.parse();
+            ADD_FAILURE() << "accepted [" << text << "]";
+        } catch (const youtube_parser_error& e) {
+            EXPECT_EQ(std::string(e.what()),
+                      std::string("bad lexical cast: source type value could not be interpreted as target -> [") +
+                          text + "]");
+            EXPECT_EQ(e.page(), page);
+            EXPECT_EQ(parser.urls.size(), 1u);
+        }
+    }
+}
+
+TEST(WatchPageTitle, RawTitleRunsToTheNextQuoteOrThePageEnd)
+{
+    const std::string plain = stream_page("") + R"(<meta property="og:title" content="Plain title">)";
+    youtube_parser parser(plain);
+    parser.parse();
+    EXPECT_EQ(parser.title, "Plain title");
+
+    const std::string open = stream_page("") + R"(<meta property="og:title" content="Tom &amp; Jerry)";
+    youtube_parser open_parser(open);
+    open_parser.parse();
+    EXPECT_EQ(open_parser.title, std::string("Tom & Jerry\0\0\0\0", 15));
+}
+
+TEST(WatchPageTitle, ThumbnailAndDescriptionRunToTheirEndMarker)
+{
+    const std::string page = stream_page("") +
+                             R"(<link itemprop="thumbnailUrl" href="http://i/x.jpg?a=1"><meta name="description" )"
+                             R"(content="a "quoted" &lt;word&gt;">)";
+    youtube_parser parser(page);
+    parser.parse();
+    EXPECT_EQ(parser.thumbnail, "http://i/x.jpg?a=1");
+    EXPECT_STREQ(parser.description.c_str(), "a \"quoted\" <word>");
+}

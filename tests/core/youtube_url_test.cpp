@@ -1,0 +1,110 @@
+#include "core/youtube_url.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace {
+
+youtube_url parsed(const std::string& entry)
+{
+    youtube_url u(entry);
+    u.parse();
+    return u;
+}
+
+void expect_key_not_found(const auto& call)
+{
+    try {
+        call();
+        FAIL() << "expected std::out_of_range";
+    } catch (const std::out_of_range& e) {
+        EXPECT_STREQ(e.what(), "map::at:  key not found");
+    }
+}
+
+} // namespace
+
+TEST(YoutubeUrl, SplitsAddressAndPrintsParametersInKeyOrder)
+{
+    const auto u = parsed("url=http://h/p?a=1&itag=18&sig=XYZ&type=video/mp4&quality=medium");
+    EXPECT_EQ(u.file(), "http://h/p");
+    EXPECT_EQ(u.url(), "http://h/p?a=1&itag=18&quality=medium&signature=XYZ&type=video/mp4&");
+    EXPECT_EQ(u.url_without_type(), "http://h/p?a=1&itag=18&quality=medium&signature=XYZ&");
+    EXPECT_EQ(u.type(), "video/mp4");
+    EXPECT_EQ(u.quality(), "medium");
+    EXPECT_EQ(u.params().count("url"), 0u);
+}
+
+TEST(YoutubeUrl, SameParametersInAnotherOrderPrintTheSameAddress)
+{
+    EXPECT_EQ(parsed("quality=small&url=http://h/p?b=2&a=1").url(), parsed("url=http://h/p?a=1&quality=small&b=2").url());
+}
+
+TEST(YoutubeUrl, AddressQueryOverridesEntryParameters)
+{
+    // The address's own first parameter is read after every token of the entry.
+    const auto u = parsed("itag=5&url=http://h/p?itag=18");
+    EXPECT_EQ(u.get_param("itag"), "18");
+    EXPECT_EQ(parsed("url=http://h/p?s=FROM_ADDRESS&sig=FROM_ENTRY").get_param("signature"), "FROM_ADDRESS");
+}
+
+TEST(YoutubeUrl, SignatureKeysAreRenamedValuesKeptAsTheyCame)
+{
+    EXPECT_EQ(parsed("url=http://h/p&s=A%2FB.C").get_param("signature"), "A%2FB.C");
+    EXPECT_EQ(parsed("sig=ABC&url=http://h/p").get_param("signature"), "ABC");
+    EXPECT_EQ(parsed("url=http://h/p?x=1&sig=1&s=2").get_param("signature"), "2");
+}
+
+TEST(YoutubeUrl, AddressWithoutQuestionMarkIsAlsoReadAsQuery)
+{
+    const auto u = parsed("url=http://h/p&itag=5");
+    EXPECT_EQ(u.file(), "http://h/p");
+    EXPECT_EQ(u.get_param("http://h/p"), "http://h/p");
+    EXPECT_EQ(u.url(), "http://h/p?http://h/p=http://h/p&itag=5&");
+}
+
+TEST(YoutubeUrl, EmptyAndBareTokensBecomeParameters)
+{
+    youtube_url u("");
+    u.parse_query("a&&b");
+    EXPECT_EQ(u.params().size(), 3u);
+    EXPECT_EQ(u.get_param(""), "");
+    EXPECT_EQ(u.get_param("a"), "a");
+    EXPECT_EQ(u.url(), "?=&a=a&b=b&");
+
+    youtube_url empty("");
+    empty.parse_query("");
+    EXPECT_EQ(empty.url(), "?=&");
+
+    youtube_url equals("");
+    equals.parse_query("k=v=w&=x");
+    EXPECT_EQ(equals.get_param("k"), "v=w");
+    EXPECT_EQ(equals.get_param(""), "x");
+}
+
+TEST(YoutubeUrl, NoParametersPrintsJustTheQuestionMark)
+{
+    EXPECT_EQ(youtube_url("url=x").url(), "?");
+}
+
+TEST(YoutubeUrl, MissingKeysThrowOutOfRange)
+{
+    youtube_url no_address("itag=18&quality=small");
+    expect_key_not_found([&] { no_address.parse(); });
+    EXPECT_EQ(no_address.file(), "");
+    EXPECT_EQ(no_address.get_param("itag"), "18");
+
+    const auto u = parsed("url=http://h/p?itag=18");
+    expect_key_not_found([&] { (void)u.type(); });
+    expect_key_not_found([&] { (void)u.quality(); });
+    expect_key_not_found([&] { (void)u.get_param("url"); });
+    EXPECT_EQ(u.url_without_type(), u.url());
+}
+
+TEST(YoutubeUrl, KeyNamedLikeTypeButLongerIsKept)
+{
+    const auto u = parsed("url=http://h/p?type=a&typex=b&ty=c");
+    EXPECT_EQ(u.url_without_type(), "http://h/p?ty=c&typex=b&");
+}

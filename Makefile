@@ -55,7 +55,8 @@ fuzz: build-asan
 	@for f in $(ASAN_DIR)/fuzz/fuzz_*; do \
 	  name=$$(basename $$f); name=$${name#fuzz_}; \
 	  echo "== $$name for $(FUZZ_SECONDS) s"; \
-	  $(SANITIZER_ENV) $$f -max_total_time=$(FUZZ_SECONDS) -artifact_prefix=fuzz/artifacts/ \
+	  dict=; [ -f fuzz/$$name.dict ] && dict=-dict=fuzz/$$name.dict; \
+	  $(SANITIZER_ENV) $$f -max_total_time=$(FUZZ_SECONDS) -artifact_prefix=fuzz/artifacts/ $$dict \
 	    fuzz/corpus/$$name tests/data || exit 1; \
 	done
 

@@ -1,6 +1,7 @@
 // Throughput of the watch-page parser on a 1 MiB page whose stream map sits near
 // the end, as on the service's pages (the head first, the related videos, then the
 // player configuration). The parts show where the time goes.
+#include "core/html_entities.h"
 #include "core/youtube_parser.h"
 
 #include <benchmark/benchmark.h>
@@ -147,6 +148,19 @@ void BM_FindAbsent_Memmem(benchmark::State& state)
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * page().size()));
 }
 BENCHMARK(BM_FindAbsent_Memmem);
+
+// The decoder on text that a hostile page could put in a description: many "&"
+// and a single ";" at the end. Stays linear.
+void BM_DecodeManyAmpersands(benchmark::State& state)
+{
+    std::string text(static_cast<std::size_t>(state.range(0)), '&');
+    text += ';';
+    std::string buffer(text.size() + 1, '\0');
+    for (auto _ : state)
+        benchmark::DoNotOptimize(decode_html_entities_utf8(buffer.data(), text.c_str()));
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+}
+BENCHMARK(BM_DecodeManyAmpersands)->Arg(1 << 16)->Arg(1 << 20);
 
 } // namespace
 

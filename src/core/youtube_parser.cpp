@@ -116,7 +116,7 @@ void youtube_parser::check_for_errors()
         if (first == npos)
             continue;
         const size_type second = find_text(html, n.second, first);
-        if (second == npos || second + n.text_offset > html.size())
+        if (second == npos)
             continue;
         const size_type start = second + n.text_offset;
         const size_type end = find_text(html, n.text_end, start);

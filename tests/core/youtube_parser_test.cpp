@@ -138,6 +138,14 @@ Removed.</div>)";
     EXPECT_EQ(notice_of(unavailable + unrated), "Unrated.");
 }
 
+TEST(WatchPageNotices, FirstTwoNoticesSkipOneByteAfterTheirTag)
+{
+    // The service writes a line break there; whatever stands there is dropped.
+    EXPECT_EQ(notice_of(R"(<div id="unavailable-message"><div class="yt-alert-message">XGone.</div>)"), "Gone.");
+    EXPECT_EQ(notice_of(R"(<div id="watch7-player-unavailable"><h1 class="message">XPrivate.</h1>)"), "Private.");
+    EXPECT_EQ(notice_of(R"(<div id="verify-details"><p class="rating-info">XAge.</p>)"), "XAge.");
+}
+
 TEST(WatchPageNotices, VerifyNoticeDropsQuoteReferencesOnly)
 {
     EXPECT_EQ(notice_of(R"(<div id="verify-details"><p class="rating-info">Content &#8220;x&#8221; is </p>)"),

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "core/parser_result.h"
 #include "core/youtube_url.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +30,16 @@ public:
     bool parse_url_encoded_fmt_stream_map(std::string::size_type pos);
     void parse_thumbnail();
     void parse_description();
+
+    // The page parsed here into a new record. Throws what parse() throws, and
+    // std::out_of_range for a stream without "quality" or "type".
+    static std::shared_ptr<parser_result> parse_html(const std::string& html);
+    // The page posted to the parser service at service_url. youtube_error (the
+    // service's or the page's notice) always reaches the caller; on any other
+    // failure, with fallback the page is parsed here, without it a plain
+    // std::exception is thrown ("unknown parser error." for non-standard ones).
+    static std::shared_ptr<parser_result> parse_html_remote(const std::string& html, const std::string& service_url,
+                                                            bool fallback);
 
     // Percent-decodes in into out. Stops with false at a malformed escape or at a
     // byte that has no business in a query (out keeps what was decoded before it).

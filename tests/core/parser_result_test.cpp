@@ -1,0 +1,111 @@
+#include "core/parser_result.h"
+
+#include <boost/archive/archive_exception.hpp>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+parser_result two_streams()
+{
+    parser_result r;
+    r.title = std::string("Tom & Jerry \xE2\x80\x93 \"The Chase\"\0\0\0", 30);
+    r.description = "Two lines:\nfirst & second";
+    r.thumbnail = "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg";
+    r.length_seconds = 213;
+    r.urls.push_back({"http://r4.c.youtube.com/videoplayback?itag=22&quality=hd720&signature=9A8B.C7D6&type=video/"
+                      "mp4;+codecs=\"avc1.64001F,+mp4a.40.2\"&",
+                      "hd720", "video/mp4;+codecs=\"avc1.64001F,+mp4a.40.2\""});
+    r.urls.push_back(
+        {"http://r4.c.youtube.com/videoplayback?itag=5&quality=small&type=video/x-flv&", "small", "video/x-flv"});
+    return r;
+}
+
+std::string fixture()
+{
+    std::ifstream in(std::string(MELODRIFT_TEST_DATA) + "/parser_result/two_streams.archive", std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+bool refused(const std::string& text)
+{
+    parser_result r;
+    try {
+        load_parser_result(text, r);
+    } catch (const boost::archive::archive_exception&) {
+        return true;
+    }
+    return false;
+}
+
+const std::string header = "22 serialization::archive 18 ";
+
+} // namespace
+
+TEST(ParserResultArchive, WireFormatIsFixed)
+{
+    // Written once by the library's own text archive; reading and writing must
+    // both keep to it, whatever changes in the code.
+    const std::string text = fixture();
+    ASSERT_FALSE(text.empty());
+    parser_result read;
+    load_parser_result(text, read);
+    EXPECT_EQ(read, two_streams());
+    EXPECT_EQ(save_parser_result(two_streams()), text);
+}
+
+TEST(ParserResultArchive, ArchiveOrderDiffersFromFieldOrder)
+{
+    // title, description, thumbnail, length, then the streams.
+    parser_result r;
+    r.title = "T";
+    r.description = "D";
+    r.thumbnail = "H";
+    r.length_seconds = 7;
+    r.urls.push_back({"U", "Q", "Y"});
+    const std::string text = save_parser_result(r);
+    EXPECT_NE(text.find("1 T 1 D 1 H 7 0 0 1 0 0 0 1 U 1 Q 1 Y"), std::string::npos) << text;
+}
+
+TEST(ParserResultArchive, RoundTripsEmptyAndManyStreams)
+{
+    parser_result empty;
+    parser_result read_empty;
+    read_empty.title = "stale";
+    load_parser_result(save_parser_result(empty), read_empty);
+    EXPECT_EQ(read_empty, empty);
+
+    parser_result many;
+    many.urls.resize(5000);
+    parser_result read_many;
+    load_parser_result(save_parser_result(many), read_many);
+    EXPECT_EQ(read_many.urls.size(), 5000u);
+}
+
+TEST(ParserResultArchive, LengthsAndCountsBeyondTheTextAreRefused)
+{
+    // Declared string length of a terabyte, in a text of a few bytes.
+    EXPECT_TRUE(refused(header + "0 0 1099511627776 abc"));
+    // One byte more than there is.
+    EXPECT_TRUE(refused(header + "0 0 4 abc"));
+    EXPECT_FALSE(refused(header + "0 0 3 abc 0  0  0 0 0 0 0"));
+    // A stream count that the rest could not hold.
+    EXPECT_TRUE(refused(header + "0 0 0  0  0  0 0 0 1000000000000 0"));
+    EXPECT_TRUE(refused(header + "0 0 0  0  0  0 0 0 3 0 0 0 0  0  0  "));
+    EXPECT_TRUE(refused(header + "0 0 0  0  0  0 0 0 18446744073709551615 0"));
+}
+
+TEST(ParserResultArchive, MalformedTextIsRefused)
+{
+    const std::string good = fixture();
+    EXPECT_TRUE(refused(""));
+    EXPECT_TRUE(refused("DONE"));
+    EXPECT_TRUE(refused("22 serialization::archive 99 0 0 0  0  0  0 0 0 0 0"));
+    EXPECT_TRUE(refused("22 serialization::nonsense 18 0 0"));
+    EXPECT_TRUE(refused(good.substr(0, good.size() / 2)));
+    EXPECT_TRUE(refused(header + "0 0 x"));
+}

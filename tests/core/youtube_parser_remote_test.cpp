@@ -1,0 +1,155 @@
+#include "core/youtube_error.h"
+#include "core/youtube_parser.h"
+
+#include "scripted_server.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <typeinfo>
+
+namespace {
+
+std::string read_data(const std::string& name)
+{
+    std::ifstream in(std::string(MELODRIFT_TEST_DATA) + "/" + name, std::ios::binary);
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::string reply(const std::string& body)
+{
+    return "HTTP/1.0 200 OK\r\nContent-Type: text/plain\r\n\r\n" + body;
+}
+
+const std::string service_path = "/cgi-bin/zor.parser";
+
+// Runs f and returns the exception it throws, or a null pointer.
+template <typename F>
+std::exception_ptr thrown_by(F f)
+{
+    try {
+        f();
+    } catch (...) {
+        return std::current_exception();
+    }
+    return nullptr;
+}
+
+} // namespace
+
+class ParserExchange : public ::testing::Test {
+protected:
+    const std::string page = read_data("watch/streams.html");
+    const std::shared_ptr<parser_result> local = youtube_parser::parse_html(page);
+};
+
+TEST_F(ParserExchange, LocalParseCopiesTheParser)
+{
+    ASSERT_EQ(local->urls.size(), 5u);
+    EXPECT_EQ(local->length_seconds, 213u);
+    EXPECT_EQ(local->thumbnail, "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg");
+    EXPECT_STREQ(local->title.c_str(), "Tom & Jerry \xE2\x80\x93 \"The Chase\"");
+    EXPECT_EQ(local->urls[4].quality, "small");
+    EXPECT_EQ(local->urls[4].type, "video/x-flv");
+    youtube_parser parser(page);
+    parser.parse();
+    EXPECT_EQ(local->urls[1].url, parser.urls[1].url());
+}
+
+TEST_F(ParserExchange, LocalParseOfPagesWithoutStreamsOrLabels)
+{
+    const std::string no_map = read_data("watch/no_stream_map.html");
+    EXPECT_EQ(*youtube_parser::parse_html(no_map), parser_result());
+
+    const std::string unlabelled = R"("url_encoded_fmt_stream_map": "url=http%3A%2F%2Fh%2Fp\u0026type=video%2Fmp4")";
+    EXPECT_THROW(youtube_parser::parse_html(unlabelled), std::out_of_range);
+}
+
+TEST_F(ParserExchange, DoneReplyIsTheRecordAndThePageIsPostedAsIs)
+{
+    const std::string archive = read_data("parser_result/two_streams.archive");
+    scripted_server service(reply("DONE: " + archive));
+    const auto result = youtube_parser::parse_html_remote(page, service.url(service_path), true);
+    ASSERT_EQ(result->urls.size(), 2u);
+    EXPECT_EQ(result->urls[0].quality, "hd720");
+    EXPECT_EQ(result->urls[1].quality, "small");
+    EXPECT_EQ(result->length_seconds, 213u);
+
+    EXPECT_EQ(service.requests().at(0), "POST /cgi-bin/zor.parser HTTP/1.0\r\nHost: 127.0.0.1:" +
+                                            std::to_string(service.port()) + "\r\nAccept: */*\r\nContent-Length: " +
+                                            std::to_string(page.size()) +
+                                            "\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n" + page);
+}
+
+TEST_F(ParserExchange, DoneReplyOfAnyRecord)
+{
+    parser_result sent;
+    sent.title = "Served";
+    sent.length_seconds = 18446744073709551615u;
+    sent.urls.push_back({"http://h/a?", "medium", "video/webm"});
+    scripted_server service(reply("DONE: " + save_parser_result(sent)));
+    EXPECT_EQ(*youtube_parser::parse_html_remote(page, service.url(service_path), false), sent);
+}
+
+TEST_F(ParserExchange, ServiceVerdictIsFinalEvenWithFallback)
+{
+    scripted_server service(reply("YERR: This video is private."));
+    for (const bool fallback : {true, false}) {
+        try {
+            youtube_parser::parse_html_remote(page, service.url(service_path), fallback);
+            ADD_FAILURE() << "no youtube_error";
+        } catch (const youtube_error& e) {
+            EXPECT_STREQ(e.what(), "This video is private.");
+        }
+    }
+}
+
+TEST_F(ParserExchange, FailuresFallBackToTheLocalParse)
+{
+    const std::string broken_archive = "DONE: 22 serialization::archive 18 0 0 999999999 x";
+    scripted_server unknown(reply("DONE"));
+    scripted_server empty(reply(""));
+    scripted_server garbage(reply("<html>Internal error</html>"));
+    scripted_server malformed(reply(broken_archive));
+    scripted_server failing("HTTP/1.0 500 Internal Server Error\r\n\r\nYERR: not a verdict");
+    scripted_server bad_status("HTTP/1.0 200\r\n\r\nDONE: ");
+    const std::string down = "http://127.0.0.1:" + std::to_string(scripted_server::closed_port()) + service_path;
+
+    for (const std::string& address : {unknown.url(service_path), empty.url(service_path), garbage.url(service_path),
+                                       malformed.url(service_path), failing.url(service_path),
+                                       bad_status.url(service_path), down, std::string("not an address"),
+                                       std::string("ftp://127.0.0.1/zor.parser")}) {
+        EXPECT_EQ(*youtube_parser::parse_html_remote(page, address, true), *local) << address;
+
+        // Without the fallback only the plain base type escapes, with its generic text.
+        const std::exception_ptr error = thrown_by([&] { youtube_parser::parse_html_remote(page, address, false); });
+        ASSERT_TRUE(error) << address;
+        try {
+            std::rethrow_exception(error);
+        } catch (const std::exception& e) {
+            EXPECT_EQ(typeid(e), typeid(std::exception)) << address;
+        }
+    }
+}
+
+TEST_F(ParserExchange, OversizedReplyFallsBack)
+{
+    // 64 MiB of reply and one byte more.
+    scripted_server service(reply("DONE: " + std::string(64 * 1024 * 1024 - 5, ' ')));
+    EXPECT_EQ(*youtube_parser::parse_html_remote(page, service.url(service_path), true), *local);
+}
+
+TEST_F(ParserExchange, LocalParseErrorsReachTheCaller)
+{
+    const std::string notice = read_data("watch/notice_player_unavailable.html");
+    scripted_server service(reply("garbage"));
+    try {
+        youtube_parser::parse_html_remote(notice, service.url(service_path), true);
+        ADD_FAILURE() << "no youtube_error";
+    } catch (const youtube_error& e) {
+        EXPECT_STREQ(e.what(), "This video is private.");
+    }
+}

@@ -5,9 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <fstream>
 #include <sstream>
+#include <thread>
 #include <typeinfo>
+#include <vector>
 
 namespace {
 
@@ -152,4 +155,28 @@ TEST_F(ParserExchange, LocalParseErrorsReachTheCaller)
     } catch (const youtube_error& e) {
         EXPECT_STREQ(e.what(), "This video is private.");
     }
+}
+
+TEST_F(ParserExchange, SeveralExchangesAtOnce)
+{
+    parser_result sent;
+    sent.title = "Concurrent";
+    sent.urls.push_back({"http://h/a?", "small", "video/x-flv"});
+    scripted_server service(reply("DONE: " + save_parser_result(sent)));
+    const std::string down = "http://127.0.0.1:" + std::to_string(scripted_server::closed_port()) + service_path;
+
+    std::vector<std::thread> workers;
+    std::atomic<int> right{0};
+    for (int i = 0; i < 4; ++i)
+        workers.emplace_back([&, i] {
+            for (int round = 0; round < 5; ++round) {
+                const bool remote = (i + round) % 2 == 0;
+                const auto result = youtube_parser::parse_html_remote(page, remote ? service.url(service_path) : down, true);
+                if (*result == (remote ? sent : *local))
+                    ++right;
+            }
+        });
+    for (auto& w : workers)
+        w.join();
+    EXPECT_EQ(right, 20);
 }

@@ -1,5 +1,6 @@
 #include "core/fetch/http_response_parser.h"
 
+#include <algorithm>
 #include <array>
 #include <strings.h>
 
@@ -84,7 +85,7 @@ bool is_value_byte(char c)
 
 } // namespace
 
-bool parse_status_line(std::string_view line, int& status)
+bool http_response_parser::parse_status_line(std::string_view line, int& status)
 {
     cursor in(line);
     if (!in.take("HTTP/") || !take_digits(in) || !in.take('.') || !take_digits(in) || !in.take(' '))
@@ -103,7 +104,7 @@ bool parse_status_line(std::string_view line, int& status)
     return true;
 }
 
-bool parse_headers(std::string_view block, response_headers& headers)
+bool http_response_parser::parse_headers(std::string_view block, response_headers& headers)
 {
     cursor in(block);
     std::string_view name;
@@ -144,6 +145,39 @@ bool parse_headers(std::string_view block, response_headers& headers)
         }
         if (!in.take("\r\n"))
             return false;
+    }
+}
+
+http_response_parser::result http_response_parser::parse(std::string_view received)
+{
+    for (;;) {
+        if (line_end_ == std::string_view::npos) {
+            // Earlier bytes were searched already; a "\r\n" may straddle the boundary.
+            line_end_ = received.find("\r\n", std::max(searched_, start_ + 1) - 1);
+            if (line_end_ == std::string_view::npos || line_end_ + 2 > max_head_bytes) {
+                searched_ = received.size();
+                return received.size() > max_head_bytes ? result::malformed_status_line : result::need_more;
+            }
+            if (!parse_status_line(received.substr(start_, line_end_ + 2 - start_), status_))
+                return result::malformed_status_line;
+            searched_ = line_end_;
+        }
+
+        // Searching from the status line's own "\r\n" also finds an empty block.
+        const std::size_t block_end = received.find("\r\n\r\n", std::max(searched_, line_end_ + 3) - 3);
+        if (block_end == std::string_view::npos || block_end + 4 > max_head_bytes) {
+            searched_ = received.size();
+            return received.size() > max_head_bytes ? result::malformed_headers : result::need_more;
+        }
+        headers_ = {};
+        if (!parse_headers(received.substr(line_end_ + 2, block_end + 2 - line_end_), headers_))
+            return result::malformed_headers;
+
+        start_ = block_end + 4;
+        searched_ = start_;
+        line_end_ = std::string_view::npos;
+        if (status_ != 100)
+            return result::done;
     }
 }
 

@@ -25,9 +25,6 @@ namespace asio = boost::asio;
 using boost::system::error_code;
 using clock_type = std::chrono::steady_clock;
 
-// A status line and header block longer than this is no reply we can use.
-constexpr std::size_t max_header_bytes = 64 * 1024;
-
 clock_type::time_point deadline_after(std::size_t ms)
 {
     // A year is as good as forever, and keeps the sum from overflowing.
@@ -150,23 +147,6 @@ struct istreambuf::connection {
             deadline);
     }
 
-    // Reads until delimiter appears at or after from; sets found to its position.
-    error_code read_until(std::string_view delimiter, std::size_t from, std::size_t& found,
-                          clock_type::time_point deadline, http::errc::errc_t too_long)
-    {
-        for (;;) {
-            found = pending.find(delimiter, from);
-            if (found != std::string::npos)
-                return {};
-            if (pending.size() >= max_header_bytes)
-                return too_long;
-            std::size_t n = 0;
-            if (const error_code ec = read_some(n, deadline))
-                return ec;
-            pending.append(buffer.data(), n);
-        }
-    }
-
     error_code open_http(const url& u, const option_set& options, clock_type::time_point deadline)
     {
         asio::ip::tcp::resolver::results_type endpoints;
@@ -193,28 +173,24 @@ struct istreambuf::connection {
         if (ec)
             return ec;
 
+        detail::http_response_parser head;
         for (;;) {
-            std::size_t line_end = 0;
-            if ((ec = read_until("\r\n", 0, line_end, deadline, http::errc::malformed_status_line)))
-                return ec;
-            int status = 0;
-            if (!detail::parse_status_line(std::string_view(pending).substr(0, line_end + 2), status))
+            switch (head.parse(pending)) {
+            case detail::http_response_parser::result::need_more:
+                break;
+            case detail::http_response_parser::result::malformed_status_line:
                 return http::errc::malformed_status_line;
-
-            // Searching from the status line's own "\r\n" also finds an empty block.
-            std::size_t block_end = 0;
-            if ((ec = read_until("\r\n\r\n", line_end, block_end, deadline, http::errc::malformed_response_headers)))
-                return ec;
-            headers = {};
-            if (!detail::parse_headers(std::string_view(pending).substr(line_end + 2, block_end + 2 - line_end), headers))
+            case detail::http_response_parser::result::malformed_headers:
                 return http::errc::malformed_response_headers;
-            pending.erase(0, block_end + 4);
-
-            if (status == http::errc::continue_request)
-                continue;
-            if (status != http::errc::ok)
-                return http::make_error_code(status);
-            return {};
+            case detail::http_response_parser::result::done:
+                headers = head.headers();
+                pending.erase(0, head.consumed());
+                return head.status() == http::errc::ok ? error_code() : http::make_error_code(head.status());
+            }
+            std::size_t n = 0;
+            if ((ec = read_some(n, deadline)))
+                return ec;
+            pending.append(buffer.data(), n);
         }
     }
 

@@ -5,9 +5,34 @@
 
 #include <string>
 
-using urdl::detail::parse_headers;
-using urdl::detail::parse_status_line;
+using urdl::detail::http_response_parser;
 using urdl::detail::response_headers;
+
+namespace {
+
+bool parse_status_line(std::string_view line, int& status)
+{
+    return http_response_parser::parse_status_line(line, status);
+}
+
+bool parse_headers(std::string_view block, response_headers& headers)
+{
+    return http_response_parser::parse_headers(block, headers);
+}
+
+// Feeds text in pieces of the given size, as a socket might deliver it.
+http_response_parser::result feed(http_response_parser& parser, std::string_view text, std::size_t piece)
+{
+    auto r = http_response_parser::result::need_more;
+    for (std::size_t end = piece; r == http_response_parser::result::need_more; end += piece) {
+        r = parser.parse(text.substr(0, end));
+        if (end >= text.size() && r == http_response_parser::result::need_more)
+            return r;
+    }
+    return r;
+}
+
+} // namespace
 
 TEST(StatusLine, AcceptsTheStrictForm)
 {
@@ -85,4 +110,47 @@ TEST(HttpCategory, TextsOfTheTable)
     EXPECT_EQ(make_error_code(505).message(), "HTTP version not supported");
     EXPECT_EQ(make_error_code(306).message(), "Unknown HTTP error");
     EXPECT_EQ(make_error_code(0).message(), "Unknown HTTP error");
+}
+
+TEST(ResponseHead, SameResultWhateverThePieces)
+{
+    const std::string reply = "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 100 Continue\r\nX: y\r\n\r\n"
+                              "HTTP/1.0 302 Found\r\nLocation: /a\r\n /b\r\n\r\nbody";
+    for (std::size_t piece = 1; piece <= reply.size(); ++piece) {
+        http_response_parser parser;
+        ASSERT_EQ(feed(parser, reply, piece), http_response_parser::result::done) << piece;
+        EXPECT_EQ(parser.status(), 302);
+        EXPECT_EQ(parser.headers().location, "/a/b");
+        EXPECT_EQ(reply.substr(parser.consumed()), "body");
+    }
+}
+
+TEST(ResponseHead, NeedsMoreUntilTheBlockEnds)
+{
+    http_response_parser parser;
+    EXPECT_EQ(parser.parse("HTTP/1.0 200 OK\r"), http_response_parser::result::need_more);
+    EXPECT_EQ(parser.parse("HTTP/1.0 200 OK\r\nA: b\r\n"), http_response_parser::result::need_more);
+    EXPECT_EQ(parser.parse("HTTP/1.0 200 OK\r\nA: b\r\n\r"), http_response_parser::result::need_more);
+    EXPECT_EQ(parser.parse("HTTP/1.0 200 OK\r\nA: b\r\n\r\n"), http_response_parser::result::done);
+    EXPECT_EQ(parser.consumed(), 25u);
+}
+
+TEST(ResponseHead, HeadsBeyondTheLimitAreMalformed)
+{
+    http_response_parser endless_line;
+    EXPECT_EQ(endless_line.parse("HTTP/1.0 200 OK" + std::string(70000, 'K')),
+              http_response_parser::result::malformed_status_line);
+    http_response_parser long_line;
+    EXPECT_EQ(long_line.parse("HTTP/1.0 200 OK" + std::string(70000, 'K') + "\r\n\r\n"),
+              http_response_parser::result::malformed_status_line);
+    http_response_parser long_header;
+    EXPECT_EQ(long_header.parse("HTTP/1.0 200 OK\r\nX: " + std::string(70000, 'x') + "\r\n\r\n"),
+              http_response_parser::result::malformed_headers);
+
+    // Endless "100 Continue" replies count together.
+    std::string continues;
+    while (continues.size() <= http_response_parser::max_head_bytes)
+        continues += "HTTP/1.1 100 Continue\r\n\r\n";
+    http_response_parser many;
+    EXPECT_NE(many.parse(continues), http_response_parser::result::need_more);
 }

@@ -17,11 +17,12 @@ SANITIZER_ENV := ASAN_OPTIONS=abort_on_error=1:detect_leaks=1:strict_string_chec
 run: build
 	@echo "Melodrift is being built up from its core; there is no program to start yet."
 	@echo "What exists so far (in $(BUILD_DIR)/):"
-	@echo "  src/core     stream descriptor (youtube_url), watch-page parser (youtube_parser),"
-	@echo "               HTML character-reference decoder"
-	@echo "  tests/       unit tests over realistic watch pages        -> make test"
-	@echo "  bench/       watch-page parser throughput                 -> make bench"
-	@echo "  fuzz/        libFuzzer target for the parser and decoder  -> make fuzz"
+	@echo "  src/core        stream descriptor (youtube_url), watch-page parser (youtube_parser),"
+	@echo "                  HTML character-reference decoder, parser service exchange"
+	@echo "  src/core/fetch  the URL reader (urdl): HTTP/1.0 and file URLs"
+	@echo "  tests/          unit and loopback network tests               -> make test"
+	@echo "  bench/          watch-page parser throughput                  -> make bench"
+	@echo "  fuzz/           libFuzzer targets for every parser            -> make fuzz"
 
 bootstrap:
 	@scripts/bootstrap

@@ -37,13 +37,12 @@ std::string related_video(int n)
            id +
            "/default.jpg\" width=\"120\"><span class=\"vertical-align\"></span></span></span></span><span "
            "class=\"video-time\">4:0" +
-           std::to_string(n % 10) +
-           "</span></span><span dir=\"ltr\" class=\"title\" title=\"Related clip &#8470; " + std::to_string(n) +
-           " &amp; friends\">Related clip " + std::to_string(n) +
+           std::to_string(n % 10) + "</span></span><span dir=\"ltr\" class=\"title\" title=\"Related clip &#8470; " +
+           std::to_string(n) + " &amp; friends\">Related clip " + std::to_string(n) +
            " &amp; friends</span><span class=\"stat attribution\">by <span class=\"yt-user-name \" "
            "dir=\"ltr\">uploader" +
-           std::to_string(n % 37) + "</span></span><span class=\"stat view-count\">" +
-           std::to_string(1000 + n * 7) + " views</span></a></li>\n";
+           std::to_string(n % 37) + "</span></span><span class=\"stat view-count\">" + std::to_string(1000 + n * 7) +
+           " views</span></a></li>\n";
 }
 
 std::string make_page(std::size_t size)

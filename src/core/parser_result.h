@@ -31,13 +31,13 @@ struct parser_result {
 template <class Archive>
 void serialize(Archive& ar, result_url& u, const unsigned int /*version*/)
 {
-    ar & u.url & u.quality & u.type;
+    ar& u.url& u.quality& u.type;
 }
 
 template <class Archive>
 void serialize(Archive& ar, parser_result& r, const unsigned int /*version*/)
 {
-    ar & r.title & r.description & r.thumbnail & r.length_seconds & r.urls;
+    ar& r.title& r.description& r.thumbnail& r.length_seconds& r.urls;
 }
 
 // Writes the archive text (with its standard header).

@@ -1,5 +1,6 @@
 #include "core/youtube_parser.h"
 
+#include "core/hex_digit.h"
 #include "core/html_entities.h"
 #include "core/youtube_error.h"
 #include "core/youtube_parser_error.h"
@@ -75,17 +76,6 @@ constexpr std::array<bool, 256> query_safe = [] {
         table[static_cast<unsigned char>(c)] = true;
     return table;
 }();
-
-int hex_value(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
 
 } // namespace
 
@@ -218,8 +208,8 @@ bool youtube_parser::query_unescape(std::string_view in, std::string& out)
         if (c == '%') {
             if (in.size() - i < 3)
                 return false;
-            const int high = hex_value(in[i + 1]);
-            const int low = hex_value(in[i + 2]);
+            const int high = hex_digit_value(in[i + 1]);
+            const int low = hex_digit_value(in[i + 2]);
             if (high < 0 || low < 0)
                 return false;
             out += static_cast<char>(high * 16 + low);
@@ -245,8 +235,8 @@ std::string youtube_parser::unicode_unescape(std::string_view in)
         const auto& match = *it;
         out.append(copied, match[0].first);
         const char* digits = match[1].first;
-        const int value =
-            hex_value(digits[0]) << 12 | hex_value(digits[1]) << 8 | hex_value(digits[2]) << 4 | hex_value(digits[3]);
+        const int value = hex_digit_value(digits[0]) << 12 | hex_digit_value(digits[1]) << 8 |
+                          hex_digit_value(digits[2]) << 4 | hex_digit_value(digits[3]);
         // One byte per escape: a value that is no ASCII byte throws rather than
         // being cut down to one.
         out += static_cast<char>(boost::numeric_cast<signed char>(value));

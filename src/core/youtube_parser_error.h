@@ -8,8 +8,7 @@
 // report can include what the service actually sent.
 class youtube_parser_error : public std::logic_error {
 public:
-    youtube_parser_error(const std::string& message, std::string_view page)
-        : std::logic_error(message), page_(page) {}
+    youtube_parser_error(const std::string& message, std::string_view page) : std::logic_error(message), page_(page) {}
 
     const std::string& page() const noexcept { return page_; }
 

@@ -31,14 +31,17 @@ TEST(HtmlEntities, NamedReferencesBecomeUtf8)
 {
     EXPECT_EQ(decode("Tom &amp; Jerry"), "Tom & Jerry");
     EXPECT_EQ(decode("&lt;b&gt;&quot;x&quot;&apos;"), "<b>\"x\"'");
-    struct { const char* ref; const char* utf8; } const samples[] = {
-        {"&AElig;", "\xC3\x86"},        {"&zwnj;", "\xE2\x80\x8C"},     {"&nbsp;", "\xC2\xA0"},
-        {"&yuml;", "\xC3\xBF"},         {"&Yuml;", "\xC5\xB8"},         {"&euro;", "\xE2\x82\xAC"},
-        {"&thetasym;", "\xCF\x91"},     {"&prime;", "\xE2\x80\xB2"},    {"&Prime;", "\xE2\x80\xB3"},
-        {"&sup;", "\xE2\x8A\x83"},      {"&sup1;", "\xC2\xB9"},         {"&supe;", "\xE2\x8A\x87"},
-        {"&sigmaf;", "\xCF\x82"},       {"&alefsym;", "\xE2\x84\xB5"},  {"&image;", "\xE2\x84\x91"},
-        {"&rang;", "\xE2\x8C\xAA"},     {"&diams;", "\xE2\x99\xA6"},    {"&fnof;", "\xC6\x92"},
-        {"&lArr;", "\xE2\x87\x90"},     {"&larr;", "\xE2\x86\x90"},     {"&shy;", "\xC2\xAD"},
+    struct {
+        const char* ref;
+        const char* utf8;
+    } const samples[] = {
+        {"&AElig;", "\xC3\x86"},    {"&zwnj;", "\xE2\x80\x8C"},    {"&nbsp;", "\xC2\xA0"},
+        {"&yuml;", "\xC3\xBF"},     {"&Yuml;", "\xC5\xB8"},        {"&euro;", "\xE2\x82\xAC"},
+        {"&thetasym;", "\xCF\x91"}, {"&prime;", "\xE2\x80\xB2"},   {"&Prime;", "\xE2\x80\xB3"},
+        {"&sup;", "\xE2\x8A\x83"},  {"&sup1;", "\xC2\xB9"},        {"&supe;", "\xE2\x8A\x87"},
+        {"&sigmaf;", "\xCF\x82"},   {"&alefsym;", "\xE2\x84\xB5"}, {"&image;", "\xE2\x84\x91"},
+        {"&rang;", "\xE2\x8C\xAA"}, {"&diams;", "\xE2\x99\xA6"},   {"&fnof;", "\xC6\x92"},
+        {"&lArr;", "\xE2\x87\x90"}, {"&larr;", "\xE2\x86\x90"},    {"&shy;", "\xC2\xAD"},
     };
     for (const auto& s : samples)
         EXPECT_EQ(decode(s.ref), s.utf8) << s.ref;

@@ -28,8 +28,10 @@ TEST(QueryUnescape, StopsAtTheFirstBadByteKeepingWhatCameBefore)
     EXPECT_FALSE(youtube_parser::query_unescape("itag=18 x&url=http://h", out));
     EXPECT_EQ(out, "itag=18");
 
-    for (const char* bad : {"a\"b", "a#b", "a<b", "a>b", "a?b", "a[b", "a]b", "a^b", "a`b", "a{b", "a|b", "a}b",
-                            "a\tb", "a\x7f" "b", "a\xc3\xa9"}) {
+    for (const char* bad : {"a\"b", "a#b", "a<b", "a>b", "a?b", "a[b", "a]b", "a^b", "a`b", "a{b", "a|b", "a}b", "a\tb",
+                            "a\x7f"
+                            "b",
+                            "a\xc3\xa9"}) {
         EXPECT_FALSE(youtube_parser::query_unescape(bad, out)) << bad;
         EXPECT_EQ(out, "a") << bad;
     }

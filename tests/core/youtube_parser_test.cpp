@@ -98,7 +98,8 @@ TEST_F(WatchPage, ReadsLengthThumbnailTitleAndDescription)
     EXPECT_EQ(parser.title.substr(title.size()), std::string(raw_title.size() - title.size(), '\0'));
 
     // The description is decoded in place: after its zero byte the raw text goes on.
-    const std::string description = "Caf\xC3\xA9 scenes & a long chase \xE2\x80\x94 music \xC2\xA9 2012 by \"The Band\". Enjoy!";
+    const std::string description =
+        "Caf\xC3\xA9 scenes & a long chase \xE2\x80\x94 music \xC2\xA9 2012 by \"The Band\". Enjoy!";
     const std::string raw_description =
         "Caf&eacute; scenes &amp; a long chase &#x2014; music &copy; 2012 by &quot;The Band&quot;. Enjoy!";
     EXPECT_EQ(parser.description.size(), raw_description.size());
@@ -275,7 +276,8 @@ TEST(WatchPageLength, ReadsTheNumberUpToCommaOrBrace)
 TEST(WatchPageLength, AnythingButAWholeUnsignedNumberIsAParserError)
 {
     for (const char* text : {R"("61")", " 61", "61 ", "", "-1", "6.1", "18446744073709551616", "0x3D"}) {
-        const std::string page = stream_page("url=http%3A%2F%2Fh%2Fa", std::string(R"("length_seconds": )") + text + ",");
+        const std::string page =
+            stream_page("url=http%3A%2F%2Fh%2Fa", std::string(R"("length_seconds": )") + text + ",");
         youtube_parser parser(page);
         try {
             parser.parse();

@@ -39,7 +39,8 @@ TEST(YoutubeUrl, SplitsAddressAndPrintsParametersInKeyOrder)
 
 TEST(YoutubeUrl, SameParametersInAnotherOrderPrintTheSameAddress)
 {
-    EXPECT_EQ(parsed("quality=small&url=http://h/p?b=2&a=1").url(), parsed("url=http://h/p?a=1&quality=small&b=2").url());
+    EXPECT_EQ(parsed("quality=small&url=http://h/p?b=2&a=1").url(),
+              parsed("url=http://h/p?a=1&quality=small&b=2").url());
 }
 
 TEST(YoutubeUrl, AddressQueryOverridesEntryParameters)

@@ -112,7 +112,8 @@ void scripted_server::handle(int fd, const reply& r)
         requests_.push_back(request);
     }
 
-    for (auto waited = std::chrono::milliseconds(0); !stop_ && waited < r.delay; waited += std::chrono::milliseconds(10))
+    for (auto waited = std::chrono::milliseconds(0); !stop_ && waited < r.delay;
+         waited += std::chrono::milliseconds(10))
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
 
     const std::string_view bytes = std::string_view(r.bytes).substr(0, r.stall_after);

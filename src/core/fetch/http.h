@@ -71,5 +71,6 @@ inline boost::system::error_code make_error_code(int value)
 
 namespace boost::system {
 template <>
-struct is_error_code_enum<urdl::http::errc::errc_t> : std::true_type {};
+struct is_error_code_enum<urdl::http::errc::errc_t> : std::true_type {
+};
 } // namespace boost::system

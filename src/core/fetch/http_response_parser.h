@@ -41,8 +41,8 @@ public:
     static bool parse_headers(std::string_view block, response_headers& headers);
 
 private:
-    std::size_t start_ = 0;       // where the current reply's status line begins
-    std::size_t searched_ = 0;    // received bytes already searched for the current delimiter
+    std::size_t start_ = 0;    // where the current reply's status line begins
+    std::size_t searched_ = 0; // received bytes already searched for the current delimiter
     std::size_t line_end_ = std::string_view::npos;
     int status_ = 0;
     response_headers headers_;

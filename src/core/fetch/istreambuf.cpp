@@ -2,6 +2,7 @@
 
 #include "core/fetch/http.h"
 #include "core/fetch/http_response_parser.h"
+#include "core/hex_digit.h"
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/io_context.hpp>
@@ -42,25 +43,15 @@ bool is_redirect(const error_code& ec)
     return ec.category() == http::error_category() && (ec.value() == 301 || ec.value() == 302);
 }
 
-int hex_value(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // "file:///tmp/a%20b" names "/tmp/a b".
 std::string file_path(const url& u)
 {
     const std::string& path = u.path();
     std::string out;
     for (std::size_t i = 0; i < path.size(); ++i) {
-        if (path[i] == '%' && i + 2 < path.size() && hex_value(path[i + 1]) >= 0 && hex_value(path[i + 2]) >= 0) {
-            out += static_cast<char>(hex_value(path[i + 1]) * 16 + hex_value(path[i + 2]));
+        if (path[i] == '%' && i + 2 < path.size() && hex_digit_value(path[i + 1]) >= 0 &&
+            hex_digit_value(path[i + 2]) >= 0) {
+            out += static_cast<char>(hex_digit_value(path[i + 1]) * 16 + hex_digit_value(path[i + 2]));
             i += 2;
         } else {
             out += path[i];
@@ -152,36 +143,40 @@ struct istreambuf::connection {
         asio::ip::tcp::resolver::results_type endpoints;
         error_code ec = run(
             [&](auto done) {
-                resolver.async_resolve(u.host(), std::to_string(u.port()),
-                                       [&endpoints, done](const error_code& e, asio::ip::tcp::resolver::results_type r) {
-                                           endpoints = std::move(r);
-                                           done(e);
-                                       });
+                resolver.async_resolve(
+                    u.host(), std::to_string(u.port()),
+                    [&endpoints, done](const error_code& e, asio::ip::tcp::resolver::results_type r) {
+                        endpoints = std::move(r);
+                        done(e);
+                    });
             },
             deadline);
         if (ec)
             return ec;
 
-        ec = run([&](auto done) { asio::async_connect(socket, endpoints, [done](const error_code& e, const auto&) { done(e); }); },
-                 deadline);
+        ec = run(
+            [&](auto done) {
+                asio::async_connect(socket, endpoints, [done](const error_code& e, const auto&) { done(e); });
+            },
+            deadline);
         if (ec)
             return ec;
 
         const std::string request = build_request(u, options);
-        ec = run([&](auto done) { asio::async_write(socket, asio::buffer(request), [done](const error_code& e, std::size_t) { done(e); }); },
-                 deadline);
+        ec = run(
+            [&](auto done) {
+                asio::async_write(socket, asio::buffer(request), [done](const error_code& e, std::size_t) { done(e); });
+            },
+            deadline);
         if (ec)
             return ec;
 
         detail::http_response_parser head;
         for (;;) {
             switch (head.parse(pending)) {
-            case detail::http_response_parser::result::need_more:
-                break;
-            case detail::http_response_parser::result::malformed_status_line:
-                return http::errc::malformed_status_line;
-            case detail::http_response_parser::result::malformed_headers:
-                return http::errc::malformed_response_headers;
+            case detail::http_response_parser::result::need_more: break;
+            case detail::http_response_parser::result::malformed_status_line: return http::errc::malformed_status_line;
+            case detail::http_response_parser::result::malformed_headers: return http::errc::malformed_response_headers;
             case detail::http_response_parser::result::done:
                 headers = head.headers();
                 pending.erase(0, head.consumed());

@@ -73,7 +73,8 @@ TEST(Headers, KeepsTheThreeHeadersAnyCaseLaterWins)
 TEST(Headers, FoldedLinesJoinWithoutSeparator)
 {
     response_headers h;
-    ASSERT_TRUE(parse_headers("Content-Type: text/html;\r\n \t charset=utf-8\r\n\tx\r\nLocation: /a\r\n  /b\r\n\r\n", h));
+    ASSERT_TRUE(
+        parse_headers("Content-Type: text/html;\r\n \t charset=utf-8\r\n\tx\r\nLocation: /a\r\n  /b\r\n\r\n", h));
     EXPECT_EQ(h.content_type, "text/html;charset=utf-8x");
     EXPECT_EQ(h.location, "/a/b");
 }

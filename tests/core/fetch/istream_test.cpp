@@ -80,11 +80,11 @@ TEST(UrlStream, PostRequestBytesInOrder)
     in.open(url::from_string(server.url("/cgi-bin/zor.parser")));
     ASSERT_FALSE(in.fail());
     EXPECT_EQ(read_all(in), "DONE");
-    EXPECT_EQ(server.requests().at(0), "POST /cgi-bin/zor.parser HTTP/1.0\r\nHost: 127.0.0.1:" +
-                                           std::to_string(server.port()) +
-                                           "\r\nAccept: */*\r\nContent-Length: 10\r\nContent-Type: text/plain\r\n"
-                                           "User-Agent: Melodrift/1.0.1\r\nConnection: close\r\n\r\n" +
-                                           std::string("page\0bytes", 10));
+    EXPECT_EQ(server.requests().at(0),
+              "POST /cgi-bin/zor.parser HTTP/1.0\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
+                  "\r\nAccept: */*\r\nContent-Length: 10\r\nContent-Type: text/plain\r\n"
+                  "User-Agent: Melodrift/1.0.1\r\nConnection: close\r\n\r\n" +
+                  std::string("page\0bytes", 10));
 }
 
 TEST(UrlStream, EmptyBodySendsNeitherLengthNorType)

@@ -141,6 +141,12 @@ std::size_t encode_utf8(char32_t cp, char* out)
 
 } // namespace
 
+std::optional<char32_t> html_entity_code_point(std::string_view name)
+{
+    const char32_t cp = lookup_name(name);
+    return cp == no_code_point ? std::nullopt : std::optional<char32_t>(cp);
+}
+
 std::size_t decode_html_entities_utf8(char* dest, const char* src)
 {
     // In place, every write lands at or before the byte being read, so plain text

@@ -40,7 +40,6 @@ public:
 private:
     void serve();
     void handle(int fd, const reply& r);
-    bool wait_readable(int fd, int timeout_ms) const;
 
     std::vector<reply> replies_;
     int listener_ = -1;

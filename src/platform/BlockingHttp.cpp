@@ -1,0 +1,76 @@
+#include "platform/BlockingHttp.h"
+
+#include <QEventLoop>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QNetworkRequest>
+
+namespace platform {
+
+namespace {
+
+const QString domain = QStringLiteral("QNetworkReply");
+
+// Errors of the connection itself, as opposed to an HTTP status the server chose:
+// with these even a reply that had begun is incomplete.
+bool isTransportError(QNetworkReply::NetworkError error)
+{
+    return (error > QNetworkReply::NoError && error < QNetworkReply::ProxyConnectionRefusedError) ||
+           error == QNetworkReply::ProtocolFailure;
+}
+
+} // namespace
+
+HttpResponse BlockingHttp::get(const QUrl& url)
+{
+    return get(url, Options());
+}
+
+HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
+{
+    HttpResponse response;
+    if (!url.isValid() || url.isRelative()) {
+        response.error = Error{domain, QNetworkReply::ProtocolUnknownError, QStringLiteral("Invalid URL: ") + url.toString()};
+        return response;
+    }
+
+    QNetworkAccessManager manager;
+    QNetworkRequest request(url);
+    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
+    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
+    request.setTransferTimeout(static_cast<int>(options.timeout.count()));
+
+    QEventLoop loop;
+    QNetworkReply* reply = manager.get(request);
+    bool tooLarge = false;
+    QObject::connect(reply, &QNetworkReply::readyRead, reply, [&] {
+        if (response.body.size() + reply->bytesAvailable() > options.maxBytes) {
+            tooLarge = true;
+            reply->abort();
+            return;
+        }
+        response.body += reply->readAll();
+    });
+    QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    if (!reply->isFinished())
+        loop.exec();
+
+    if (!tooLarge)
+        response.body += reply->readAll();
+    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+    if (tooLarge) {
+        response.error = Error{domain, QNetworkReply::UnknownContentError,
+                               QStringLiteral("Response larger than %1 bytes").arg(options.maxBytes)};
+        response.body.clear();
+    } else if (status.isValid() && !isTransportError(reply->error())) {
+        // A 404 is an answer, not a failed connection.
+        response.status = status.toInt();
+    } else {
+        response.error = Error{domain, reply->error(), reply->errorString()};
+    }
+    delete reply;
+    return response;
+}
+
+} // namespace platform

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/Error.h"
+
+#include <QByteArray>
+#include <QUrl>
+
+#include <chrono>
+#include <optional>
+
+namespace platform {
+
+// What a GET brought back. A reply with any HTTP status is a response; error is
+// set only when no response came (no connection, time-out, too large, bad address).
+struct HttpResponse {
+    std::optional<Error> error;
+    int status = 0;
+    QByteArray body;
+
+    bool ok() const { return !error && status == 200; }
+};
+
+// A GET that blocks the calling thread (any thread) until the whole body is
+// there: redirects followed, https spoken, nothing cached.
+class BlockingHttp {
+public:
+    struct Options {
+        // Without a byte moving for this long the transfer is given up.
+        std::chrono::milliseconds timeout{60000};
+        // A body beyond this is refused; whatever a server sends, memory stays bounded.
+        qint64 maxBytes = 64 * 1024 * 1024;
+    };
+
+    static HttpResponse get(const QUrl& url);
+    static HttpResponse get(const QUrl& url, const Options& options);
+};
+
+} // namespace platform

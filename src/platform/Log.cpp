@@ -1,0 +1,46 @@
+#include "platform/Log.h"
+
+#include <QByteArray>
+
+#include <mutex>
+#include <unistd.h>
+
+namespace platform {
+
+namespace {
+
+std::mutex sinkMutex;
+Log::Sink sink;
+
+} // namespace
+
+void Log::line(const QString& text)
+{
+    Log::Sink current;
+    {
+        std::lock_guard lock(sinkMutex);
+        current = sink;
+    }
+    if (current) {
+        current(text);
+        return;
+    }
+    // One write per line, so lines of different threads never interleave.
+    QByteArray bytes = text.toUtf8();
+    bytes.replace('\n', ' ');
+    bytes.append('\n');
+    for (qsizetype written = 0; written < bytes.size();) {
+        const ssize_t n = ::write(STDERR_FILENO, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));
+        if (n <= 0)
+            return;
+        written += n;
+    }
+}
+
+void Log::setSink(Sink newSink)
+{
+    std::lock_guard lock(sinkMutex);
+    sink = std::move(newSink);
+}
+
+} // namespace platform

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <functional>
+
+namespace platform {
+
+// The main (interface) thread's queue.
+class MainThread {
+public:
+    // Runs work on the main thread later; returns at once.
+    static void post(std::function<void()> work);
+    // Runs work on the main thread and waits for it (at once when called there).
+    static void invokeAndWait(const std::function<void()>& work);
+    static bool isCurrent();
+};
+
+} // namespace platform

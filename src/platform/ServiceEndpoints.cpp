@@ -1,0 +1,38 @@
+#include "platform/ServiceEndpoints.h"
+
+#include <QProcessEnvironment>
+
+namespace platform {
+
+ServiceEndpoints ServiceEndpoints::defaults()
+{
+    // The parser service has no public address: its default fails at once, and
+    // watch pages are then parsed here.
+    return {QUrl(QStringLiteral("http://gdata.youtube.com")), QStringLiteral("youtube.com"),
+            QUrl(QStringLiteral("http://parser.invalid/cgi-bin/zor.parser"))};
+}
+
+ServiceEndpoints ServiceEndpoints::at(const QUrl& base)
+{
+    QUrl root = base.adjusted(QUrl::RemovePath | QUrl::RemoveQuery | QUrl::RemoveFragment);
+    QUrl parser = root;
+    parser.setPath(QStringLiteral("/cgi-bin/zor.parser"));
+    return {root, root.host(), parser};
+}
+
+ServiceEndpoints ServiceEndpoints::fromEnvironment(const QStringList& arguments)
+{
+    const QString name = QLatin1String(option);
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        if (arguments[i] == name && i + 1 < arguments.size())
+            return at(QUrl(arguments[i + 1]));
+        if (arguments[i].startsWith(name + QLatin1Char('=')))
+            return at(QUrl(arguments[i].mid(name.size() + 1)));
+    }
+    const QString fromEnvironment = QProcessEnvironment::systemEnvironment().value(QLatin1String(environmentVariable));
+    if (!fromEnvironment.isEmpty())
+        return at(QUrl(fromEnvironment));
+    return defaults();
+}
+
+} // namespace platform

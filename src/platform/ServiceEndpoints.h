@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+namespace platform {
+
+// Where the video service is: its search feed, its domain (to tell its watch-page
+// addresses) and the parser service. One base address moves all three, for the
+// local stand-in of the service.
+struct ServiceEndpoints {
+    QUrl feed;          // scheme and host of "/feeds/api/videos"
+    QString domain;     // host suffix of watch-page addresses
+    QUrl parserService; // the whole address of "/cgi-bin/zor.parser"
+
+    static constexpr const char* environmentVariable = "MELODRIFT_SERVICE";
+    static constexpr const char* option = "--service";
+
+    static ServiceEndpoints defaults();
+    // All three on one base address such as "http://127.0.0.1:8080".
+    static ServiceEndpoints at(const QUrl& base);
+    // "--service BASE" (or "--service=BASE") in arguments, else the environment
+    // variable, else the defaults.
+    static ServiceEndpoints fromEnvironment(const QStringList& arguments);
+};
+
+} // namespace platform

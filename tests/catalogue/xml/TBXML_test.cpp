@@ -1,0 +1,345 @@
+#include "catalogue/xml/TBXML.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+
+namespace {
+
+std::string readFeed(const char* name)
+{
+    std::ifstream in(std::string(MELODRIFT_TEST_DATA) + "/feeds/" + name, std::ios::binary);
+    EXPECT_TRUE(in) << name;
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// A compact picture of a subtree: name, [attributes], "text" when there is one, (children).
+// Checks the links between the records on the way.
+std::string outline(const TBXMLElement* e)
+{
+    std::string s = e->name;
+    if (e->firstAttribute) {
+        s += '[';
+        for (const TBXMLAttribute* a = e->firstAttribute; a; a = a->next)
+            s += std::string(a->name) + '=' + a->value + (a->next ? "," : "");
+        s += ']';
+    }
+    if (e->text)
+        s += '"' + std::string(e->text) + '"';
+    if (e->firstChild) {
+        s += '(';
+        const TBXMLElement* previous = nullptr;
+        for (const TBXMLElement* c = e->firstChild; c; c = c->nextSibling) {
+            EXPECT_EQ(c->parentElement, e) << c->name;
+            EXPECT_EQ(c->previousSibling, previous) << c->name;
+            s += (previous ? " " : "") + outline(c);
+            previous = c;
+        }
+        EXPECT_EQ(e->currentChild, previous) << e->name;
+        s += ')';
+    }
+    return s;
+}
+
+std::string outline(const TBXML& doc)
+{
+    const TBXMLElement* root = doc.rootXMLElement();
+    if (!root)
+        return "(no root)";
+    EXPECT_EQ(root->parentElement, nullptr);
+    EXPECT_EQ(root->nextSibling, nullptr);
+    return outline(root);
+}
+
+std::string outline(std::string_view xml)
+{
+    return outline(TBXML(xml));
+}
+
+std::string utf8(const QString& s)
+{
+    return s.toStdString();
+}
+
+} // namespace
+
+// The search feed as the catalogue reads it: items of a channel, their texts and the
+// attributes of the media group.
+class TBXMLFeed : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_FALSE(feed.empty());
+        channel = TBXML::childElementNamed("channel", doc.rootXMLElement());
+        ASSERT_NE(channel, nullptr);
+    }
+
+    const std::string feed = readFeed("video_search.xml");
+    platform::Error error;
+    TBXML doc{feed, &error};
+    TBXMLElement* channel = nullptr;
+};
+
+TEST_F(TBXMLFeed, ReadsEveryItemAsTheCatalogueDoes)
+{
+    EXPECT_EQ(error.code, 0);
+    EXPECT_EQ(utf8(TBXML::elementName(doc.rootXMLElement())), "rss");
+    EXPECT_EQ(utf8(*TBXML::valueOfAttributeNamed("xmlns:media", doc.rootXMLElement())),
+              "http://search.yahoo.com/mrss/");
+
+    struct Item {
+        const char* title;
+        const char* description;
+        const char* link;
+        const char* thumbnail;
+        const char* seconds;
+    } const expected[] = {
+        {"Harbour Lights &amp; the Night Ferry (Café session)",
+         "Recorded at the pier on a windy night.\n        Set list &amp; credits below.",
+         "http://www.youtube.com/watch?v=aGFyYm91cjE&amp;feature=youtube_gdata",
+         "http://i.ytimg.com/vi/aGFyYm91cjE/0.jpg", "245"},
+        {"Lighthouse keeper&#39;s log &#8211; part 2", "Notes in <b>bold</b> & a raw ampersand",
+         "http://www.youtube.com/watch?v=bGlnaHRob3U&amp;feature=youtube_gdata",
+         "http://i.ytimg.com/vi/bGlnaHRob3U/0.jpg?size=hq&v=2", "61"},
+        {"&lt;untitled&gt;", "", "http://www.youtube.com/watch?v=ZW1wdHk&amp;feature=youtube_gdata",
+         "http://i.ytimg.com/vi/ZW1wdHk/0.jpg", "0"},
+    };
+
+    std::size_t count = 0;
+    for (TBXMLElement* item = TBXML::childElementNamed("item", channel); item;
+         item = TBXML::nextSiblingNamed("item", item), ++count) {
+        ASSERT_LT(count, std::size(expected));
+        const Item& want = expected[count];
+        SCOPED_TRACE(want.title);
+        EXPECT_EQ(utf8(TBXML::textForElement(TBXML::childElementNamed("title", item))), want.title);
+        EXPECT_EQ(utf8(TBXML::textForElement(TBXML::childElementNamed("description", item))), want.description);
+        EXPECT_EQ(utf8(TBXML::textForElement(TBXML::childElementNamed("link", item))), want.link);
+        const TBXMLElement* group = TBXML::childElementNamed("media:group", item);
+        EXPECT_EQ(utf8(*TBXML::valueOfAttributeNamed("url", TBXML::childElementNamed("media:thumbnail", group))),
+                  want.thumbnail);
+        EXPECT_EQ(utf8(*TBXML::valueOfAttributeNamed("seconds", TBXML::childElementNamed("yt:duration", group))),
+                  want.seconds);
+    }
+    // The commented-out item is not one.
+    EXPECT_EQ(count, std::size(expected));
+}
+
+TEST_F(TBXMLFeed, ElementsWithChildrenHaveNoTextAndEmptyTagsNoChildren)
+{
+    const TBXMLElement* item = TBXML::childElementNamed("item", channel);
+    EXPECT_EQ(channel->text, nullptr);
+    EXPECT_EQ(item->text, nullptr);
+    const TBXMLElement* group = TBXML::childElementNamed("media:group", item);
+    const TBXMLElement* keywords = TBXML::childElementNamed("media:keywords", group);
+    ASSERT_NE(keywords, nullptr);
+    EXPECT_EQ(keywords->text, nullptr);
+    EXPECT_EQ(keywords->firstChild, nullptr);
+    // ...so the element after an empty tag is its sibling.
+    EXPECT_EQ(utf8(TBXML::elementName(keywords->nextSibling)), "media:player");
+}
+
+TEST_F(TBXMLFeed, NamesMatchExactly)
+{
+    const TBXMLElement* item = TBXML::childElementNamed("item", channel);
+    EXPECT_EQ(TBXML::childElementNamed("ite", channel), nullptr);
+    EXPECT_EQ(TBXML::childElementNamed("items", channel), nullptr);
+    EXPECT_EQ(TBXML::childElementNamed("group", TBXML::childElementNamed("media:group", item)), nullptr);
+    EXPECT_EQ(TBXML::valueOfAttributeNamed("isPermaLin", TBXML::childElementNamed("guid", item)), std::nullopt);
+    EXPECT_EQ(utf8(*TBXML::valueOfAttributeNamed("isPermaLink", TBXML::childElementNamed("guid", item))), "false");
+    // The first of two equally named children.
+    const TBXMLElement* thumbnail =
+        TBXML::childElementNamed("media:thumbnail", TBXML::childElementNamed("media:group", item));
+    EXPECT_EQ(utf8(*TBXML::valueOfAttributeNamed("width", thumbnail)), "480");
+    EXPECT_EQ(utf8(*TBXML::valueOfAttributeNamed("width", TBXML::nextSiblingNamed("media:thumbnail", thumbnail))),
+              "120");
+}
+
+TEST_F(TBXMLFeed, TextTakenThroughQStringIsTheSame)
+{
+    TBXML fromQString(QString::fromUtf8(feed.data(), static_cast<qsizetype>(feed.size())));
+    EXPECT_EQ(outline(fromQString), outline(doc));
+}
+
+// Shapes of small documents, one line each.
+TEST(TBXMLTree, Shapes)
+{
+    struct {
+        std::string_view xml;
+        const char* shape;
+    } const cases[] = {
+        {R"(<a x='1' y="2">t</a>)", R"(a[x=1,y=2]"t")"},
+        {R"(<a q='say "hi"' r="it's"/>)", R"(a[q=say "hi",r=it's])"},
+        {"<a\n  x = \"1\"\n\ty\t=\t'2'\n/>", "a[x=1,y=2]"},
+        {"<r><e/><f></f><g/></r>", R"(r(e f"" g))"},
+        {"<media:group><media:thumbnail url='u'/></media:group>", R"(media:group""(media:thumbnail[url=u]))"},
+        // Text beside child elements: dropped once a child has closed.
+        {"<a>before<b>in</b>after</a>", R"(a(b"in"))"},
+        {"<a> before <br/> after </a>", R"(a"before"(br))"},
+        {"<a> \t\r\n x  y \v\f\n</a>", R"(a"x  y")"},
+        {R"(<?xml version="1.0"?><!DOCTYPE a><!-- <b/> --><a><?pi x?><!-- <c> --><d/></a>)", R"(a""(d))"},
+        // CDATA in text becomes plain text, however many sections follow each other.
+        {"<a>x <![CDATA[<b>&amp;</b>]]> y</a>", R"(a"x <b>&amp;</b> y")"},
+        {"<r><a><![CDATA[1]]>-<![CDATA[<2>]]>-<![CDATA[3]]></a><b>z</b></r>", R"(r(a"1-<2>-3" b"z"))"},
+        {"<r><a><![CDATA[]]]]><![CDATA[>]]></a></r>", R"(r(a"]]>"))"},
+        // ...and in attribute values, where it may hold quotes and '>'.
+        {R"(<t url="<![CDATA[http://x/?a=1&b=2]]>" v='<![CDATA[a>b 'q']]>' w="pre<![CDATA[mid]]>post"/>)",
+         "t[url=http://x/?a=1&b=2,v=a>b 'q',w=premidpost]"},
+        // Only the first top-level element counts; a stray end tag before it is ignored.
+        {"<a/><b><c/></b>", "a"},
+        {"</x><a>t</a>", R"(a"t")"},
+        // Broken documents keep what was read before the break.
+        {"<r><a/><!-- never closed <b/></r>", R"(r""(a))"},
+        {"<r><a/>t<![CDATA[never closed <b/></r>", R"(r""(a))"},
+        {"<r><a/><b", R"(r""(a))"},
+        {std::string_view("<a>x\0<b/></a>", 13), R"(a"x")"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(outline(c.xml), c.shape) << c.xml;
+}
+
+TEST(TBXMLTree, TruncatedFeedKeepsTheItemsBeforeTheBreak)
+{
+    const TBXML doc(std::string_view("<rss><channel><item><title>A</title></item><item><title>B</title><li"));
+    const TBXMLElement* item =
+        TBXML::childElementNamed("item", TBXML::childElementNamed("channel", doc.rootXMLElement()));
+    EXPECT_EQ(utf8(TBXML::textForElement(TBXML::childElementNamed("title", item))), "A");
+    item = TBXML::nextSiblingNamed("item", item);
+    EXPECT_EQ(utf8(TBXML::textForElement(TBXML::childElementNamed("title", item))), "B");
+    EXPECT_EQ(TBXML::childElementNamed("li", item), nullptr);
+}
+
+// Records come in blocks of 100: a document with more of each must stay whole.
+TEST(TBXMLTree, ManyElementsAndAttributes)
+{
+    constexpr int siblings = 250, depth = 120, attributes = 250;
+    std::string xml = "<r>";
+    for (int i = 0; i < siblings; ++i)
+        xml += "<e i='" + std::to_string(i) + "'>" + std::to_string(i) + "</e>";
+    xml += "<many";
+    for (int i = 0; i < attributes; ++i)
+        xml += " a" + std::to_string(i) + "=\"v" + std::to_string(i) + '"';
+    xml += "/>";
+    for (int i = 0; i < depth; ++i)
+        xml += "<d>";
+    xml += "bottom";
+    for (int i = 0; i < depth; ++i)
+        xml += "</d>";
+    xml += "</r>";
+
+    const TBXML doc(xml);
+    const TBXMLElement* r = doc.rootXMLElement();
+    ASSERT_NE(r, nullptr);
+    int count = 0;
+    for (const TBXMLElement* e = TBXML::childElementNamed("e", r); e; e = TBXML::nextSiblingNamed("e", e), ++count) {
+        ASSERT_EQ(utf8(*TBXML::valueOfAttributeNamed("i", e)), std::to_string(count));
+        ASSERT_EQ(utf8(TBXML::textForElement(e)), std::to_string(count));
+    }
+    EXPECT_EQ(count, siblings);
+
+    const TBXMLElement* many = TBXML::childElementNamed("many", r);
+    count = 0;
+    for (const TBXMLAttribute* a = many->firstAttribute; a; a = a->next, ++count)
+        ASSERT_EQ(std::string(a->name) + '=' + a->value, "a" + std::to_string(count) + "=v" + std::to_string(count));
+    EXPECT_EQ(count, attributes);
+    EXPECT_EQ(utf8(*TBXML::valueOfAttributeNamed("a249", many)), "v249");
+
+    const TBXMLElement* d = r;
+    for (int i = 0; i < depth; ++i) {
+        const TBXMLElement* child = TBXML::childElementNamed("d", d);
+        ASSERT_NE(child, nullptr) << i;
+        ASSERT_EQ(child->parentElement, d);
+        d = child;
+    }
+    EXPECT_EQ(utf8(TBXML::textForElement(d)), "bottom");
+    EXPECT_FALSE(outline(doc).empty()); // walks and checks every link
+}
+
+class TBXMLErrors : public ::testing::Test {
+protected:
+    static void expectError(const platform::Error& error, int code, const char* text)
+    {
+        EXPECT_EQ(error.domain, "TBXMLErrorDomain");
+        EXPECT_EQ(error.code, code);
+        EXPECT_EQ(utf8(error.description), text);
+    }
+};
+
+TEST_F(TBXMLErrors, DocumentWithoutData)
+{
+    platform::Error fromQString, fromBytes;
+    EXPECT_EQ(TBXML(QString(), &fromQString).rootXMLElement(), nullptr);
+    EXPECT_EQ(TBXML(std::string_view(), &fromBytes).rootXMLElement(), nullptr);
+    expectError(fromQString, 1, "Data is nil");
+    expectError(fromBytes, 1, "Data is nil");
+}
+
+TEST_F(TBXMLErrors, DocumentWithoutRoot)
+{
+    for (std::string_view xml :
+         {std::string_view("<?xml version='1.0'?>\n<!-- only a comment -->"), std::string_view("no markup at all"),
+          std::string_view("\0<a/>", 5), std::string_view("<a")}) {
+        platform::Error error;
+        const TBXML doc(xml, &error);
+        EXPECT_EQ(doc.rootXMLElement(), nullptr);
+        expectError(error, 2, "Decode failure");
+
+        // Nothing found is nothing to crash on.
+        EXPECT_EQ(TBXML::childElementNamed("a", doc.rootXMLElement()), nullptr);
+        EXPECT_EQ(TBXML::nextSiblingNamed("a", doc.rootXMLElement()), nullptr);
+        EXPECT_EQ(TBXML::elementName(doc.rootXMLElement()), "");
+        EXPECT_EQ(TBXML::textForElement(doc.rootXMLElement()), "");
+        EXPECT_EQ(TBXML::valueOfAttributeNamed("a", doc.rootXMLElement()), std::nullopt);
+    }
+    const TBXML unasked{std::string_view("<!-- -->")};
+    EXPECT_EQ(unasked.rootXMLElement(), nullptr);
+}
+
+TEST_F(TBXMLErrors, QueriesWithAnErrorPlace)
+{
+    const TBXML doc(std::string_view("<a k='v'><b/><c>t</c></a>"));
+    const TBXMLElement* a = doc.rootXMLElement();
+    struct {
+        std::function<void(platform::Error*)> query;
+        int code;
+        const char* text;
+    } const cases[] = {
+        {[](platform::Error* e) { EXPECT_EQ(TBXML::childElementNamed("b", nullptr, e), nullptr); }, 5,
+         "Element is nil"},
+        {[&](platform::Error* e) { EXPECT_EQ(TBXML::childElementNamed("x", a, e), nullptr); }, 7, "Element not found"},
+        {[](platform::Error* e) { EXPECT_EQ(TBXML::textForElement(nullptr, e), ""); }, 5, "Element is nil"},
+        {[&](platform::Error* e) { EXPECT_EQ(TBXML::textForElement(a->firstChild, e), ""); }, 8, "Element text is nil"},
+        {[](platform::Error* e) { EXPECT_EQ(TBXML::valueOfAttributeNamed("k", nullptr, e), std::nullopt); }, 5,
+         "Element is nil"},
+        {[&](platform::Error* e) { EXPECT_EQ(TBXML::valueOfAttributeNamed({}, a, e), std::nullopt); }, 10,
+         "Attribute name is nil"},
+        {[&](platform::Error* e) { EXPECT_EQ(TBXML::valueOfAttributeNamed("x", a, e), std::nullopt); }, 11,
+         "Attribute not found"},
+    };
+    for (const auto& c : cases) {
+        platform::Error error;
+        c.query(&error);
+        expectError(error, c.code, c.text);
+    }
+
+    platform::Error untouched;
+    EXPECT_EQ(TBXML::childElementNamed("c", a, &untouched), a->firstChild->nextSibling);
+    EXPECT_EQ(TBXML::textForElement(a->firstChild->nextSibling, &untouched), "t");
+    EXPECT_EQ(TBXML::valueOfAttributeNamed("k", a, &untouched), "v");
+    EXPECT_EQ(untouched.code, 0);
+}
+
+TEST_F(TBXMLErrors, DescriptionsOfEveryCode)
+{
+    const char* const texts[] = {
+        "No Error Description!",    "Data is nil",           "Decode failure",        "Unable to allocate memory",
+        "File not found in bundle", "Element is nil",        "Element name is nil",   "Element not found",
+        "Element text is nil",      "Attribute is nil",      "Attribute name is nil", "Attribute not found",
+        "Parameter name is nil",    "No Error Description!",
+    };
+    for (int code = 0; code < static_cast<int>(std::size(texts)); ++code)
+        EXPECT_EQ(utf8(TBXML::errorDescription(code)), texts[code]) << code;
+    EXPECT_EQ(utf8(TBXML::errorDescription(-1)), "No Error Description!");
+}

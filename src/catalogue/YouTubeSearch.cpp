@@ -1,0 +1,120 @@
+#include "catalogue/YouTubeSearch.h"
+
+#include "catalogue/xml/TBXML.h"
+#include "platform/Log.h"
+
+#include <QEventLoop>
+#include <QTimer>
+
+#include <vector>
+
+using platform::Log;
+
+std::shared_ptr<YouTubeSearch> YouTubeSearch::create(const platform::ServiceEndpoints& endpoints)
+{
+    return std::shared_ptr<YouTubeSearch>(new YouTubeSearch(endpoints));
+}
+
+QString YouTubeSearch::escapeSearchWords(const QString& words)
+{
+    // Blanks, controls and the bytes no URL may hold are escaped, URL syntax is
+    // not; letters beyond ASCII go as percent-escaped UTF-8.
+    static const QByteArray unsafe = QByteArrayLiteral("\"%<>[\\]^`{|}");
+    QString escaped;
+    for (const char c : words.toUtf8()) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte <= 0x20 || byte >= 0x7F || unsafe.contains(c))
+            escaped += QStringLiteral("%%1").arg(byte, 2, 16, QLatin1Char('0')).toUpper();
+        else
+            escaped += QLatin1Char(c);
+    }
+    return escaped;
+}
+
+void YouTubeSearch::searchStart()
+{
+    videos_.set({});
+    done_ = false;
+
+    QUrl address = endpoints_.feed;
+    address.setPath(QStringLiteral("/feeds/api/videos"));
+    const auto started = std::make_shared<const QUrl>(
+        QUrl(address.toString() + QStringLiteral("?alt=rss&q=") + escapeSearchWords(searchString())));
+    currentUrl_.set(started);
+
+    downloadOffset_.set(0.5);
+    downloadCount_.set(26.0);
+    updateEvent(*this);
+
+    queue_.post([self = shared_from_this(), started] {
+        self->complete(started, platform::BlockingHttp::get(*started));
+    });
+}
+
+void YouTubeSearch::fail(const platform::Error& error)
+{
+    Log::line(QStringLiteral("Error(%1): %2").arg(error.code).arg(error.description));
+    errorEvent(*this, error);
+}
+
+void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started, const platform::HttpResponse& response)
+{
+    if (isStale(started))
+        return; // the newer search owns done
+    downloadOffset_.set(0.75);
+    updateEvent(*this);
+
+    if (response.error) {
+        fail(*response.error);
+        done_ = true;
+        return;
+    }
+    const QString body = QString::fromUtf8(response.body);
+    if (response.status != 200) {
+        fail({QStringLiteral("YouTubeSearch::response"), response.status,
+              QStringLiteral("YouTubeSearch::response error %1").arg(response.status)});
+        done_ = true;
+        return;
+    }
+
+    Log::line(body);
+    // A body that is no XML has no root: a feed without items.
+    const TBXML document(body);
+    const TBXMLElement* root = document.rootXMLElement();
+    const TBXMLElement* channel = root ? root->firstChild : nullptr;
+    std::vector<const TBXMLElement*> items;
+    for (const TBXMLElement* item = TBXML::childElementNamed("item", channel); item;
+         item = TBXML::nextSiblingNamed("item", item))
+        items.push_back(item);
+
+    if (isStale(started))
+        return;
+    downloadCount_.set(static_cast<double>(items.size()));
+    downloadOffset_.set(1.0);
+    updateEvent(*this);
+
+    for (const TBXMLElement* item : items) {
+        if (isStale(started))
+            return;
+        const std::shared_ptr<YouTubeVideo> video = YouTubeVideo::initFromXML(item, endpoints_.parserService);
+        videos_.update([&](auto& videos) { videos.append(video); });
+        if (isStale(started))
+            return;
+        downloadOffset_.update([](double& offset) { offset += 1.0; });
+        updateEvent(*this);
+    }
+
+    if (isStale(started))
+        return;
+    newVideosEvent(*this, static_cast<qulonglong>(videos().size()));
+    done_ = true;
+}
+
+void YouTubeSearch::waitForFinish() const
+{
+    while (!isDone()) {
+        QEventLoop loop;
+        QTimer::singleShot(20, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+}

@@ -1,0 +1,217 @@
+#include "catalogue/YouTubeVideo.h"
+
+#include "catalogue/xml/TBXML.h"
+#include "core/youtube_error.h"
+#include "core/youtube_parser.h"
+#include "platform/BlockingHttp.h"
+#include "platform/Log.h"
+#include "platform/WorkerPool.h"
+
+#include <limits>
+
+using platform::Log;
+
+namespace {
+
+// An attribute's leading integer: blanks, a sign, digits; 0 when there are none.
+qint64 leadingInteger(const QString& text)
+{
+    qsizetype i = 0;
+    while (i < text.size() && text[i].isSpace())
+        ++i;
+    bool negative = false;
+    if (i < text.size() && (text[i] == QLatin1Char('-') || text[i] == QLatin1Char('+')))
+        negative = text[i++] == QLatin1Char('-');
+    qint64 value = 0;
+    for (; i < text.size() && text[i] >= QLatin1Char('0') && text[i] <= QLatin1Char('9'); ++i) {
+        const int digit = text[i].unicode() - '0';
+        if (value > (std::numeric_limits<qint64>::max() - digit) / 10)
+            return negative ? std::numeric_limits<qint64>::min() : std::numeric_limits<qint64>::max();
+        value = value * 10 + digit;
+    }
+    return negative ? -value : value;
+}
+
+} // namespace
+
+QImage YouTubeVideo::fetchImage(const QUrl& url)
+{
+    const platform::HttpResponse response = platform::BlockingHttp::get(url);
+    QImage image;
+    if (!response.error && !response.body.isEmpty())
+        image.loadFromData(response.body);
+    return image;
+}
+
+std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item, const QUrl& parserService)
+{
+    std::shared_ptr<YouTubeVideo> video(new YouTubeVideo(parserService));
+    video->setTitle(TBXML::stringByDecodingXMLEntities(TBXML::textForElement(TBXML::childElementNamed("title", item))));
+    const QString description =
+        TBXML::stringByDecodingXMLEntities(TBXML::textForElement(TBXML::childElementNamed("description", item)));
+    video->setDescription(description);
+    Log::line(QStringLiteral("description: ") + description);
+
+    // The link's query keeps its "&amp;" in the feed; nothing else is decoded.
+    QString link = TBXML::textForElement(TBXML::childElementNamed("link", item));
+    link.replace(QLatin1String("&amp;"), QLatin1String("&"));
+    video->setLink(QUrl(link));
+
+    const TBXMLElement* group = TBXML::childElementNamed("media:group", item);
+    const std::optional<QString> thumbnail =
+        TBXML::valueOfAttributeNamed("url", TBXML::childElementNamed("media:thumbnail", group));
+    const QImage image = thumbnail ? fetchImage(QUrl(*thumbnail)) : QImage();
+    if (image.isNull())
+        Log::line(QStringLiteral(" NSImage is null"));
+    video->setThumbnail(image);
+
+    const std::optional<QString> seconds =
+        TBXML::valueOfAttributeNamed("seconds", TBXML::childElementNamed("yt:duration", group));
+    video->setSeconds(seconds ? leadingInteger(*seconds) : 0);
+    return video;
+}
+
+std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromURL(const QUrl& link, const QUrl& parserService)
+{
+    std::shared_ptr<YouTubeVideo> video(new YouTubeVideo(parserService));
+    video->setLink(link);
+    return video;
+}
+
+std::optional<QString> YouTubeVideo::loadHTML()
+{
+    if (const auto html = html_.get())
+        return html;
+    const platform::HttpResponse response = platform::BlockingHttp::get(link());
+    if (!response.ok())
+        return std::nullopt;
+    const QString html = QString::fromUtf8(response.body);
+    html_.set(html);
+    return html;
+}
+
+void YouTubeVideo::parseUrls()
+{
+    setLoading(true);
+    const std::optional<QString> html = loadHTML();
+    if (!html) {
+        setLoading(false);
+        return;
+    }
+    if (!Urls().isEmpty()) {
+        setLoading(false);
+        return;
+    }
+
+    std::shared_ptr<parser_result> result;
+    try {
+        result = youtube_parser::parse_html_remote(html->toStdString(), parserService_.toString().toStdString(), true);
+    } catch (const youtube_error&) {
+        throw;
+    } catch (const std::exception& e) {
+        // What the page did to the parser reaches the user like a notice would.
+        throw youtube_error(std::string("The video page could not be read (") + e.what() + ").");
+    }
+
+    StreamList urls;
+    QStringList labels;
+    QMap<QString, StreamList> sorted;
+    for (const result_url& stream : result->urls) {
+        const std::shared_ptr<YouTubeUrl> u = YouTubeUrl::init(stream);
+        urls.append(u);
+        Log::line(u->url().toString());
+        const QString label = u->localizedQuality();
+        if (!labels.contains(label))
+            labels.append(label);
+        sorted[label].append(u);
+    }
+    setUrls(urls);
+    setLocalizedQualitys(labels);
+    setSortedUrls(sorted);
+
+    // Without streams the feed's fields stay as they were.
+    if (!result->urls.empty()) {
+        // Both may carry zero bytes after their text.
+        setTitle(QString::fromUtf8(result->title.c_str()));
+        constexpr auto most = static_cast<std::uint64_t>(std::numeric_limits<qint64>::max());
+        setSeconds(static_cast<qint64>(std::min(result->length_seconds, most)));
+        setDescription(QString::fromUtf8(result->description.c_str()));
+    }
+
+    if (!result->thumbnail.empty()) {
+        const QString text = QString::fromStdString(result->thumbnail);
+        const QUrl url(text, QUrl::StrictMode);
+        Log::line(QStringLiteral("thumbnail url: ") + text);
+        if (!url.isValid())
+            Log::line(QStringLiteral("url ist null"));
+        const QImage image = url.isValid() ? fetchImage(url) : QImage();
+        if (image.isNull())
+            Log::line(QStringLiteral("thumbnail ist null"));
+        setThumbnail(image);
+    }
+    setLoading(false);
+}
+
+void YouTubeVideo::parseUrlsAsync(std::function<void()> done, std::function<void(const youtube_error&)> onError)
+{
+    Log::line(QStringLiteral("parseUrlsAsny:"));
+    setLoading(true);
+    platform::WorkerPool::run([self = shared_from_this(), done = std::move(done), onError = std::move(onError)] {
+        try {
+            self->parseUrls();
+            if (done)
+                done();
+        } catch (const youtube_error& e) {
+            if (onError)
+                onError(e);
+        }
+    });
+}
+
+int YouTubeVideo::GetQuality(const QString& quality)
+{
+    static const char* const ranks[] = {"small", "medium", "large", "hd720"};
+    for (int i = 0; i < 4; ++i)
+        if (quality == QLatin1String(ranks[i]))
+            return i;
+    return -1;
+}
+
+std::shared_ptr<YouTubeUrl> YouTubeVideo::UrlWithBestQuality() const
+{
+    int best = -1;
+    std::shared_ptr<YouTubeUrl> chosen;
+    for (const auto& u : Urls()) {
+        const int rank = GetQuality(u->quality());
+        if (rank > best) {
+            chosen = u;
+            best = rank;
+        } else if (rank == best && u->type().contains(QLatin1String("video/mp4"))) {
+            chosen = u;
+        }
+    }
+    return chosen;
+}
+
+std::shared_ptr<YouTubeUrl> YouTubeVideo::UrlWithLowestQuality() const
+{
+    int lowest = 99;
+    std::shared_ptr<YouTubeUrl> chosen;
+    for (const auto& u : Urls()) {
+        const int rank = GetQuality(u->quality());
+        if (rank < lowest) {
+            chosen = u;
+            lowest = rank;
+        }
+        Log::line(u->type());
+    }
+    return chosen;
+}
+
+std::shared_ptr<YouTubeUrl> YouTubeVideo::FirstUrlWithQuality(const QString& label) const
+{
+    for (const auto& u : Urls())
+        if (QStringLiteral("%1 (%2)").arg(u->quality(), u->type()) == label)
+            return u;
+    return nullptr;
+}

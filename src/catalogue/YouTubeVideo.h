@@ -1,0 +1,90 @@
+#pragma once
+
+#include "catalogue/YouTubeUrl.h"
+#include "platform/Property.h"
+
+#include <QImage>
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+
+struct TBXMLElement;
+class youtube_error;
+
+// One video of the service: made from a search-feed item or from a watch-page
+// address; its streams are extracted on demand, once, and ranked by quality.
+class YouTubeVideo : public std::enable_shared_from_this<YouTubeVideo> {
+public:
+    using StreamList = QList<std::shared_ptr<YouTubeUrl>>;
+
+    // parserService: the whole address of the parser service.
+    static std::shared_ptr<YouTubeVideo> initFromXML(const TBXMLElement* item, const QUrl& parserService);
+    static std::shared_ptr<YouTubeVideo> initFromURL(const QUrl& link, const QUrl& parserService);
+
+    // The watch page, fetched on the first call; nothing unless it came with status 200.
+    std::optional<QString> loadHTML();
+    // Extracts the streams, at most once per record; blocks. Throws youtube_error,
+    // also for a page the parser cannot read.
+    void parseUrls();
+    // parseUrls on the shared worker pool, then done, or onError with the error.
+    // Both run on the worker thread.
+    void parseUrlsAsync(std::function<void()> done, std::function<void(const youtube_error&)> onError);
+
+    // The highest-ranked stream, an MP4 one among equals (the last); none when no
+    // stream has a known rank, unless one of unknown rank is MP4.
+    std::shared_ptr<YouTubeUrl> UrlWithBestQuality() const;
+    // The lowest-ranked stream, the first among equals; unknown ranks count lowest.
+    std::shared_ptr<YouTubeUrl> UrlWithLowestQuality() const;
+    // The first stream whose "quality (type)" text equals label.
+    std::shared_ptr<YouTubeUrl> FirstUrlWithQuality(const QString& label) const;
+    // "small" 0, "medium" 1, "large" 2, "hd720" 3, anything else -1.
+    static int GetQuality(const QString& quality);
+
+    QString title() const { return title_.get(); }
+    void setTitle(const QString& title) { title_.set(title); }
+    QUrl link() const { return link_.get(); }
+    void setLink(const QUrl& link) { link_.set(link); }
+    StreamList Urls() const { return urls_.get(); }
+    void setUrls(const StreamList& urls) { urls_.set(urls); }
+    bool isLoading() const { return loading_; }
+    void setLoading(bool loading) { loading_ = loading; }
+    qint64 seconds() const { return seconds_; }
+    void setSeconds(qint64 seconds) { seconds_ = seconds; }
+    QImage thumbnail() const { return thumbnail_.get(); }
+    void setThumbnail(const QImage& image) { thumbnail_.set(image); }
+    QImage bigThumbnail() const { return bigThumbnail_.get(); }
+    void setBigThumbnail(const QImage& image) { bigThumbnail_.set(image); }
+    QMap<QString, StreamList> SortedUrls() const { return sortedUrls_.get(); }
+    void setSortedUrls(const QMap<QString, StreamList>& sorted) { sortedUrls_.set(sorted); }
+    QString description() const { return description_.get(); }
+    void setDescription(const QString& description) { description_.set(description); }
+    QStringList localizedQualitys() const { return localizedQualitys_.get(); }
+    void setLocalizedQualitys(const QStringList& labels) { localizedQualitys_.set(labels); }
+
+    QUrl parserService() const { return parserService_; }
+
+private:
+    explicit YouTubeVideo(const QUrl& parserService) : parserService_(parserService) {}
+
+    static QImage fetchImage(const QUrl& url);
+
+    const QUrl parserService_;
+    platform::Property<QString> title_;
+    platform::Property<QUrl> link_;
+    platform::Property<std::optional<QString>> html_;
+    platform::Property<StreamList> urls_;
+    std::atomic<bool> loading_{false};
+    std::atomic<qint64> seconds_{0};
+    platform::Property<QImage> thumbnail_;
+    platform::Property<QImage> bigThumbnail_;
+    platform::Property<QMap<QString, StreamList>> sortedUrls_;
+    platform::Property<QString> description_;
+    platform::Property<QStringList> localizedQualitys_;
+};

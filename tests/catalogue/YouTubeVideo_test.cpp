@@ -1,0 +1,294 @@
+#include "catalogue/YouTubeVideo.h"
+
+#include "catalogue/xml/TBXML.h"
+#include "catalogue_server.h"
+#include "core/youtube_error.h"
+#include "platform/Log.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QThread>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <mutex>
+
+namespace {
+
+// Everything logged while it lives.
+class log_capture {
+public:
+    log_capture()
+    {
+        platform::Log::setSink([this](const QString& line) {
+            std::lock_guard lock(mutex_);
+            lines_.append(line);
+        });
+    }
+    ~log_capture() { platform::Log::setSink(nullptr); }
+    QStringList lines() const
+    {
+        std::lock_guard lock(mutex_);
+        return lines_;
+    }
+
+private:
+    mutable std::mutex mutex_;
+    QStringList lines_;
+};
+
+std::shared_ptr<YouTubeUrl> stream(const char* quality, const char* type)
+{
+    return YouTubeUrl::init({std::string("http://h/") + quality, quality, type});
+}
+
+std::shared_ptr<YouTubeVideo> with_streams(std::initializer_list<std::shared_ptr<YouTubeUrl>> streams)
+{
+    auto video = YouTubeVideo::initFromURL(QUrl("http://h/watch?v=x"), QUrl());
+    video->setUrls(YouTubeVideo::StreamList(streams));
+    return video;
+}
+
+void spin_until(const std::function<bool()>& done)
+{
+    for (int i = 0; i < 500 && !done(); ++i) {
+        QEventLoop loop;
+        QTimer::singleShot(10, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+}
+
+} // namespace
+
+TEST(StreamChoice, BestPrefersRankThenTheLastMp4)
+{
+    const auto medium_webm = stream("medium", "video/webm");
+    const auto medium_mp4 = stream("medium", "video/mp4");
+    const auto large_flv = stream("large", "video/x-flv");
+    const auto large_mp4 = stream("large", "video/mp4");
+    const auto large_mp4_again = stream("large", "video/mp4; codecs=\"avc1\"");
+    const auto video = with_streams({medium_webm, medium_mp4, large_flv, large_mp4, large_mp4_again});
+    EXPECT_EQ(video->UrlWithBestQuality(), large_mp4_again);
+    EXPECT_EQ(video->UrlWithLowestQuality(), medium_webm);
+
+    // Without an MP4 among the best, the first of them.
+    const auto hd_webm = stream("hd720", "video/webm");
+    const auto hd_flv = stream("hd720", "video/x-flv");
+    EXPECT_EQ(with_streams({medium_mp4, hd_webm, hd_flv})->UrlWithBestQuality(), hd_webm);
+    // "contains", not "begins with".
+    const auto odd_mp4 = stream("hd720", "x-video/mp4");
+    EXPECT_EQ(with_streams({hd_webm, odd_mp4})->UrlWithBestQuality(), odd_mp4);
+}
+
+TEST(StreamChoice, UnknownQualitiesRankBelowSmall)
+{
+    const auto small_webm = stream("small", "video/webm");
+    const auto odd_mp4 = stream("hd1080", "video/mp4");
+    const auto video = with_streams({small_webm, odd_mp4});
+    EXPECT_EQ(video->UrlWithBestQuality(), small_webm);
+    EXPECT_EQ(video->UrlWithLowestQuality(), odd_mp4);
+
+    EXPECT_EQ(with_streams({stream("HD720", "video/webm"), stream("", "video/x-flv")})->UrlWithBestQuality(), nullptr);
+    EXPECT_EQ(with_streams({stream("HD720", "video/webm"), odd_mp4})->UrlWithBestQuality(), odd_mp4);
+    EXPECT_EQ(with_streams({})->UrlWithBestQuality(), nullptr);
+    EXPECT_EQ(with_streams({})->UrlWithLowestQuality(), nullptr);
+}
+
+TEST(StreamChoice, RanksAndLabels)
+{
+    EXPECT_EQ(YouTubeVideo::GetQuality("small"), 0);
+    EXPECT_EQ(YouTubeVideo::GetQuality("medium"), 1);
+    EXPECT_EQ(YouTubeVideo::GetQuality("large"), 2);
+    EXPECT_EQ(YouTubeVideo::GetQuality("hd720"), 3);
+    EXPECT_EQ(YouTubeVideo::GetQuality("HD720"), -1);
+    EXPECT_EQ(YouTubeVideo::GetQuality(""), -1);
+
+    const auto mp4 = stream("medium", "video/mp4");
+    const auto video = with_streams({stream("small", "video/3gpp"), mp4, stream("medium", "video/mp4")});
+    EXPECT_EQ(video->FirstUrlWithQuality("medium (video/mp4)"), mp4);
+    EXPECT_EQ(video->FirstUrlWithQuality("Medium (MP4)"), nullptr);
+}
+
+class VideoRecord : public ::testing::Test {
+protected:
+    catalogue_server service;
+    log_capture log;
+    const QUrl parser = QUrl(QString::fromStdString(service.base() + "/cgi-bin/zor.parser"));
+
+    std::string page_with_local_thumbnail() const
+    {
+        std::string page = catalogue_server::data_file("watch/streams.html");
+        const std::string remote = "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg";
+        page.replace(page.find(remote), remote.size(), service.thumbnail_url("page"));
+        return page;
+    }
+
+    std::shared_ptr<YouTubeVideo> from_feed(const feed_item& item)
+    {
+        const TBXML document(QString::fromStdString(service.feed({item})));
+        const TBXMLElement* channel = document.rootXMLElement()->firstChild;
+        return YouTubeVideo::initFromXML(TBXML::childElementNamed("item", channel), parser);
+    }
+};
+
+TEST_F(VideoRecord, FeedItemFields)
+{
+    const auto video = from_feed({"abc", "Tom &amp; Jerry &#8211; &quot;Chase&quot;", "Caf\xC3\xA9 &lt;b&gt;", "213"});
+    EXPECT_EQ(video->title(), QString::fromUtf8("Tom & Jerry \u2013 \"Chase\""));
+    EXPECT_EQ(video->description(), QString::fromUtf8("Caf\u00e9 <b>"));
+    EXPECT_EQ(video->link().toString(), QString::fromStdString(service.watch_url("abc") + "&feature=youtube_gdata"));
+    EXPECT_EQ(video->link().query(), "v=abc&feature=youtube_gdata");
+    EXPECT_EQ(video->seconds(), 213);
+    EXPECT_EQ(video->thumbnail().size(), QSize(4, 3));
+    EXPECT_FALSE(video->isLoading());
+    EXPECT_TRUE(video->Urls().isEmpty());
+    EXPECT_TRUE(log.lines().contains(QString::fromUtf8("description: Caf\u00e9 <b>")));
+    EXPECT_EQ(service.count("/thumb/abc.png"), 1u);
+}
+
+TEST_F(VideoRecord, FeedItemWithoutPictureOrLength)
+{
+    const auto video = from_feed({"missing", "T", "", "n/a"});
+    EXPECT_TRUE(video->thumbnail().isNull());
+    EXPECT_EQ(video->seconds(), 0);
+    EXPECT_TRUE(log.lines().contains(" NSImage is null"));
+
+    // An item that lacks everything but a title leaves the rest empty.
+    const TBXML bare(QStringLiteral("<rss><channel><item><title>Only</title></item></channel></rss>"));
+    const auto only = YouTubeVideo::initFromXML(TBXML::childElementNamed("item", bare.rootXMLElement()->firstChild), parser);
+    EXPECT_EQ(only->title(), "Only");
+    EXPECT_TRUE(only->link().isEmpty());
+    EXPECT_EQ(only->seconds(), 0);
+}
+
+TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
+{
+    service.set_page("x", page_with_local_thumbnail());
+    const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("x"))), parser);
+    EXPECT_TRUE(video->title().isNull());
+
+    video->parseUrls();
+    ASSERT_EQ(video->Urls().size(), 5);
+    EXPECT_FALSE(video->isLoading());
+    EXPECT_EQ(video->title(), QString::fromUtf8("Tom & Jerry \u2013 \"The Chase\""));
+    EXPECT_EQ(video->seconds(), 213);
+    EXPECT_TRUE(video->description().startsWith(QString::fromUtf8("Caf\u00e9 scenes")));
+    EXPECT_EQ(video->localizedQualitys(), QStringList({"hd720", "Medium", "Small"}));
+    EXPECT_EQ(video->SortedUrls().value("hd720").size(), 2);
+    EXPECT_EQ(video->SortedUrls().value("Medium").size(), 2);
+    EXPECT_EQ(video->SortedUrls().value("Medium").first(), video->Urls()[2]);
+    EXPECT_EQ(video->thumbnail().size(), QSize(4, 3));
+    EXPECT_EQ(video->UrlWithBestQuality(), video->Urls()[1]);
+    EXPECT_EQ(video->UrlWithLowestQuality(), video->Urls()[4]);
+
+    const QStringList lines = log.lines();
+    EXPECT_TRUE(lines.contains(video->Urls()[0]->url().toString()));
+    EXPECT_TRUE(lines.contains(QString::fromStdString("thumbnail url: " + service.thumbnail_url("page"))));
+
+    video->parseUrls();
+    EXPECT_EQ(video->Urls().size(), 5);
+    EXPECT_EQ(service.count("/watch"), 1u);
+    EXPECT_EQ(service.count("/cgi-bin/zor.parser"), 1u);
+}
+
+TEST_F(VideoRecord, ServiceRecordWithoutStreamsKeepsTheFeedFields)
+{
+    parser_result empty;
+    empty.title = "From the service";
+    empty.length_seconds = 99;
+    service.set_parser_reply("DONE: " + save_parser_result(empty));
+    service.set_page("abc", "<html>a page</html>");
+    const auto video = from_feed({"abc", "Feed title", "Feed text", "42"});
+    video->parseUrls();
+    EXPECT_TRUE(video->Urls().isEmpty());
+    EXPECT_EQ(video->title(), "Feed title");
+    EXPECT_EQ(video->description(), "Feed text");
+    EXPECT_EQ(video->seconds(), 42);
+}
+
+TEST_F(VideoRecord, ServiceStreamsReplaceTheFeedFields)
+{
+    parser_result served;
+    served.title = std::string("Served title\0\0", 14);
+    served.description = "Served text";
+    served.length_seconds = 7;
+    served.urls.push_back({"http://h/v?itag=22&type=video/mp4;+codecs=\"avc1\"&", "hd720", "video/mp4"});
+    served.thumbnail = service.thumbnail_url("missing");
+    service.set_parser_reply("DONE: " + save_parser_result(served));
+    service.set_page("abc", "<html>a page</html>");
+    const auto video = from_feed({"abc", "Feed title", "Feed text", "42"});
+    ASSERT_FALSE(video->thumbnail().isNull());
+    video->parseUrls();
+    ASSERT_EQ(video->Urls().size(), 1);
+    EXPECT_EQ(video->Urls()[0]->url().toString(QUrl::FullyEncoded),
+              "http://h/v?itag=22&type=video/mp4;+codecs=%22avc1%22&");
+    EXPECT_EQ(video->title(), "Served title");
+    EXPECT_EQ(video->description(), "Served text");
+    EXPECT_EQ(video->seconds(), 7);
+    // The service's picture replaces the feed's, even when it cannot be had.
+    EXPECT_TRUE(video->thumbnail().isNull());
+    EXPECT_TRUE(log.lines().contains("thumbnail ist null"));
+}
+
+TEST_F(VideoRecord, PageNotThereEndsQuietly)
+{
+    service.set_page("gone", "<html>removed</html>", 404);
+    const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("gone"))), parser);
+    video->parseUrls();
+    EXPECT_TRUE(video->Urls().isEmpty());
+    EXPECT_FALSE(video->isLoading());
+    EXPECT_FALSE(video->loadHTML());
+    EXPECT_EQ(service.count("/cgi-bin/zor.parser"), 0u);
+}
+
+TEST_F(VideoRecord, ServiceVerdictReachesTheErrorCallback)
+{
+    service.set_parser_reply("YERR: This video is private.");
+    service.set_page("p", "<html>private</html>");
+    const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("p"))), parser);
+
+    std::atomic<bool> finished{false};
+    std::string message;
+    QThread* thread = nullptr;
+    video->parseUrlsAsync([&] { finished = true; },
+                          [&](const youtube_error& e) {
+                              message = e.what();
+                              thread = QThread::currentThread();
+                              finished = true;
+                          });
+    EXPECT_TRUE(video->isLoading());
+    spin_until([&] { return finished.load(); });
+    ASSERT_TRUE(finished);
+    EXPECT_EQ(message, "This video is private.");
+    EXPECT_NE(thread, QCoreApplication::instance()->thread());
+    // Left loading, as the error path has always done.
+    EXPECT_TRUE(video->isLoading());
+    EXPECT_TRUE(video->Urls().isEmpty());
+    EXPECT_TRUE(log.lines().contains("parseUrlsAsny:"));
+}
+
+TEST_F(VideoRecord, UnreadablePageIsAYoutubeError)
+{
+    service.set_parser_reply("garbage");
+    service.set_page("bad", R"("url_encoded_fmt_stream_map": "url=http%3A%2F%2Fh%2Fa\u0026type=video%2Fmp4")");
+    const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("bad"))), parser);
+    try {
+        video->parseUrls();
+        FAIL() << "no youtube_error";
+    } catch (const youtube_error& e) {
+        EXPECT_STREQ(e.what(), "The video page could not be read (map::at:  key not found).");
+    }
+}
+
+TEST_F(VideoRecord, AsyncCompletionAfterStreams)
+{
+    service.set_page("x", page_with_local_thumbnail());
+    const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("x"))), parser);
+    std::atomic<bool> finished{false};
+    video->parseUrlsAsync([&] { finished = true; }, nullptr);
+    spin_until([&] { return finished.load(); });
+    ASSERT_TRUE(finished);
+    EXPECT_EQ(video->Urls().size(), 5);
+    EXPECT_FALSE(video->isLoading());
+}

@@ -1,5 +1,7 @@
 #include "platform/MainThread.h"
 
+#include "platform/ThreadHandoff.h"
+
 #include <QCoreApplication>
 #include <QThread>
 
@@ -7,15 +9,28 @@ namespace platform {
 
 void MainThread::post(std::function<void()> work)
 {
-    QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(work), Qt::QueuedConnection);
+    std::function<void()> task = [work = std::move(work)] {
+        handoff::received();
+        work();
+    };
+    handoff::sent();
+    QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(task), Qt::QueuedConnection);
 }
 
 void MainThread::invokeAndWait(const std::function<void()>& work)
 {
-    if (isCurrent())
+    if (isCurrent()) {
         work();
-    else
-        QMetaObject::invokeMethod(QCoreApplication::instance(), work, Qt::BlockingQueuedConnection);
+        return;
+    }
+    std::function<void()> task = [&work] {
+        handoff::received();
+        work();
+        handoff::sent();
+    };
+    handoff::sent();
+    QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(task), Qt::BlockingQueuedConnection);
+    handoff::received();
 }
 
 bool MainThread::isCurrent()

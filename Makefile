@@ -20,6 +20,8 @@ run: build
 	@echo "  src/core        stream descriptor (youtube_url), watch-page parser (youtube_parser),"
 	@echo "                  HTML character-reference decoder, parser service exchange"
 	@echo "  src/core/fetch  the URL reader (urdl): HTTP/1.0 and file URLs"
+	@echo "  src/platform    events, threads, blocking GET, folders, log, texts, endpoints"
+	@echo "  src/catalogue   video records and streams, the search feed client, the XML reader"
 	@echo "  tests/          unit and loopback network tests               -> make test"
 	@echo "  bench/          watch-page parser throughput                  -> make bench"
 	@echo "  fuzz/           libFuzzer targets for every parser            -> make fuzz"
@@ -65,6 +67,7 @@ bench: build
 FUZZ_TARGETS := $(patsubst fuzz/fuzz_%.cpp,%,$(wildcard fuzz/fuzz_*.cpp))
 SEEDS_watch_page := tests/data/watch
 SEEDS_parser_result_archive := tests/data/parser_result
+SEEDS_tbxml := tests/data/feeds
 
 fuzz: $(addprefix fuzz-,$(FUZZ_TARGETS))
 

@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 constexpr int kRecordsPerBlock = 100;
@@ -23,6 +27,8 @@ struct AttributeBlock {
     AttributeBlock* previous;
 };
 
+// The walk never writes a zero ahead of where it is, so from there on the first zero byte is the
+// document's end, and the C string searches below stop exactly at it.
 constexpr std::string_view kCommentOpen = "<!--";
 constexpr std::string_view kCommentClose = "-->";
 constexpr std::string_view kCdataOpen = "<![CDATA[";
@@ -34,19 +40,20 @@ inline bool isBlank(char c)
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-inline bool startsWith(const char* p, const char* end, std::string_view s)
+inline bool startsWith(const char* p, std::string_view marker)
 {
-    return static_cast<std::size_t>(end - p) >= s.size() && std::memcmp(p, s.data(), s.size()) == 0;
+    return std::strncmp(p, marker.data(), marker.size()) == 0;
 }
 
-inline char* findText(char* from, const char* end, std::string_view s)
+// `marker` is one of the literals above, so its data is zero-terminated.
+inline char* findText(char* from, std::string_view marker)
 {
-    return static_cast<char*>(::memmem(from, static_cast<std::size_t>(end - from), s.data(), s.size()));
+    return std::strstr(from, marker.data());
 }
 
-inline char* findByte(char* from, const char* end, char c)
+inline char* endOf(char* s)
 {
-    return static_cast<char*>(std::memchr(from, c, static_cast<std::size_t>(end - from)));
+    return s + std::strlen(s);
 }
 
 // Moves [from, to) down to `to_`, which is never above `from`; returns the end of the moved bytes.
@@ -58,42 +65,61 @@ inline char* moveDown(char* to_, char* from, char* to)
     return to_ + n;
 }
 
-// The first '>' or '<' at or after `from`, stepping over CDATA sections; null when the tag never ends.
-char* findTagEnd(char* from, const char* end)
+// The first byte at or after `p` that is `a`, `b` or zero. `limit` is one past the buffer, whose
+// last byte is a zero; it only keeps the block-wise reads inside.
+inline char* findEither(char* p, const char* limit, char a, char b)
 {
-    for (char* q = from; q < end; ++q) {
-        if (*q == '>')
+#if defined(__SSE2__)
+    const __m128i va = _mm_set1_epi8(a);
+    const __m128i vb = _mm_set1_epi8(b);
+    const __m128i zero = _mm_setzero_si128();
+    for (; limit - p >= 16; p += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i hit =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb)), _mm_cmpeq_epi8(v, zero));
+        if (const int mask = _mm_movemask_epi8(hit))
+            return p + __builtin_ctz(static_cast<unsigned>(mask));
+    }
+#endif
+    while (*p != a && *p != b && *p)
+        ++p;
+    return p;
+}
+
+// The first '>' or '<' at or after `from`, stepping over CDATA sections; null when the tag never ends.
+char* findTagEnd(char* from, const char* limit)
+{
+    for (char* q = findEither(from, limit, '<', '>'); *q; q = findEither(q, limit, '<', '>')) {
+        if (*q == '>' || !startsWith(q, kCdataOpen))
             return q;
-        if (*q == '<') {
-            if (!startsWith(q, end, kCdataOpen))
-                return q;
-            char* close = findText(q + kCdataOpen.size(), end, kCdataClose);
-            if (!close)
-                return nullptr;
-            q = close + kCdataClose.size() - 1;
-        }
+        char* close = findText(q + kCdataOpen.size(), kCdataClose);
+        if (!close)
+            return nullptr;
+        q = close + kCdataClose.size();
     }
     return nullptr;
 }
 
-char* trim(char* text)
+// `end`, when known, is the text's terminating zero.
+char* trim(char* text, char* end)
 {
     while (isBlank(*text))
         ++text;
-    char* last = text + std::strlen(text);
-    while (last > text && isBlank(last[-1]))
-        *--last = '\0';
+    if (!end)
+        end = endOf(text);
+    while (end > text && isBlank(end[-1]))
+        *--end = '\0';
     return text;
 }
 
-// Drops every "<![CDATA[" ... "]]>" marker pair from the zero-terminated value [value, valueEnd).
+// Drops every "<![CDATA[" ... "]]>" marker pair from the value that ends at `valueEnd`.
 void stripCdataMarkers(char* value, char* valueEnd)
 {
     char* w = value;
     char* r = value;
     for (;;) {
-        char* open = findText(r, valueEnd, kCdataOpen);
-        char* close = open ? findText(open + kCdataOpen.size(), valueEnd, kCdataClose) : nullptr;
+        char* open = findText(r, kCdataOpen);
+        char* close = open ? findText(open + kCdataOpen.size(), kCdataClose) : nullptr;
         if (!close)
             break;
         w = moveDown(w, r, open);
@@ -104,6 +130,17 @@ void stripCdataMarkers(char* value, char* valueEnd)
         return;
     w = moveDown(w, r, valueEnd);
     *w = '\0';
+}
+
+// Whether the zero-terminated `stored` equals `name`, without running past a shorter `stored`.
+bool sameName(std::string_view name, const char* stored)
+{
+    for (char c : name) {
+        if (*stored != c || c == '\0')
+            return false;
+        ++stored;
+    }
+    return *stored == '\0';
 }
 
 } // namespace
@@ -142,12 +179,13 @@ void setError(platform::Error* error, int code)
 struct TBXML::Impl {
     char* bytes = nullptr;
     std::size_t bytesLength = 0;
+    const char* limit = nullptr; // one past the buffer
     TBXMLElement* root = nullptr;
 
     ElementBlock* currentElementBuffer = nullptr;
-    int currentElement = 0; // records handed out from the newest block
+    int currentElement = kRecordsPerBlock; // records handed out from the newest block
     AttributeBlock* currentAttributeBuffer = nullptr;
-    int currentAttribute = 0;
+    int currentAttribute = kRecordsPerBlock;
 
     Impl() = default;
     Impl(const Impl&) = delete;
@@ -156,11 +194,26 @@ struct TBXML::Impl {
 
     void init(std::string_view utf8, platform::Error* error);
     void decodeBytes();
-    TBXMLElement* nextElement();
-    TBXMLAttribute* nextAttribute();
-    char* liftCdata(char* open, char* end);
-    bool openElement(char* tagStart, char* tagEnd, bool selfClosing, TBXMLElement*& parent);
-    bool parseAttributes(TBXMLElement* element, char* from, char* to);
+    char* liftCdata(char* open);
+    TBXMLElement* openElement(char* tagStart, char* tagEnd, bool selfClosing, TBXMLElement*& parent);
+    bool parseAttributes(TBXMLElement* element, char* from);
+
+    TBXMLElement* nextElement()
+    {
+        if (currentElement == kRecordsPerBlock && !addElementBlock())
+            return nullptr;
+        return &currentElementBuffer->elements[currentElement++];
+    }
+
+    TBXMLAttribute* nextAttribute()
+    {
+        if (currentAttribute == kRecordsPerBlock && !addAttributeBlock())
+            return nullptr;
+        return &currentAttributeBuffer->attributes[currentAttribute++];
+    }
+
+    bool addElementBlock();
+    bool addAttributeBlock();
 };
 
 TBXML::Impl::~Impl()
@@ -178,34 +231,227 @@ TBXML::Impl::~Impl()
     }
 }
 
-TBXMLElement* TBXML::Impl::nextElement()
+bool TBXML::Impl::addElementBlock()
 {
-    if (!currentElementBuffer || currentElement == kRecordsPerBlock) {
-        auto* block = static_cast<ElementBlock*>(std::calloc(1, sizeof(ElementBlock)));
-        if (!block)
-            return nullptr;
-        block->previous = currentElementBuffer;
-        if (currentElementBuffer)
-            currentElementBuffer->next = block;
-        currentElementBuffer = block;
-        currentElement = 0;
-    }
-    return &currentElementBuffer->elements[currentElement++];
+    auto* block = static_cast<ElementBlock*>(std::calloc(1, sizeof(ElementBlock)));
+    if (!block)
+        return false;
+    block->previous = currentElementBuffer;
+    if (currentElementBuffer)
+        currentElementBuffer->next = block;
+    currentElementBuffer = block;
+    currentElement = 0;
+    return true;
 }
 
-TBXMLAttribute* TBXML::Impl::nextAttribute()
+bool TBXML::Impl::addAttributeBlock()
 {
-    if (!currentAttributeBuffer || currentAttribute == kRecordsPerBlock) {
-        auto* block = static_cast<AttributeBlock*>(std::calloc(1, sizeof(AttributeBlock)));
-        if (!block)
+    auto* block = static_cast<AttributeBlock*>(std::calloc(1, sizeof(AttributeBlock)));
+    if (!block)
+        return false;
+    block->previous = currentAttributeBuffer;
+    if (currentAttributeBuffer)
+        currentAttributeBuffer->next = block;
+    currentAttributeBuffer = block;
+    currentAttribute = 0;
+    return true;
+}
+
+// A run of CDATA sections in text, starting at `open`, becomes plain text: each section's content
+// takes the place of its markers, the text up to the next tag closes up behind it, and the bytes
+// thus freed before that tag turn into blanks (trimmed away later). Doing the whole run at once
+// keeps this linear however many sections follow each other. Returns the tag that ends the run,
+// or null when the walk has to stop (end of document, or a section that never closes).
+char* TBXML::Impl::liftCdata(char* open)
+{
+    char* w = open;
+    char* r = open;
+    for (;;) {
+        char* content = r + kCdataOpen.size();
+        char* close = findText(content, kCdataClose);
+        if (!close) {
+            if (r == open)
+                return nullptr;
+            // A later section never closes: it is kept as it stands, and the walk ends there.
+            char* end = endOf(r);
+            w = moveDown(w, r, end);
+            std::memset(w, ' ', static_cast<std::size_t>(end - w));
             return nullptr;
-        block->previous = currentAttributeBuffer;
-        if (currentAttributeBuffer)
-            currentAttributeBuffer->next = block;
-        currentAttributeBuffer = block;
-        currentAttribute = 0;
+        }
+        w = moveDown(w, content, close);
+        char* after = close + kCdataClose.size();
+        char* next = std::strchr(after, '<');
+        char* stop = next ? next : endOf(after);
+        w = moveDown(w, after, stop);
+        if (next && startsWith(next, kCdataOpen)) {
+            r = next;
+            continue;
+        }
+        std::memset(w, ' ', static_cast<std::size_t>(stop - w));
+        return next;
     }
-    return &currentAttributeBuffer->attributes[currentAttribute++];
+}
+
+// Attributes from `from` up to the tag's end, which is already a zero.
+bool TBXML::Impl::parseAttributes(TBXMLElement* element, char* from)
+{
+    enum { Between, InName, BeforeValue, InValue, InCdata } state = Between;
+    char* name = nullptr;
+    char* value = nullptr;
+    char quote = 0;
+    bool hasCdata = false;
+    TBXMLAttribute* last = nullptr;
+    for (char* q = from; *q; ++q) {
+        switch (state) {
+        case Between:
+            if (!isBlank(*q)) {
+                name = q;
+                state = InName;
+            }
+            break;
+        case InName:
+            if (isBlank(*q) || *q == '=') {
+                *q = '\0';
+                state = BeforeValue;
+            }
+            break;
+        case BeforeValue:
+            if (*q == '"' || *q == '\'') {
+                value = q + 1;
+                quote = *q;
+                hasCdata = false;
+                state = InValue;
+            }
+            break;
+        case InValue:
+            q = findEither(q, limit, quote, '<');
+            if (!*q)
+                return true;
+            if (*q == '<') {
+                if (startsWith(q, kCdataOpen)) {
+                    hasCdata = true;
+                    state = InCdata;
+                }
+                break;
+            }
+            *q = '\0';
+            if (hasCdata)
+                stripCdataMarkers(value, q);
+            if (TBXMLAttribute* attribute = nextAttribute()) {
+                attribute->name = name;
+                attribute->value = value;
+                if (last)
+                    last->next = attribute;
+                else
+                    element->firstAttribute = attribute;
+                last = attribute;
+            } else {
+                return false;
+            }
+            state = Between;
+            break;
+        case InCdata:
+            q = findText(q, kCdataClose);
+            if (!q)
+                return true;
+            state = InValue;
+            break;
+        }
+    }
+    return true;
+}
+
+// Returns the new element, or null when no record could be had.
+TBXMLElement* TBXML::Impl::openElement(char* tagStart, char* tagEnd, bool selfClosing, TBXMLElement*& parent)
+{
+    TBXMLElement* element = nextElement();
+    if (!element)
+        return nullptr;
+    if (!root)
+        root = element;
+    element->name = tagStart + 1;
+    element->parentElement = parent;
+    if (parent) {
+        if (parent->currentChild) {
+            parent->currentChild->nextSibling = element;
+            element->previousSibling = parent->currentChild;
+        } else {
+            parent->firstChild = element;
+        }
+        parent->currentChild = element;
+    }
+
+    for (char* q = element->name; *q; ++q) {
+        if (*q == ' ' || *q == '/' || *q == '\n') {
+            *q = '\0';
+            if (!parseAttributes(element, q + 1))
+                return nullptr;
+            break;
+        }
+    }
+
+    if (!selfClosing) {
+        parent = element;
+        if (tagEnd[1] != '>')
+            element->text = tagEnd + 1;
+    }
+    return element;
+}
+
+void TBXML::Impl::decodeBytes()
+{
+    TBXMLElement* parent = nullptr;
+    // The element whose start tag was the last tag read: its text, if any, ends at the next tag.
+    TBXMLElement* justOpened = nullptr;
+
+    char* p = std::strchr(bytes, '<');
+    while (p) {
+        if (p[1] == '!') {
+            if (startsWith(p, kCommentOpen)) {
+                char* close = findText(p + kCommentOpen.size(), kCommentClose);
+                if (!close)
+                    return;
+                p = std::strchr(close + kCommentClose.size(), '<');
+                continue;
+            }
+            if (startsWith(p, kCdataOpen)) {
+                p = liftCdata(p);
+                continue;
+            }
+        }
+
+        char* tagEnd = findTagEnd(p + 1, limit);
+        if (!tagEnd)
+            return;
+        // Before any zero lands in the tag: the name cut could overwrite this '/'.
+        const bool selfClosing = tagEnd[-1] == '/';
+        *tagEnd = '\0';
+        *p = '\0';
+
+        TBXMLElement* opened = nullptr;
+        switch (p[1]) {
+        case '!': // document type and other declarations
+        case '?': // the XML declaration and processing instructions
+            break;
+        case '/':
+            if (parent) {
+                if (parent->text)
+                    parent->text = trim(parent->text, parent == justOpened ? p : nullptr);
+                parent = parent->parentElement;
+                // Text beside child elements is dropped.
+                if (parent && parent->firstChild)
+                    parent->text = nullptr;
+            }
+            break;
+        default:
+            opened = openElement(p, tagEnd, selfClosing, parent);
+            if (!opened)
+                return;
+            break;
+        }
+        justOpened = opened && opened == parent ? opened : nullptr;
+        p = std::strchr(tagEnd + 1, '<');
+    }
 }
 
 void TBXML::Impl::init(std::string_view utf8, platform::Error* error)
@@ -222,193 +468,10 @@ void TBXML::Impl::init(std::string_view utf8, platform::Error* error)
     std::memcpy(bytes, utf8.data(), utf8.size());
     bytes[utf8.size()] = '\0';
     bytesLength = utf8.size();
+    limit = bytes + bytesLength + 1;
     decodeBytes();
     if (!root)
         setError(error, DecodeFailure);
-}
-
-// A run of CDATA sections in text, starting at `open`, becomes plain text: each section's content
-// takes the place of its markers, the text up to the next tag closes up behind it, and the bytes
-// thus freed before that tag turn into blanks (trimmed away later). Doing the whole run at once
-// keeps this linear however many sections follow each other. Returns the tag that ends the run,
-// or null when the walk has to stop (end of document, or a section that never closes).
-char* TBXML::Impl::liftCdata(char* open, char* end)
-{
-    char* w = open;
-    char* r = open;
-    char* runEnd = nullptr;
-    bool unclosed = false;
-    for (;;) {
-        char* content = r + kCdataOpen.size();
-        char* close = findText(content, end, kCdataClose);
-        if (!close) {
-            if (r == open)
-                return nullptr;
-            // A later section never closes: it is kept as it stands, and the walk ends there.
-            w = moveDown(w, r, end);
-            runEnd = end;
-            unclosed = true;
-            break;
-        }
-        w = moveDown(w, content, close);
-        char* after = close + kCdataClose.size();
-        char* next = findByte(after, end, '<');
-        if (!next)
-            next = end;
-        w = moveDown(w, after, next);
-        if (next < end && startsWith(next, end, kCdataOpen)) {
-            r = next;
-            continue;
-        }
-        runEnd = next;
-        break;
-    }
-    std::memset(w, ' ', static_cast<std::size_t>(runEnd - w));
-    return unclosed || runEnd == end ? nullptr : runEnd;
-}
-
-bool TBXML::Impl::parseAttributes(TBXMLElement* element, char* from, char* to)
-{
-    enum { Between, InName, BeforeValue, InValue, InCdata } state = Between;
-    char* name = nullptr;
-    char* value = nullptr;
-    char quote = 0;
-    TBXMLAttribute* last = nullptr;
-    for (char* q = from; q < to; ++q) {
-        const char c = *q;
-        switch (state) {
-        case Between:
-            if (!isBlank(c)) {
-                name = q;
-                state = InName;
-            }
-            break;
-        case InName:
-            if (isBlank(c) || c == '=') {
-                *q = '\0';
-                state = BeforeValue;
-            }
-            break;
-        case BeforeValue:
-            if (c == '"' || c == '\'') {
-                value = q + 1;
-                quote = c;
-                state = InValue;
-            }
-            break;
-        case InValue:
-            if (c == quote) {
-                *q = '\0';
-                stripCdataMarkers(value, q);
-                TBXMLAttribute* attribute = nextAttribute();
-                if (!attribute)
-                    return false;
-                attribute->name = name;
-                attribute->value = value;
-                if (last)
-                    last->next = attribute;
-                else
-                    element->firstAttribute = attribute;
-                last = attribute;
-                state = Between;
-            } else if (c == '<' && startsWith(q, to, kCdataOpen)) {
-                state = InCdata;
-            }
-            break;
-        case InCdata:
-            if (c == ']' && startsWith(q, to, kCdataClose))
-                state = InValue;
-            break;
-        }
-    }
-    return true;
-}
-
-bool TBXML::Impl::openElement(char* tagStart, char* tagEnd, bool selfClosing, TBXMLElement*& parent)
-{
-    TBXMLElement* element = nextElement();
-    if (!element)
-        return false;
-    if (!root)
-        root = element;
-    element->name = tagStart + 1;
-    element->parentElement = parent;
-    if (parent) {
-        if (parent->currentChild) {
-            parent->currentChild->nextSibling = element;
-            element->previousSibling = parent->currentChild;
-        } else {
-            parent->firstChild = element;
-        }
-        parent->currentChild = element;
-    }
-
-    for (char* q = element->name; q < tagEnd; ++q) {
-        if (*q == ' ' || *q == '/' || *q == '\n') {
-            *q = '\0';
-            if (!parseAttributes(element, q + 1, tagEnd))
-                return false;
-            break;
-        }
-    }
-
-    if (!selfClosing) {
-        parent = element;
-        if (tagEnd[1] != '>')
-            element->text = tagEnd + 1;
-    }
-    return true;
-}
-
-void TBXML::Impl::decodeBytes()
-{
-    // The document ends at its first zero byte.
-    char* const end = findByte(bytes, bytes + bytesLength + 1, '\0');
-    TBXMLElement* parent = nullptr;
-
-    char* p = findByte(bytes, end, '<');
-    while (p) {
-        if (startsWith(p, end, kCommentOpen)) {
-            char* close = findText(p + kCommentOpen.size(), end, kCommentClose);
-            if (!close)
-                return;
-            p = findByte(close + kCommentClose.size(), end, '<');
-            continue;
-        }
-        if (startsWith(p, end, kCdataOpen)) {
-            p = liftCdata(p, end);
-            continue;
-        }
-
-        char* tagEnd = findTagEnd(p + 1, end);
-        if (!tagEnd)
-            return;
-        // Before any zero lands in the tag: the name cut could overwrite this '/'.
-        const bool selfClosing = tagEnd[-1] == '/';
-        *tagEnd = '\0';
-        *p = '\0';
-
-        switch (p[1]) {
-        case '!': // document type and other declarations
-        case '?': // the XML declaration and processing instructions
-            break;
-        case '/':
-            if (parent) {
-                if (parent->text)
-                    parent->text = trim(parent->text);
-                parent = parent->parentElement;
-                // Text beside child elements is dropped.
-                if (parent && parent->firstChild)
-                    parent->text = nullptr;
-            }
-            break;
-        default:
-            if (!openElement(p, tagEnd, selfClosing, parent))
-                return;
-            break;
-        }
-        p = findByte(tagEnd + 1, end, '<');
-    }
 }
 
 TBXML::TBXML(const QString& xml, platform::Error* error) : impl_(std::make_unique<Impl>())
@@ -434,7 +497,7 @@ TBXMLElement* TBXML::childElementNamed(std::string_view name, const TBXMLElement
     if (!parent)
         return nullptr;
     for (TBXMLElement* child = parent->firstChild; child; child = child->nextSibling)
-        if (name == child->name)
+        if (sameName(name, child->name))
             return child;
     return nullptr;
 }
@@ -444,7 +507,7 @@ TBXMLElement* TBXML::nextSiblingNamed(std::string_view name, const TBXMLElement*
     if (!from)
         return nullptr;
     for (TBXMLElement* sibling = from->nextSibling; sibling; sibling = sibling->nextSibling)
-        if (name == sibling->name)
+        if (sameName(name, sibling->name))
             return sibling;
     return nullptr;
 }
@@ -464,7 +527,7 @@ std::optional<QString> TBXML::valueOfAttributeNamed(std::string_view name, const
     if (!element)
         return std::nullopt;
     for (const TBXMLAttribute* attribute = element->firstAttribute; attribute; attribute = attribute->next)
-        if (name == attribute->name)
+        if (sameName(name, attribute->name))
             return QString::fromUtf8(attribute->value);
     return std::nullopt;
 }

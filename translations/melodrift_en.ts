@@ -15,5 +15,33 @@
         <source>Large</source>
         <translation>Large</translation>
     </message>
+    <message id="DownloadItem.Waiting">
+        <source>Waiting</source>
+        <translation>Waiting</translation>
+    </message>
+    <message id="DownloadItem.Downloading">
+        <source>Downloading</source>
+        <translation>Downloading</translation>
+    </message>
+    <message id="DownloadItem.Converting">
+        <source>Converting</source>
+        <translation>Converting</translation>
+    </message>
+    <message id="DownloadItem.Copying">
+        <source>Copying</source>
+        <translation>Copying</translation>
+    </message>
+    <message id="DownloadItem.Done">
+        <source>Done</source>
+        <translation>Done</translation>
+    </message>
+    <message id="DownloadItem.Canceled">
+        <source>Canceled</source>
+        <translation>Canceled</translation>
+    </message>
+    <message id="DownloadItem.Failed">
+        <source>Failed</source>
+        <translation>Failed</translation>
+    </message>
 </context>
 </TS>

@@ -11,15 +11,14 @@ namespace {
 
 const QString domain = QStringLiteral("QNetworkReply");
 
-// Errors of the connection itself, as opposed to an HTTP status the server chose:
-// with these even a reply that had begun is incomplete.
-bool isTransportError(QNetworkReply::NetworkError error)
+} // namespace
+
+bool BlockingHttp::isTransportError(int networkError)
 {
+    const auto error = static_cast<QNetworkReply::NetworkError>(networkError);
     return (error > QNetworkReply::NoError && error < QNetworkReply::ProxyConnectionRefusedError) ||
            error == QNetworkReply::ProtocolFailure;
 }
-
-} // namespace
 
 HttpResponse BlockingHttp::get(const QUrl& url)
 {

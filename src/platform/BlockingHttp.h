@@ -33,6 +33,11 @@ public:
 
     static HttpResponse get(const QUrl& url);
     static HttpResponse get(const QUrl& url, const Options& options);
+
+    // A QNetworkReply error of the connection itself (refused, reset, timed out),
+    // as opposed to one that only mirrors an HTTP status the server chose: with
+    // these even a reply that had begun is incomplete.
+    static bool isTransportError(int networkError);
 };
 
 } // namespace platform

@@ -1,20 +1,79 @@
 #include "platform/MainThread.h"
 
-#include "platform/ThreadHandoff.h"
-
 #include <QCoreApplication>
+#include <QEvent>
 #include <QThread>
+
+#include <deque>
+#include <future>
+#include <mutex>
 
 namespace platform {
 
+namespace {
+
+// Runs the queued work on the main thread when its event arrives. The work
+// travels through our own locked queue, not inside Qt's event, so that the
+// hand-over is one every tool (ThreadSanitizer too) can see.
+class Dispatcher : public QObject {
+public:
+    // Made on the main thread with the application object (see below).
+    static Dispatcher& instance()
+    {
+        static Dispatcher* dispatcher = new Dispatcher(QCoreApplication::instance());
+        return *dispatcher;
+    }
+
+    void post(std::function<void()> work)
+    {
+        auto* wake = new QEvent(eventType());
+        {
+            std::lock_guard lock(mutex_);
+            pending_.push_back(std::move(work));
+        }
+        QCoreApplication::postEvent(this, wake);
+    }
+
+protected:
+    bool event(QEvent* e) override
+    {
+        std::function<void()> work;
+        {
+            std::lock_guard lock(mutex_);
+            if (e->type() != eventType())
+                return QObject::event(e);
+            work = std::move(pending_.front());
+            pending_.pop_front();
+        }
+        work();
+        return true;
+    }
+
+private:
+    explicit Dispatcher(QObject* parent) : QObject(parent) {}
+
+    static QEvent::Type eventType()
+    {
+        static const auto type = static_cast<QEvent::Type>(QEvent::registerEventType());
+        return type;
+    }
+
+    std::mutex mutex_;
+    std::deque<std::function<void()>> pending_;
+};
+
+void makeDispatcher()
+{
+    Dispatcher::instance();
+}
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(makeDispatcher)
+
 void MainThread::post(std::function<void()> work)
 {
-    std::function<void()> task = [work = std::move(work)] {
-        handoff::received();
-        work();
-    };
-    handoff::sent();
-    QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(task), Qt::QueuedConnection);
+    Dispatcher::instance().post(std::move(work));
 }
 
 void MainThread::invokeAndWait(const std::function<void()>& work)
@@ -23,14 +82,12 @@ void MainThread::invokeAndWait(const std::function<void()>& work)
         work();
         return;
     }
-    std::function<void()> task = [&work] {
-        handoff::received();
+    std::promise<void> done;
+    Dispatcher::instance().post([&] {
         work();
-        handoff::sent();
-    };
-    handoff::sent();
-    QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(task), Qt::BlockingQueuedConnection);
-    handoff::received();
+        done.set_value();
+    });
+    done.get_future().wait();
 }
 
 bool MainThread::isCurrent()

@@ -2,6 +2,8 @@
 
 #include "loopback.h"
 
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -51,6 +53,9 @@ void scripted_server::serve()
         const int fd = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
         if (fd < 0)
             continue;
+        // Small pieces go out as they are written, not gathered.
+        const int one = 1;
+        ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
         handle(fd, replies_[std::min(next++, replies_.size() - 1)]);
         ::close(fd);
     }
@@ -67,8 +72,14 @@ void scripted_server::handle(int fd, const reply& r)
     for (auto waited = std::chrono::milliseconds(0); !stop_ && waited < r.delay; waited += std::chrono::milliseconds(10))
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
 
-    if (!loopback::send_all(fd, std::string_view(r.bytes).substr(0, r.stall_after), stop_))
-        return;
+    const std::string_view bytes = std::string_view(r.bytes).substr(0, r.stall_after);
+    const std::size_t piece = r.chunk == 0 ? bytes.size() : r.chunk;
+    for (std::size_t at = 0; at < bytes.size(); at += piece) {
+        if (!loopback::send_all(fd, bytes.substr(at, piece), stop_))
+            return;
+        if (r.pace.count() > 0)
+            std::this_thread::sleep_for(r.pace);
+    }
 
     if (r.stall_after != std::string::npos) {
         // Hold on until the client gives up.

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "platform/Event.h"
+#include "platform/Property.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+
+class ChildProcess;
+
+// Runs the external ffmpeg program to turn a downloaded stream into an MP3 or an
+// H.264 MP4 file, and reports from its diagnostic output the second of media it
+// is working on. The events come on the converting thread.
+class FFmpeg : public std::enable_shared_from_this<FFmpeg> {
+public:
+    enum class Kind { Video, Audio };
+
+    static std::shared_ptr<FFmpeg> create();
+    static std::shared_ptr<FFmpeg> create(const QString& source, const QString& destination);
+    ~FFmpeg();
+
+    // Return when the process has ended.
+    void convertH264Video();
+    void convertMP3(int bitrate);
+    // Return at once; the conversion runs on a thread of its own that holds
+    // the converter, and sends convertedEvent when it ends, however it ends.
+    void convertH264VideoAsync();
+    void convertMP3Async(int bitrate);
+    // Stops the running conversion (or the one about to start). Any thread.
+    void cancel();
+
+    // The container format list ffmpeg reports for the file, such as
+    // "matroska,webm,"; nullopt when it reports none.
+    static std::optional<QString> getVideoCodec(const QString& path);
+
+    QString sourceFile() const { return sourceFile_.get(); }
+    void setSourceFile(const QString& path) { sourceFile_.set(path); }
+    QString destinationFile() const { return destinationFile_.get(); }
+    void setDestinationFile(const QString& path) { destinationFile_.set(path); }
+    std::optional<quint64> workingOnSecond() const { return workingOnSecond_.get(); }
+    // Never set by the converter: completion is convertedEvent.
+    bool isDone() const { return isDone_; }
+    void setIsDone(bool done) { isDone_ = done; }
+
+    // Outcome of the last run: true only when the process started, exited with
+    // status 0 and left a non-empty output file; else a reason for the user.
+    bool succeeded() const { return outcome_.get().succeeded; }
+    QString failureReason() const { return outcome_.get().reason; }
+
+    // (converter, second)
+    platform::Event<FFmpeg&, quint64> newSecondEvent;
+    // (converter)
+    platform::Event<FFmpeg&> convertedEvent;
+
+    // The ffmpeg beside the program's own executable when there is one there,
+    // else the one on PATH; empty when there is none.
+    static QString executable();
+    static QString locateExecutable(const QString& besideDir, const QStringList& searchPath);
+    // Tests point the converter at another program (an empty path: none at all);
+    // nullopt restores the lookup.
+    static void setExecutableOverride(std::optional<QString> path);
+
+    static QStringList videoArguments(const QString& source, const QString& destination);
+    static QStringList audioArguments(const QString& source, const QString& destination, int bitrate);
+    // Where the audio conversion writes: the destination, with ".mp3" added
+    // unless it ends so already.
+    static QString audioDestination(const QString& destination);
+
+    // The second a chunk of diagnostic output reports, when it is a progress
+    // report of this kind of conversion that names a time.
+    static std::optional<qint32> progressSecond(QStringView chunk, Kind kind);
+
+private:
+    struct Outcome {
+        bool succeeded = false;
+        QString reason;
+    };
+
+    FFmpeg() = default;
+
+    std::shared_ptr<ChildProcess> newTask();
+    void runAsync(Kind kind, int bitrate);
+    void run(const std::shared_ptr<ChildProcess>& task, Kind kind, int bitrate);
+    void handleChunk(const QByteArray& chunk, Kind kind);
+    void fail(const QString& reason);
+
+    platform::Property<std::shared_ptr<ChildProcess>> task_;
+    platform::Property<QString> sourceFile_;
+    platform::Property<QString> destinationFile_;
+    platform::Property<std::optional<quint64>> workingOnSecond_;
+    std::atomic<bool> isDone_{false};
+    platform::Property<Outcome> outcome_;
+};

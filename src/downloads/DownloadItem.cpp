@@ -1,0 +1,249 @@
+#include "downloads/DownloadItem.h"
+
+#include "platform/Desktop.h"
+#include "platform/Localization.h"
+#include "platform/Log.h"
+#include "platform/UserFolders.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+using platform::Log;
+
+namespace {
+
+constexpr qsizetype longestDestination = 1000;
+constexpr int nameBytes = 255;
+// Room the last name keeps for " (n)" and "." with a suffix.
+constexpr int nameReserve = 24;
+
+// The longest head of name that fits in maxBytes of UTF-8, cut between characters.
+QString cutToBytes(const QString& name, int maxBytes)
+{
+    int bytes = 0;
+    qsizetype end = 0;
+    while (end < name.size()) {
+        const bool pair = name[end].isHighSurrogate() && end + 1 < name.size() && name[end + 1].isLowSurrogate();
+        const QString character = name.mid(end, pair ? 2 : 1);
+        bytes += static_cast<int>(character.toUtf8().size());
+        if (bytes > maxBytes)
+            break;
+        end += character.size();
+    }
+    return name.left(end);
+}
+
+} // namespace
+
+QString DownloadItem::destinationFor(const QString& downloadFolder, const QString& title)
+{
+    QString path = QStringLiteral("%1/%2").arg(downloadFolder, title).left(longestDestination);
+    if (!path.isEmpty() && path.back().isHighSurrogate())
+        path.chop(1);
+
+    QString relative = path.mid(downloadFolder.size() + 1);
+    if (const qsizetype nul = relative.indexOf(QChar(0)); nul >= 0)
+        relative.truncate(nul);
+    // A title may name subfolders with "/", but never one outside the folder.
+    QStringList names = relative.split(QLatin1Char('/'));
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        QString& name = names[i];
+        if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
+            name = QStringLiteral("_");
+        name = cutToBytes(name, i + 1 == names.size() ? nameBytes - nameReserve : nameBytes);
+    }
+    return downloadFolder + QLatin1Char('/') + names.join(QLatin1Char('/'));
+}
+
+DownloadItem::DownloadItem(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url)
+    : video_(std::move(video)), url_(std::move(url))
+{
+    statusString_.set(platform::Localization::string("DownloadItem.Waiting"));
+    downloadFolder_.set(platform::UserFolders::downloads());
+    tempfile_.set(getCacheFile());
+    destinationfile_.set(destinationFor(downloadFolder(), video_->title()));
+    Log::line(QStringLiteral("destinationfile: ") + destinationfile());
+}
+
+std::shared_ptr<DownloadItem> DownloadItem::create(std::shared_ptr<YouTubeVideo> video,
+                                                   std::shared_ptr<YouTubeUrl> url)
+{
+    return std::shared_ptr<DownloadItem>(new DownloadItem(std::move(video), std::move(url)));
+}
+
+DownloadItem::~DownloadItem()
+{
+    if (httpDownload_)
+        httpDownload_->cancel();
+    releaseTempfile();
+}
+
+QString DownloadItem::getCacheFolder()
+{
+    const QString folder = platform::UserFolders::cache();
+    if (!QFileInfo(folder).isDir())
+        Log::line(QStringLiteral("Error: Create folder failed ") + folder);
+    return folder;
+}
+
+QString DownloadItem::getCacheFile()
+{
+    QString candidate;
+    do
+        candidate = getCacheFolder() + QLatin1Char('/') + HTTPDownload::generateUuidString();
+    while (QFileInfo::exists(candidate));
+    Log::line(QStringLiteral("tempfile: ") + candidate);
+    return candidate;
+}
+
+void DownloadItem::Cleanup()
+{
+    const QString folder = platform::UserFolders::cache();
+    QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    while (entries.hasNext()) {
+        const QString path = entries.next();
+        const QFileInfo info(path);
+        if (info.isDir() && !info.isSymLink()) {
+            if (!QDir(path).removeRecursively())
+                Log::line(QStringLiteral("cleanup failed: ") + path);
+            continue;
+        }
+        // A running job of another instance holds its file: leave it.
+        const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+        if (fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+            ::close(fd);
+            continue;
+        }
+        if (!QFile::remove(path))
+            Log::line(QStringLiteral("cleanup failed: ") + path);
+        if (fd >= 0)
+            ::close(fd);
+    }
+}
+
+void DownloadItem::setState(State state, const char* statusKey)
+{
+    state_ = state;
+    statusString_.set(platform::Localization::string(statusKey));
+}
+
+void DownloadItem::setProgress(std::optional<qint64> value, std::optional<qint64> maximum)
+{
+    progressValue_.set(value);
+    progressMaxValue_.set(maximum);
+}
+
+void DownloadItem::throwUpdateEvent()
+{
+    newDataEvent(*this);
+}
+
+void DownloadItem::startDownload()
+{
+    if (httpDownload_ || isCanceled())
+        return;
+    Log::line(QStringLiteral("Downloading: ") + url_->url().toString());
+
+    httpDownload_ = HTTPDownload::init(tempfile(), url_->url());
+    // The job holds the transfer, so the transfer's events hold the job weakly.
+    const std::weak_ptr<DownloadItem> self = shared_from_this();
+    httpDownload_->updateEvent.set([self](HTTPDownload& d) {
+        if (const auto item = self.lock())
+            item->downloadUpdateEvent(d);
+    });
+    httpDownload_->finishEvent.set([self](HTTPDownload& d) {
+        if (const auto item = self.lock())
+            item->downloadFinishEvent(d);
+    });
+    // Held shared while the job lives, so that another instance's wipe passes it by.
+    tempfileLock_ = ::open(QFile::encodeName(tempfile()).constData(), O_RDONLY | O_CLOEXEC);
+    if (tempfileLock_ >= 0)
+        ::flock(tempfileLock_, LOCK_SH);
+    httpDownload_->start();
+
+    setState(State::Downloading, "DownloadItem.Downloading");
+    isDownloading_ = true;
+    throwUpdateEvent();
+}
+
+void DownloadItem::downloadUpdateEvent(HTTPDownload& download)
+{
+    const auto offset = download.offset();
+    const auto length = download.length();
+    setProgress(offset ? std::optional<qint64>(static_cast<qint64>(*offset)) : std::nullopt, length);
+    Log::line(QString::number(static_cast<double>(offset.value_or(0)) / static_cast<double>(length.value_or(0)) * 100.0,
+                              'f', 6));
+    throwUpdateEvent();
+}
+
+void DownloadItem::downloadFinishEvent(HTTPDownload& download)
+{
+    const auto self = shared_from_this();
+    const std::optional<platform::Error> error = download.error();
+    httpDownload_.reset();
+    Log::line(QStringLiteral("Download Ready"));
+    if (error) {
+        fail(error->description);
+        return;
+    }
+    setState(State::TransferDone, "DownloadItem.Done");
+    throwUpdateEvent();
+}
+
+void DownloadItem::cancel()
+{
+    if (state_ == State::Done || state_ == State::Failed)
+        return;
+    if (httpDownload_) {
+        Log::line(QStringLiteral("stop Downloading: ") + url_->url().toString());
+        isDownloading_ = false;
+        // Kept, so that startDownload stays a no-op.
+        httpDownload_->cancel();
+    }
+    hasCancelButton_ = false;
+    setProgress(std::nullopt, std::nullopt);
+    setState(State::Canceled, "DownloadItem.Canceled");
+    releaseTempfile();
+    throwUpdateEvent();
+}
+
+void DownloadItem::finish()
+{
+    setState(State::Done, "DownloadItem.Done");
+    hasCancelButton_ = false;
+    hasPlayButton_ = true;
+    releaseTempfile();
+    throwUpdateEvent();
+}
+
+void DownloadItem::fail(const QString& reason)
+{
+    Log::line(QStringLiteral("Failed: ") + reason);
+    failureReason_.set(reason);
+    setState(State::Failed, "DownloadItem.Failed");
+    hasCancelButton_ = false;
+    hasPlayButton_ = false;
+    QFile::remove(tempfile());
+    releaseTempfile();
+    throwUpdateEvent();
+}
+
+void DownloadItem::releaseTempfile()
+{
+    if (tempfileLock_ >= 0) {
+        ::close(tempfileLock_);
+        tempfileLock_ = -1;
+    }
+}
+
+void DownloadItem::playDownloadedFile()
+{
+    Log::line(QStringLiteral("Play: ") + fileToPlay());
+    platform::Desktop::openFile(fileToPlay());
+}

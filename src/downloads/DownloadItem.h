@@ -1,0 +1,106 @@
+#pragma once
+
+#include "catalogue/YouTubeUrl.h"
+#include "catalogue/YouTubeVideo.h"
+#include "downloads/HTTPDownload.h"
+#include "platform/Event.h"
+#include "platform/Property.h"
+
+#include <QString>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+
+// One job of the downloads list: fetches a chosen stream of a video into a
+// temporary file in the cache folder and keeps a status and progress for the
+// view, which it tells after every change. The audio and video jobs carry on
+// from there. All of it runs on the main thread, but for what the jobs bring
+// back from their own threads.
+class DownloadItem : public std::enable_shared_from_this<DownloadItem> {
+public:
+    enum class State { Waiting, Downloading, TransferDone, Converting, Copying, Done, Canceled, Failed };
+
+    static std::shared_ptr<DownloadItem> create(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url);
+    virtual ~DownloadItem();
+    DownloadItem(const DownloadItem&) = delete;
+    DownloadItem& operator=(const DownloadItem&) = delete;
+
+    // The program's own folder in the user's cache, made when missing.
+    static QString getCacheFolder();
+    // A path in it that no file has yet.
+    static QString getCacheFile();
+    // Empties the cache folder, leaving alone files another running job holds.
+    static void Cleanup();
+
+    // At most once; a cancelled job is never restarted.
+    void startDownload();
+    // Final: a job cancelled never moves on.
+    virtual void cancel();
+    void throwUpdateEvent();
+    void playDownloadedFile();
+
+    virtual void downloadUpdateEvent(HTTPDownload& download);
+    virtual void downloadFinishEvent(HTTPDownload& download);
+
+    State state() const { return state_; }
+    std::shared_ptr<YouTubeVideo> video() const { return video_; }
+    std::shared_ptr<YouTubeUrl> url() const { return url_; }
+    QString downloadFolder() const { return downloadFolder_.get(); }
+    QString tempfile() const { return tempfile_.get(); }
+    // The Downloads folder, "/" and the title made safe for a path, without suffix.
+    QString destinationfile() const { return destinationfile_.get(); }
+    QString fileToPlay() const { return fileToPlay_.get(); }
+    void setFileToPlay(const QString& path) { fileToPlay_.set(path); }
+    QString statusString() const { return statusString_.get(); }
+    // Why a failed job failed, for the user.
+    QString failureReason() const { return failureReason_.get(); }
+    // Bytes while downloading, seconds while converting, 1 of 1 when converted;
+    // none before the first report and after a cancel.
+    std::optional<qint64> progressMaxValue() const { return progressMaxValue_.get(); }
+    std::optional<qint64> progressValue() const { return progressValue_.get(); }
+    bool hasCancelButton() const { return hasCancelButton_; }
+    bool isDownloading() const { return isDownloading_; }
+    bool hasPlayButton() const { return hasPlayButton_; }
+
+    // (job) after every change
+    platform::Event<DownloadItem&> newDataEvent;
+
+    // The destination for a title under a Downloads folder: at most 1000
+    // characters in all, each name within the file system's limit, never a
+    // name that leaves the folder.
+    static QString destinationFor(const QString& downloadFolder, const QString& title);
+
+protected:
+    DownloadItem(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url);
+
+    void setState(State state, const char* statusKey);
+    void setProgress(std::optional<qint64> value, std::optional<qint64> maximum);
+    void setProgressValue(std::optional<qint64> value) { progressValue_.set(value); }
+    // The final state of a successful job.
+    void finish();
+    // The final state of a job that could not do its work: the reason is kept
+    // and shown, the temporary file removed.
+    void fail(const QString& reason);
+    bool isCanceled() const { return state_ == State::Canceled; }
+    // Let go of the temporary file, for another program's start-up wipe.
+    void releaseTempfile();
+
+private:
+    std::shared_ptr<HTTPDownload> httpDownload_;
+    const std::shared_ptr<YouTubeVideo> video_;
+    const std::shared_ptr<YouTubeUrl> url_;
+    platform::Property<QString> downloadFolder_;
+    platform::Property<QString> tempfile_;
+    platform::Property<QString> destinationfile_;
+    platform::Property<QString> fileToPlay_;
+    platform::Property<QString> statusString_;
+    platform::Property<QString> failureReason_;
+    platform::Property<std::optional<qint64>> progressMaxValue_;
+    platform::Property<std::optional<qint64>> progressValue_;
+    std::atomic<bool> hasCancelButton_{true};
+    std::atomic<bool> isDownloading_{false};
+    std::atomic<bool> hasPlayButton_{false};
+    std::atomic<State> state_{State::Waiting};
+    int tempfileLock_ = -1;
+};

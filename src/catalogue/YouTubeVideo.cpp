@@ -5,34 +5,12 @@
 #include "core/youtube_parser.h"
 #include "platform/BlockingHttp.h"
 #include "platform/Log.h"
+#include "platform/Text.h"
 #include "platform/WorkerPool.h"
 
 #include <limits>
 
 using platform::Log;
-
-namespace {
-
-// An attribute's leading integer: blanks, a sign, digits; 0 when there are none.
-qint64 leadingInteger(const QString& text)
-{
-    qsizetype i = 0;
-    while (i < text.size() && text[i].isSpace())
-        ++i;
-    bool negative = false;
-    if (i < text.size() && (text[i] == QLatin1Char('-') || text[i] == QLatin1Char('+')))
-        negative = text[i++] == QLatin1Char('-');
-    qint64 value = 0;
-    for (; i < text.size() && text[i] >= QLatin1Char('0') && text[i] <= QLatin1Char('9'); ++i) {
-        const int digit = text[i].unicode() - '0';
-        if (value > (std::numeric_limits<qint64>::max() - digit) / 10)
-            return negative ? std::numeric_limits<qint64>::min() : std::numeric_limits<qint64>::max();
-        value = value * 10 + digit;
-    }
-    return negative ? -value : value;
-}
-
-} // namespace
 
 QImage YouTubeVideo::fetchImage(const QUrl& url)
 {
@@ -67,7 +45,7 @@ std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item
 
     const std::optional<QString> seconds =
         TBXML::valueOfAttributeNamed("seconds", TBXML::childElementNamed("yt:duration", group));
-    video->setSeconds(seconds ? leadingInteger(*seconds) : 0);
+    video->setSeconds(seconds ? platform::leadingInteger(*seconds) : 0);
     return video;
 }
 

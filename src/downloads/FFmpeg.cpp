@@ -2,6 +2,7 @@
 
 #include "downloads/ChildProcess.h"
 #include "platform/Log.h"
+#include "platform/Text.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -31,27 +32,6 @@ QString programDir()
     if (dir.isEmpty() && QCoreApplication::instance())
         dir = QCoreApplication::applicationDirPath();
     return dir;
-}
-
-// Integer value of the text's start: blanks, a sign, digits; 0 without digits;
-// clamped to 32 bits.
-qint64 leadingInt(QStringView text)
-{
-    qsizetype i = 0;
-    while (i < text.size() && text[i].isSpace())
-        ++i;
-    bool negative = false;
-    if (i < text.size() && (text[i] == u'-' || text[i] == u'+')) {
-        negative = text[i] == u'-';
-        ++i;
-    }
-    qint64 value = 0;
-    for (; i < text.size() && text[i] >= u'0' && text[i] <= u'9'; ++i) {
-        value = value * 10 + (text[i].unicode() - u'0');
-        if (value > std::numeric_limits<qint32>::max())
-            return negative ? std::numeric_limits<qint32>::min() : std::numeric_limits<qint32>::max();
-    }
-    return negative ? -value : value;
 }
 
 // Whether the program offers the encoder; asked once per program and run.
@@ -349,7 +329,8 @@ std::optional<qint32> FFmpeg::progressSecond(QStringView chunk, Kind kind)
     qint64 parts[3] = {0, 0, 0};
     const QList<QStringView> fields = text.split(u':');
     for (qsizetype i = 0; i < 3 && i < fields.size(); ++i)
-        parts[i] = leadingInt(fields[i]);
+        parts[i] = std::clamp<qint64>(platform::leadingInteger(fields[i]), std::numeric_limits<qint32>::min(),
+                                       std::numeric_limits<qint32>::max());
     // 32-bit signed arithmetic, wrapping as the machine's would.
     const qint64 total = parts[0] * 3600 + parts[1] * 60 + parts[2];
     return static_cast<qint32>(static_cast<quint32>(static_cast<quint64>(total)));

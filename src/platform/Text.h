@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QStringView>
+
+#include <limits>
+
+namespace platform {
+
+// The integer a text starts with, read the way C reads one: blanks, a sign,
+// digits; 0 without digits; held at the ends of the range instead of wrapping.
+inline qint64 leadingInteger(QStringView text)
+{
+    qsizetype i = 0;
+    while (i < text.size() && text[i].isSpace())
+        ++i;
+    bool negative = false;
+    if (i < text.size() && (text[i] == u'-' || text[i] == u'+'))
+        negative = text[i++] == u'-';
+    qint64 value = 0;
+    for (; i < text.size() && text[i] >= u'0' && text[i] <= u'9'; ++i) {
+        const int digit = text[i].unicode() - u'0';
+        if (value > (std::numeric_limits<qint64>::max() - digit) / 10)
+            return negative ? std::numeric_limits<qint64>::min() : std::numeric_limits<qint64>::max();
+        value = value * 10 + digit;
+    }
+    return negative ? -value : value;
+}
+
+} // namespace platform

@@ -22,6 +22,7 @@ run: build
 	@echo "  src/core/fetch  the URL reader (urdl): HTTP/1.0 and file URLs"
 	@echo "  src/platform    events, threads, blocking GET, folders, log, texts, endpoints"
 	@echo "  src/catalogue   video records and streams, the search feed client, the XML reader"
+	@echo "  src/downloads   HTTP transfer, download jobs, the ffmpeg converter, the setting"
 	@echo "  tests/          unit and loopback network tests               -> make test"
 	@echo "  bench/          watch-page parser throughput                  -> make bench"
 	@echo "  fuzz/           libFuzzer targets for every parser            -> make fuzz"

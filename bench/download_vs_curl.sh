@@ -15,6 +15,8 @@ done
 work=$(mktemp -d)
 trap 'nginx -p "$work" -c "$work/nginx.conf" -s stop 2>/dev/null || true; rm -rf "$work"' EXIT
 mkdir -p "$work/www" "$work/logs" "$work/out"
+# nginx's workers run as another user: they must be able to read the files.
+chmod 755 "$work" "$work/www"
 head -c 1G /dev/urandom > "$work/www/big"
 head -c 1M /dev/urandom > "$work/www/small"
 port=$(python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])')

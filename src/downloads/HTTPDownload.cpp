@@ -24,7 +24,9 @@ constexpr qint64 readBufferBytes = 1 << 20;
 
 HTTPDownload::HTTPDownload(const QString& localfile, const QUrl& url) : localfile_(localfile), url_(url)
 {
-    // A missing folder leaves the file closed; writing into it then fails the transfer.
+    // Removed first, so that a link left under that name is replaced rather than
+    // written through. A missing folder leaves the file closed; writing into it
+    // then fails the transfer.
     QFile::remove(localfile_);
     output_.setFileName(localfile_);
     output_.open(QIODevice::WriteOnly | QIODevice::Truncate);

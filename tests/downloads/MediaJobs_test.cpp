@@ -1,4 +1,5 @@
 #include "downloads/AudioDownloadItem.h"
+#include "downloads/FFmpeg.h"
 #include "downloads/Settings.h"
 #include "downloads/VideoDownloadItem.h"
 
@@ -193,4 +194,31 @@ TEST_F(MediaJobs, SettingDefaultsToConvertAndIsKept)
     EXPECT_FALSE(Settings::convertVideos());
     EXPECT_TRUE(QFile::exists(QDir(qEnvironmentVariable("XDG_CONFIG_HOME")).filePath("Melodrift/Melodrift.conf")));
     Settings::setConvertVideos(true);
+}
+
+TEST_F(MediaJobs, CancelWhileCopyingLeavesNothing)
+{
+    Settings::setConvertVideos(false);
+    const auto job = VideoDownloadItem::init(video("Copy stopped"), clip("mp4", "video/mp4"));
+    job->newDataEvent.set([](DownloadItem& j) {
+        if (j.state() == State::Copying)
+            j.cancel();
+    });
+    job->startDownload();
+    waitFor([&] { return isFinal(job->state()); });
+    waitFor([] { return false; }, 500);
+    EXPECT_EQ(job->state(), State::Canceled);
+    EXPECT_TRUE(files(downloads()).isEmpty()) << files(downloads()).join(", ").toStdString();
+    Settings::setConvertVideos(true);
+}
+
+TEST_F(MediaJobs, NoConverterIsAFailureWithAReason)
+{
+    FFmpeg::setExecutableOverride(QString());
+    const auto job = AudioDownloadItem::initWithBitrate(video("No converter"), clip("webm", "video/webm"), 320);
+    runUntilEnd(job);
+    FFmpeg::setExecutableOverride(std::nullopt);
+    EXPECT_EQ(job->state(), State::Failed);
+    EXPECT_TRUE(job->failureReason().contains("ffmpeg")) << job->failureReason().toStdString();
+    EXPECT_TRUE(files(downloads()).isEmpty()) << files(downloads()).join(", ").toStdString();
 }

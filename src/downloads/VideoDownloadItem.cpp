@@ -14,7 +14,7 @@
 using platform::Log;
 
 VideoDownloadItem::VideoDownloadItem(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url)
-    : DownloadItem(std::move(video), std::move(url)), ffmpeg_(FFmpeg::create())
+    : ConvertingDownloadItem(std::move(video), std::move(url), false)
 {
 }
 
@@ -22,21 +22,12 @@ std::shared_ptr<VideoDownloadItem> VideoDownloadItem::init(std::shared_ptr<YouTu
                                                            std::shared_ptr<YouTubeUrl> url)
 {
     std::shared_ptr<VideoDownloadItem> item(new VideoDownloadItem(std::move(video), std::move(url)));
-    const std::weak_ptr<VideoDownloadItem> self = item;
-    item->ffmpeg_->newSecondEvent.set([self](FFmpeg& f, quint64 second) {
-        if (const auto job = self.lock())
-            job->ffmpegNewSecondEvent(f, second);
-    });
-    item->ffmpeg_->convertedEvent.set([self](FFmpeg& f) {
-        if (const auto job = self.lock())
-            job->ffmpegConvertedEvent(f);
-    });
+    listen(item);
     return item;
 }
 
 VideoDownloadItem::~VideoDownloadItem()
 {
-    ffmpeg_->cancel();
     copyCanceled_ = true;
 }
 
@@ -47,19 +38,7 @@ void VideoDownloadItem::downloadFinishEvent(HTTPDownload& download)
         return;
 
     if (convert_.value_or(Settings::convertVideos()) && !url()->isMP4()) {
-        QString why;
-        output_ = ReservedFile::reserve(destinationfile(), QStringLiteral("mp4"), &why);
-        if (!output_) {
-            fail(why);
-            return;
-        }
-        setFileToPlay(output_->path());
-        ffmpeg_->setSourceFile(tempfile());
-        ffmpeg_->setDestinationFile(output_->partialPath());
-        ffmpeg_->convertH264VideoAsync();
-        setState(State::Converting, "DownloadItem.Converting");
-        setProgress(0, video()->seconds());
-        throwUpdateEvent();
+        beginConversion(QStringLiteral("mp4"), [](FFmpeg& ffmpeg) { ffmpeg.convertH264VideoAsync(); });
         return;
     }
 
@@ -150,50 +129,10 @@ void VideoDownloadItem::copyToDest()
     });
 }
 
-void VideoDownloadItem::ffmpegNewSecondEvent(FFmpeg&, quint64 second)
-{
-    const std::weak_ptr<DownloadItem> self = weak_from_this();
-    platform::MainThread::post([self, second] {
-        const auto job = self.lock();
-        if (!job || job->state() != State::Converting)
-            return;
-        static_cast<VideoDownloadItem&>(*job).setProgressValue(static_cast<qint64>(second));
-        job->throwUpdateEvent();
-    });
-}
-
-void VideoDownloadItem::ffmpegConvertedEvent(FFmpeg& ffmpeg)
-{
-    const bool converted = ffmpeg.succeeded();
-    const QString why = ffmpeg.failureReason();
-    const std::weak_ptr<DownloadItem> self = weak_from_this();
-    platform::MainThread::post([self, converted, why] {
-        const auto item = self.lock();
-        if (!item)
-            return;
-        auto& job = static_cast<VideoDownloadItem&>(*item);
-        if (job.state() != State::Converting) {
-            if (job.output_)
-                job.output_->abandon();
-            return;
-        }
-        QString moveError;
-        if (!converted || !job.output_->commit(&moveError)) {
-            job.output_->abandon();
-            job.fail(converted ? moveError : why);
-            return;
-        }
-        job.setProgress(1, 1);
-        job.finish();
-    });
-}
-
 void VideoDownloadItem::cancel()
 {
     // A cancel stops a running conversion and a copy too: a cancelled job never finishes.
-    ffmpeg_->cancel();
+    stopConversion();
     copyCanceled_ = true;
-    if (output_ && state() == State::Converting)
-        output_->abandon();
     DownloadItem::cancel();
 }

@@ -1,17 +1,14 @@
 #pragma once
 
-#include "downloads/DownloadItem.h"
-#include "downloads/ReservedFile.h"
+#include "downloads/ConvertingDownloadItem.h"
 
 #include <atomic>
 #include <memory>
 #include <optional>
 
-class FFmpeg;
-
 // A job that ends in a video file: converted to H.264 MP4 when the setting asks
 // for it and the stream is not MP4 already, else copied as the stream came.
-class VideoDownloadItem : public DownloadItem {
+class VideoDownloadItem : public ConvertingDownloadItem {
 public:
     static std::shared_ptr<VideoDownloadItem> init(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url);
     ~VideoDownloadItem() override;
@@ -21,8 +18,6 @@ public:
     void setConvert(bool convert) { convert_ = convert; }
 
     void downloadFinishEvent(HTTPDownload& download) override;
-    void ffmpegNewSecondEvent(FFmpeg& ffmpeg, quint64 second);
-    void ffmpegConvertedEvent(FFmpeg& ffmpeg);
     void cancel() override;
 
     // The copy step, on a thread of its own.
@@ -34,8 +29,6 @@ public:
 private:
     VideoDownloadItem(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url);
 
-    std::shared_ptr<FFmpeg> ffmpeg_;
-    std::optional<ReservedFile> output_;
     std::optional<bool> convert_;
     std::atomic<bool> copyCanceled_{false};
 };

@@ -2,7 +2,7 @@
 
 #include "catalogue_server.h"
 #include "loopback.h"
-#include "platform/Log.h"
+#include "log_capture.h"
 
 #include <QCoreApplication>
 #include <QThread>
@@ -42,12 +42,7 @@ struct recorder {
 
 class FeedSearch : public ::testing::Test {
 protected:
-    FeedSearch()
-    {
-        platform::Log::setSink([](const QString&) {});
-        events.listen(*search);
-    }
-    ~FeedSearch() override { platform::Log::setSink(nullptr); }
+    FeedSearch() { events.listen(*search); }
 
     void run(const QString& words)
     {
@@ -56,6 +51,7 @@ protected:
         search->waitForFinish();
     }
 
+    log_capture quiet;
     catalogue_server service;
     std::shared_ptr<YouTubeSearch> search =
         YouTubeSearch::create(platform::ServiceEndpoints::at(QUrl(QString::fromStdString(service.base()))));

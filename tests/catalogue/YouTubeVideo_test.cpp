@@ -3,7 +3,7 @@
 #include "catalogue/xml/TBXML.h"
 #include "catalogue_server.h"
 #include "core/youtube_error.h"
-#include "platform/Log.h"
+#include "log_capture.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -15,28 +15,6 @@
 #include <mutex>
 
 namespace {
-
-// Everything logged while it lives.
-class log_capture {
-public:
-    log_capture()
-    {
-        platform::Log::setSink([this](const QString& line) {
-            std::lock_guard lock(mutex_);
-            lines_.append(line);
-        });
-    }
-    ~log_capture() { platform::Log::setSink(nullptr); }
-    QStringList lines() const
-    {
-        std::lock_guard lock(mutex_);
-        return lines_;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    QStringList lines_;
-};
 
 std::shared_ptr<YouTubeUrl> stream(const char* quality, const char* type)
 {

@@ -2,6 +2,7 @@
 
 #include "downloads/ChildProcess.h"
 
+#include "log_capture.h"
 #include "platform/Log.h"
 
 #include <QDir>
@@ -76,28 +77,6 @@ bool strictlyIncreasing(const std::vector<quint64>& values)
 {
     return std::adjacent_find(values.begin(), values.end(), std::greater_equal<>()) == values.end();
 }
-
-// Collects the log for the test's lifetime (and keeps ffmpeg's chatter off the console).
-class LogCapture {
-public:
-    LogCapture()
-    {
-        platform::Log::setSink([this](const QString& line) {
-            std::lock_guard lock(mutex_);
-            lines_.append(line);
-        });
-    }
-    ~LogCapture() { platform::Log::setSink(nullptr); }
-    QStringList lines() const
-    {
-        std::lock_guard lock(mutex_);
-        return lines_;
-    }
-
-private:
-    mutable std::mutex mutex_;
-    QStringList lines_;
-};
 
 void writeExecutable(const QString& path, const QByteArray& body, bool executable = true)
 {
@@ -237,7 +216,7 @@ protected:
     QString destination() const { return dir.path() + "/out.mp4"; }
 
     QTemporaryDir dir;
-    LogCapture log;
+    log_capture log;
     std::shared_ptr<FFmpeg> converter = FFmpeg::create("/in/a.webm", dir.path() + "/out.mp4");
 };
 
@@ -409,7 +388,7 @@ protected:
     static inline QTemporaryDir* media_ = nullptr;
     static inline bool made_ = false;
     QTemporaryDir out;
-    LogCapture log;
+    log_capture log;
 };
 
 TEST_F(Conversion, Mp3FromEachContainerKeepsTheDuration)

@@ -1,6 +1,6 @@
 #include "downloads/HTTPDownload.h"
 
-#include "platform/Log.h"
+#include "log_capture.h"
 #include "scripted_server.h"
 
 #include <QDir>
@@ -60,8 +60,7 @@ struct watched {
 
 class Transfer : public ::testing::Test {
 protected:
-    Transfer() { platform::Log::setSink([](const QString&) {}); }
-    ~Transfer() override { platform::Log::setSink(nullptr); }
+    log_capture quiet;
     QTemporaryDir dir;
     const QString file = dir.path() + "/download";
 };

@@ -3,7 +3,7 @@
 // What the job tests share: the user's folders in a temporary home, a loopback
 // server for the streams, and a way to run a job until it ends.
 #include "downloads/DownloadItem.h"
-#include "platform/Log.h"
+#include "log_capture.h"
 #include "route_server.h"
 
 #include <QDir>
@@ -30,25 +30,16 @@ protected:
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(home_.path() + "/.config"));
         // Qt reads the settings folder once per process: tell it again.
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, home_.path() + "/.config");
-        platform::Log::setSink([this](const QString& line) {
-            std::lock_guard lock(mutex_);
-            log_.append(line);
-        });
     }
     ~JobTest() override
     {
-        platform::Log::setSink(nullptr);
         for (const auto& [name, value] : saved_)
             qputenv(name.c_str(), value);
     }
 
     QString downloads() const { return home_.path() + "/Downloads"; }
     QString cache() const { return home_.path() + "/.cache/Melodrift"; }
-    QStringList log() const
-    {
-        std::lock_guard lock(mutex_);
-        return log_;
-    }
+    QStringList log() const { return log_.lines(); }
 
     // Serves path -> (status, body); anything else is a 404.
     void serve(const std::string& path, std::string body, int status = 200)
@@ -108,7 +99,7 @@ private:
     QTemporaryDir home_;
     std::map<std::string, QByteArray> saved_;
     mutable std::mutex mutex_;
-    QStringList log_;
+    log_capture log_;
     std::map<std::string, std::pair<int, std::string>> routes_;
     route_server server_{[this](const route_server::request& r) -> route_server::response {
         std::lock_guard lock(mutex_);

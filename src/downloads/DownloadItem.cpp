@@ -151,6 +151,7 @@ void DownloadItem::startDownload()
     Log::line(QStringLiteral("Downloading: ") + url_->url().toString());
 
     httpDownload_ = HTTPDownload::init(tempfile(), url_->url());
+    httpDownload_->setTimeout(transferTimeout_);
     // The job holds the transfer, so the transfer's events hold the job weakly.
     const std::weak_ptr<DownloadItem> self = shared_from_this();
     httpDownload_->updateEvent.set([self](HTTPDownload& d) {

@@ -9,6 +9,7 @@
 #include <QString>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -35,6 +36,8 @@ public:
 
     // At most once; a cancelled job is never restarted.
     void startDownload();
+    // How long the transfer may go without a byte before it fails (default: a minute).
+    void setTransferTimeout(std::chrono::milliseconds timeout) { transferTimeout_ = timeout; }
     // Final: a job cancelled never moves on.
     virtual void cancel();
     void throwUpdateEvent();
@@ -103,4 +106,5 @@ private:
     std::atomic<bool> hasPlayButton_{false};
     std::atomic<State> state_{State::Waiting};
     int tempfileLock_ = -1;
+    std::chrono::milliseconds transferTimeout_{60000};
 };

@@ -1,0 +1,295 @@
+#include "app/CliApplication.h"
+
+#include "catalogue/YouTubeSearch.h"
+#include "catalogue/YouTubeVideo.h"
+#include "core/youtube_error.h"
+#include "downloads/AudioDownloadItem.h"
+#include "downloads/DownloadItem.h"
+#include "downloads/VideoDownloadItem.h"
+#include "platform/Log.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QTimer>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+constexpr int audioBitrate = 320;
+
+const char* const helpText = R"(Usage: melodrift-cli [options] command
+
+Commands:
+  search WORDS...        list the videos the search finds: number, length, title, address
+  streams ADDRESS        list the streams of the video at a watch-page address, the best marked
+  audio ADDRESS          save the video's sound track as MP3 in the Downloads folder
+  video ADDRESS          save the video in the Downloads folder (as MP4 when converted)
+
+Options:
+  --convert, --no-convert   for video: convert streams that are not MP4 to H.264 MP4, or copy
+                            every stream as it is (default: the stored setting, which is to convert)
+  --service BASE            the video service at BASE (also MELODRIFT_SERVICE=BASE)
+  --timeout SECONDS         give a download up after SECONDS without data (default 60)
+  --verbose                 show the program's log on standard error
+  --help                    show this text
+  --version                 show the version
+)";
+
+std::atomic<bool> interrupted{false};
+
+void print(const QString& text)
+{
+    std::fputs(text.toLocal8Bit().constData(), stdout);
+    std::fflush(stdout);
+}
+
+void complain(const QString& text)
+{
+    std::fputs((text + QLatin1Char('\n')).toLocal8Bit().constData(), stderr);
+}
+
+QString clock(qint64 seconds)
+{
+    if (seconds >= 3600)
+        return QStringLiteral("%1:%2:%3")
+            .arg(seconds / 3600)
+            .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
+            .arg(seconds % 60, 2, 10, QLatin1Char('0'));
+    return QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
+}
+
+// Prints a job's progress: a bar redrawn in place on a terminal, plain lines
+// (one per state and per tenth) anywhere else.
+class ProgressPrinter {
+public:
+    ProgressPrinter() : terminal_(::isatty(STDOUT_FILENO) == 1) {}
+
+    void show(const DownloadItem& job)
+    {
+        const QString status = job.statusString();
+        const auto value = job.progressValue();
+        const auto maximum = job.progressMaxValue();
+        const int percent = value && maximum && *maximum > 0
+                                ? static_cast<int>(std::clamp<qint64>(*value * 100 / *maximum, 0, 100))
+                                : -1;
+        if (terminal_) {
+            if (status != lastStatus_ && !lastStatus_.isEmpty())
+                print(QStringLiteral("\n"));
+            const int filled = percent < 0 ? 0 : percent / 5;
+            print(QStringLiteral("\r%1 [%2%3] %4")
+                      .arg(status, -12)
+                      .arg(QString(filled, QLatin1Char('#')), QString(20 - filled, QLatin1Char('.')))
+                      .arg(percent < 0 ? QStringLiteral("    ") : QStringLiteral("%1%").arg(percent, 3)));
+        } else if (status != lastStatus_ || (percent >= 0 && percent / 10 != lastPercent_ / 10)) {
+            print(percent < 0 ? status + QLatin1Char('\n') : QStringLiteral("%1 %2%\n").arg(status).arg(percent));
+        }
+        lastStatus_ = status;
+        lastPercent_ = percent;
+    }
+
+    void end()
+    {
+        if (terminal_ && !lastStatus_.isEmpty())
+            print(QStringLiteral("\n"));
+    }
+
+private:
+    const bool terminal_;
+    QString lastStatus_;
+    int lastPercent_ = -1;
+};
+
+bool isFinal(DownloadItem::State state)
+{
+    using State = DownloadItem::State;
+    return state == State::Done || state == State::Failed || state == State::Canceled;
+}
+
+} // namespace
+
+CliApplication::CliApplication(QStringList arguments)
+    : arguments_(std::move(arguments)), endpoints_(platform::ServiceEndpoints::fromEnvironment(arguments_))
+{
+}
+
+int CliApplication::usage(const QString& complaint)
+{
+    complain(complaint);
+    complain(QStringLiteral("Try 'melodrift-cli --help'."));
+    return 2;
+}
+
+int CliApplication::run()
+{
+    QStringList words;
+    std::optional<bool> convert;
+    for (qsizetype i = 1; i < arguments_.size(); ++i) {
+        const QString& a = arguments_[i];
+        if (a == QLatin1String("--help")) {
+            print(QString::fromUtf8(helpText));
+            return 0;
+        }
+        if (a == QLatin1String("--version")) {
+            print(QStringLiteral("melodrift-cli %1\n").arg(QLatin1String(version)));
+            return 0;
+        }
+        if (a == QLatin1String("--verbose"))
+            verbose_ = true;
+        else if (a == QLatin1String("--convert"))
+            convert = true;
+        else if (a == QLatin1String("--no-convert"))
+            convert = false;
+        else if (a == QLatin1String(platform::ServiceEndpoints::option))
+            ++i; // its value was read with the endpoints
+        else if (a == QLatin1String("--timeout")) {
+            bool number = false;
+            timeoutSeconds_ = i + 1 < arguments_.size() ? arguments_[++i].toInt(&number) : 0;
+            if (!number || *timeoutSeconds_ <= 0)
+                return usage(QStringLiteral("--timeout needs a number of seconds."));
+        }
+        else if (a.startsWith(QLatin1String("--")) && !a.startsWith(QLatin1String(platform::ServiceEndpoints::option)))
+            return usage(QStringLiteral("Unknown option %1.").arg(a));
+        else if (!a.startsWith(QLatin1String("--")))
+            words.append(a);
+    }
+    if (!verbose_)
+        platform::Log::setSink([](const QString&) {});
+    if (words.isEmpty())
+        return usage(QStringLiteral("No command given."));
+
+    const QString command = words.takeFirst();
+    if (command == QLatin1String("search"))
+        return words.isEmpty() ? usage(QStringLiteral("search needs words.")) : search(words);
+    if (command != QLatin1String("streams") && command != QLatin1String("audio") && command != QLatin1String("video"))
+        return usage(QStringLiteral("Unknown command %1.").arg(command));
+    if (words.size() != 1)
+        return usage(QStringLiteral("%1 needs one watch-page address.").arg(command));
+    if (command == QLatin1String("streams"))
+        return streams(words[0]);
+    return download(words[0], command == QLatin1String("audio"), convert);
+}
+
+int CliApplication::search(const QStringList& words)
+{
+    const auto searcher = YouTubeSearch::create(endpoints_);
+    std::optional<platform::Error> failure;
+    searcher->errorEvent.set([&failure](YouTubeSearch&, const platform::Error& e) { failure = e; });
+    searcher->setSearchString(words.join(QLatin1Char(' ')));
+    searcher->searchStart();
+    searcher->waitForFinish();
+    if (failure) {
+        complain(QStringLiteral("Search failed: %1").arg(failure->description));
+        return 1;
+    }
+    const auto videos = searcher->videos();
+    if (videos.isEmpty())
+        print(QStringLiteral("No videos found.\n"));
+    for (qsizetype i = 0; i < videos.size(); ++i)
+        print(QStringLiteral("%1. %2  %3\n    %4\n")
+                  .arg(i + 1, 2)
+                  .arg(clock(videos[i]->seconds()), 7)
+                  .arg(videos[i]->title(), videos[i]->link().toString()));
+    return 0;
+}
+
+std::shared_ptr<YouTubeVideo> CliApplication::videoAt(const QString& address)
+{
+    const QUrl url(address, QUrl::StrictMode);
+    if (!url.isValid() || url.isRelative() || !url.scheme().startsWith(QLatin1String("http"))) {
+        usage(QStringLiteral("%1 is no watch-page address.").arg(address));
+        return nullptr;
+    }
+    const auto video = YouTubeVideo::initFromURL(url, endpoints_.parserService);
+    try {
+        video->parseUrls();
+    } catch (const youtube_error& e) {
+        complain(QStringLiteral("YouTube: %1").arg(QString::fromUtf8(e.what())));
+        return nullptr;
+    }
+    if (video->Urls().isEmpty()) {
+        complain(QStringLiteral("No video with streams at %1.").arg(address));
+        return nullptr;
+    }
+    return video;
+}
+
+int CliApplication::streams(const QString& address)
+{
+    const auto video = videoAt(address);
+    if (!video)
+        return 1;
+    const auto best = video->UrlWithBestQuality();
+    print(video->title() + QLatin1Char('\n'));
+    for (const auto& stream : video->Urls())
+        print(QStringLiteral("%1 %2  %3  %4\n")
+                  .arg(stream == best ? QStringLiteral("*") : QStringLiteral(" "))
+                  .arg(stream->quality(), -6)
+                  .arg(stream->localizedType(), -11)
+                  .arg(stream->type()));
+    return 0;
+}
+
+int CliApplication::download(const QString& address, bool audio, std::optional<bool> convert)
+{
+    const auto video = videoAt(address);
+    if (!video)
+        return 1;
+    const auto best = video->UrlWithBestQuality();
+    if (!best) {
+        complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(address));
+        return 1;
+    }
+    // Left-overs of earlier runs go; what another running instance holds stays.
+    DownloadItem::Cleanup();
+    if (audio)
+        return follow(AudioDownloadItem::initWithBitrate(video, best, audioBitrate));
+    const auto job = VideoDownloadItem::init(video, best);
+    if (convert)
+        job->setConvert(*convert);
+    return follow(job);
+}
+
+int CliApplication::follow(const std::shared_ptr<DownloadItem>& job)
+{
+    if (timeoutSeconds_)
+        job->setTransferTimeout(std::chrono::seconds(*timeoutSeconds_));
+    ProgressPrinter progress;
+    job->newDataEvent.set([&progress](DownloadItem& j) {
+        progress.show(j);
+        if (isFinal(j.state()))
+            QCoreApplication::quit();
+    });
+    std::signal(SIGINT, [](int) { interrupted = true; });
+    std::signal(SIGTERM, [](int) { interrupted = true; });
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&job] {
+        if (interrupted && !isFinal(job->state()))
+            job->cancel();
+    });
+    watch.start(100);
+
+    job->startDownload();
+    if (!isFinal(job->state()))
+        QCoreApplication::exec();
+    progress.end();
+
+    switch (job->state()) {
+    case DownloadItem::State::Done:
+        if (QFileInfo::exists(job->fileToPlay())) {
+            print(job->fileToPlay() + QLatin1Char('\n'));
+            return 0;
+        }
+        complain(QStringLiteral("The finished file is missing: %1").arg(job->fileToPlay()));
+        return 1;
+    case DownloadItem::State::Failed:
+        complain(QStringLiteral("Failed: %1").arg(job->failureReason()));
+        return 1;
+    default:
+        complain(QStringLiteral("Cancelled."));
+        return 130;
+    }
+}

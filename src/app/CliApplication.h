@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/ServiceEndpoints.h"
+
+#include <QStringList>
+
+#include <memory>
+#include <optional>
+
+class DownloadItem;
+class YouTubeVideo;
+
+// melodrift-cli: searches, lists streams and downloads with the same catalogue
+// and download classes as the desktop program. Needs the application object.
+class CliApplication {
+public:
+    explicit CliApplication(QStringList arguments);
+
+    // The exit status: 0 for success, 1 for a failure, 2 for a misuse.
+    int run();
+
+    static constexpr const char* version = "1.0.1";
+
+private:
+    int search(const QStringList& words);
+    int streams(const QString& address);
+    int download(const QString& address, bool audio, std::optional<bool> convert);
+
+    // The video at a watch-page address with its streams, or nothing after
+    // saying why.
+    std::shared_ptr<YouTubeVideo> videoAt(const QString& address);
+    int follow(const std::shared_ptr<DownloadItem>& job);
+
+    static int usage(const QString& complaint);
+
+    QStringList arguments_;
+    platform::ServiceEndpoints endpoints_;
+    bool verbose_ = false;
+    std::optional<int> timeoutSeconds_;
+};

@@ -88,7 +88,8 @@ void HTTPDownload::onReadyRead()
     const auto self = shared_from_this();
     respondOnce();
     char chunk[64 * 1024];
-    for (qint64 n; reply_ && (n = reply_->read(chunk, sizeof chunk)) > 0;)
+    // A reply ended by the transfer time-out is closed already.
+    for (qint64 n; reply_ && reply_->isOpen() && (n = reply_->read(chunk, sizeof chunk)) > 0;)
         didReceiveData(chunk, n);
 }
 
@@ -102,9 +103,14 @@ void HTTPDownload::onFinished()
     reply_ = nullptr;
     reply->deleteLater();
     if (reply->error() != QNetworkReply::NoError && (platform::BlockingHttp::isTransportError(reply->error()) ||
-                                                     !reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid()))
-        didFailWithError({QStringLiteral("QNetworkReply"), reply->error(), reply->errorString()});
-    else
+                                                     !reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid())) {
+        // cancel() disconnects first, so a cancelled reply here is the transfer time-out.
+        const QString reason = reply->error() == QNetworkReply::OperationCanceledError
+                                   ? QStringLiteral("No data arrived for %1 s; the transfer timed out.")
+                                         .arg(static_cast<double>(timeout_.count()) / 1000.0)
+                                   : reply->errorString();
+        didFailWithError({QStringLiteral("QNetworkReply"), reply->error(), reason});
+    } else
         didFinishLoading();
 }
 

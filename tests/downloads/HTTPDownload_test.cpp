@@ -158,7 +158,8 @@ TEST_F(Transfer, CutOrStalledTransfersFail)
     scripted_server stalled(std::vector<scripted_server::reply>{{cut, cut.size()}});
     watched w2(dir.path() + "/second", stalled.url());
     w2.run(std::chrono::milliseconds(300));
-    EXPECT_TRUE(w2.download->error());
+    ASSERT_TRUE(w2.download->error());
+    EXPECT_EQ(w2.download->error()->description, "No data arrived for 0.3 s; the transfer timed out.");
     EXPECT_EQ(w2.finishes, 1);
 }
 

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <filesystem>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace service {
+
+struct DemoVideo;
+
+// Makes the demo catalogue in a data folder with ffmpeg's generated test
+// pictures and tones: every stream of every video, a thumbnail per video, and
+// catalogue.tsv last, so that a folder with catalogue.tsv is complete.
+class CatalogueGenerator {
+public:
+    CatalogueGenerator(std::filesystem::path dir, std::ostream& log);
+
+    // Generates unless catalogue.tsv is there. Holds an flock on DIR/.lock
+    // meanwhile, so that of two services started at once only one generates.
+    // True when it generated. Throws std::runtime_error.
+    bool ensure();
+
+private:
+    void generate();
+    void makeStreams(const DemoVideo& video) const;
+    void makeThumbnail(const DemoVideo& video) const;
+    void writeLists() const;
+    void say(const std::string& line);
+    void run(const std::vector<std::string>& arguments) const;
+
+    std::filesystem::path dir_;
+    std::ostream& log_;
+    std::mutex logMutex_;
+    std::string ffmpeg_;
+};
+
+} // namespace service

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "service/HttpMessage.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <list>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace service {
+
+// An HTTP/1.0 and 1.1 server on 127.0.0.1, a thread per connection, one request
+// per connection (answers close it). Request heads are capped at 64 KiB (400
+// beyond) and bodies at 64 MiB (413).
+class HttpServer {
+public:
+    using Handler = std::function<HttpResponse(const HttpRequest&)>;
+
+    static constexpr std::size_t headerLimit = 64 * 1024;
+    static constexpr std::uint64_t bodyLimit = 64ull * 1024 * 1024;
+
+    // Listens at once on the port (0: one the system chooses); connections wait
+    // until start. Throws std::system_error when it cannot listen.
+    explicit HttpServer(unsigned short port);
+    ~HttpServer();
+    HttpServer(const HttpServer&) = delete;
+    HttpServer& operator=(const HttpServer&) = delete;
+
+    unsigned short port() const { return port_; }
+    // "http://127.0.0.1:PORT"
+    std::string base() const;
+
+    // Serves every connection with handler until stop. Once only.
+    void start(Handler handler);
+
+    // Closes every connection, a stalled or delayed one too, and waits for their
+    // threads. Safe to call more than once.
+    void stop();
+
+private:
+    struct Connection {
+        int fd = -1;
+        std::thread thread;
+        std::atomic<bool> finished{false};
+    };
+
+    void acceptLoop();
+    void reapFinished();
+    void serve(int fd);
+    void deliver(int fd, const HttpRequest& request, const HttpResponse& response);
+    bool sendFile(int fd, const HttpResponse::FileSlice& slice, std::uint64_t bytes);
+    // Waits, unless the server stops first; false then.
+    bool pause(std::chrono::milliseconds delay);
+    void logRequest(const HttpRequest& request, int status) const;
+
+    Handler handler_;
+    int listener_ = -1;
+    int wakeup_ = -1;
+    unsigned short port_ = 0;
+    std::thread acceptThread_;
+    std::list<Connection> connections_; // the accept thread's, until it has ended
+
+    std::mutex mutex_;
+    std::condition_variable stopped_;
+    bool stopping_ = false;
+    std::once_flag stopOnce_;
+};
+
+} // namespace service

@@ -1,0 +1,163 @@
+#include "service/ServiceRouter.h"
+
+#include "core/parser_result.h"
+#include "core/youtube_error.h"
+#include "core/youtube_parser.h"
+#include "service/FeedWriter.h"
+#include "service/UrlQuery.h"
+#include "service/WatchPageWriter.h"
+
+#include <charconv>
+#include <exception>
+
+namespace service {
+
+namespace {
+
+bool isGet(const HttpRequest& request)
+{
+    return request.method == "GET" || request.method == "HEAD";
+}
+
+HttpResponse methodNotAllowed(const char* allowed)
+{
+    auto response = HttpResponse::text(405, "Method not allowed.\n");
+    response.headers.emplace_back("Allow", allowed);
+    return response;
+}
+
+// A host name or address with an optional port, nothing that could break out of
+// an attribute or an address.
+bool usableHost(std::string_view host)
+{
+    if (host.empty() || host.size() > 255)
+        return false;
+    for (const char c : host)
+        if (!((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' || c == '-' ||
+              c == ':' || c == '[' || c == ']'))
+            return false;
+    return true;
+}
+
+std::size_t startIndex(const UrlQuery& query)
+{
+    const auto text = query.value("start-index");
+    std::size_t index = 1;
+    if (!text || std::from_chars(text->data(), text->data() + text->size(), index).ec != std::errc() || index == 0)
+        return 1;
+    return index;
+}
+
+} // namespace
+
+ServiceRouter::ServiceRouter(const Catalogue& catalogue, Faults faults, std::string base)
+    : catalogue_(catalogue), faults_(std::move(faults)), base_(std::move(base)), media_(catalogue_, faults_)
+{
+}
+
+std::string ServiceRouter::baseFor(const HttpRequest& request) const
+{
+    // Pages point back at the address the client used, so that a client that
+    // came through "localhost" keeps going there.
+    return usableHost(request.host) ? "http://" + request.host : base_;
+}
+
+HttpResponse ServiceRouter::handle(const HttpRequest& request) const
+{
+    const auto [path, query] = UrlQuery::splitTarget(request.target);
+    HttpResponse response;
+    std::optional<RequestKind> kind;
+    if (path == "/feeds/api/videos") {
+        kind = RequestKind::feed;
+        response = isGet(request) ? feed(request, query) : methodNotAllowed("GET, HEAD");
+    } else if (path == "/watch") {
+        kind = RequestKind::watch;
+        response = isGet(request) ? watch(request, query) : methodNotAllowed("GET, HEAD");
+    } else if (path == "/cgi-bin/zor.parser") {
+        kind = RequestKind::parser;
+        response = request.method == "POST" ? parser(request) : methodNotAllowed("POST");
+    } else if (path.starts_with("/vi/")) {
+        kind = RequestKind::thumbnail;
+        response = isGet(request) ? thumbnail(path) : methodNotAllowed("GET, HEAD");
+    } else if (path == "/videoplayback") {
+        kind = RequestKind::media;
+        response = isGet(request) ? media_.stream(UrlQuery(query), request.range) : methodNotAllowed("GET, HEAD");
+    } else {
+        response = HttpResponse::text(404, "Not found.\n");
+    }
+    if (kind)
+        response.delay = faults_.latencyOf(*kind);
+    return response;
+}
+
+HttpResponse ServiceRouter::feed(const HttpRequest& request, std::string_view queryText) const
+{
+    const UrlQuery query(queryText);
+    const std::string words = query.value("q").value_or("");
+    HttpResponse response;
+    response.contentType = "application/rss+xml; charset=UTF-8";
+    response.body =
+        FeedWriter(baseFor(request)).write(words, catalogue_.search(words), startIndex(query), faults_.feedSize);
+    return response;
+}
+
+HttpResponse ServiceRouter::watch(const HttpRequest& request, std::string_view queryText) const
+{
+    const auto id = UrlQuery(queryText).value("v");
+    const Video* video = id ? catalogue_.find(*id) : nullptr;
+    if (!video)
+        return HttpResponse::text(404, "No such video.\n");
+    HttpResponse response;
+    response.contentType = "text/html; charset=utf-8";
+    response.body = WatchPageWriter(baseFor(request)).write(*video);
+    return response;
+}
+
+std::string ServiceRouter::parserReply(const std::string& page)
+{
+    try {
+        return "DONE: " + save_parser_result(*youtube_parser::parse_html(page));
+    } catch (const youtube_error& e) {
+        return std::string("YERR: ") + e.what();
+    } catch (const std::exception& e) {
+        return std::string("YERR: ") + e.what();
+    } catch (...) {
+        return "YERR: unknown parser error.";
+    }
+}
+
+HttpResponse ServiceRouter::parser(const HttpRequest& request) const
+{
+    switch (faults_.parser) {
+    case ParserMode::down: {
+        HttpResponse response;
+        response.delivery = Delivery::drop;
+        return response;
+    }
+    case ParserMode::garbage:
+        return HttpResponse::text(200, "<html><body><h1>502 Proxy Error</h1>The parser is resting.</body></html>\n");
+    case ParserMode::ok: break;
+    }
+    return HttpResponse::text(200, parserReply(request.body));
+}
+
+HttpResponse ServiceRouter::thumbnail(std::string_view path) const
+{
+    // "/vi/ID/NAME.jpg": every picture name of a video gives its one thumbnail.
+    const auto rest = path.substr(4);
+    const auto slash = rest.find('/');
+    const Video* video = slash == std::string_view::npos ? nullptr : catalogue_.find(rest.substr(0, slash));
+    if (!video || !rest.ends_with(".jpg"))
+        return HttpResponse::text(404, "No such picture.\n");
+    const auto file = Catalogue::thumbnailPath(catalogue_.dir(), video->id);
+    std::error_code error;
+    const auto size = std::filesystem::file_size(file, error);
+    if (error)
+        return HttpResponse::text(404, "No such picture.\n");
+    HttpResponse response;
+    response.contentType = "image/jpeg";
+    response.file = HttpResponse::FileSlice{file, 0, size};
+    return response;
+}
+
+} // namespace service

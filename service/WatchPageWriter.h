@@ -1,0 +1,33 @@
+#pragma once
+
+#include "service/StreamFormat.h"
+#include "service/Video.h"
+
+#include <string>
+
+namespace service {
+
+// A video's watch page in the layout the service used: title and description
+// metas with character references, the thumbnail link, the play length and the
+// stream map; or the markup of one of the service's notices.
+class WatchPageWriter {
+public:
+    // base: scheme and authority the page's addresses point at.
+    explicit WatchPageWriter(std::string base);
+
+    std::string write(const Video& video) const;
+
+    // Where a stream is served, signature aside.
+    std::string streamAddress(const Video& video, const StreamFormat& format) const;
+    std::string thumbnailAddress(const Video& video) const;
+
+private:
+    std::string streamPage(const Video& video) const;
+    std::string rtmpePage(const Video& video) const;
+    std::string streamMap(const Video& video) const;
+    std::string head(const Video& video) const;
+
+    std::string base_;
+};
+
+} // namespace service

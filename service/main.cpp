@@ -1,0 +1,63 @@
+// melodrift-service: the local stand-in of the video service.
+
+#include "service/Catalogue.h"
+#include "service/CatalogueGenerator.h"
+#include "service/HttpServer.h"
+#include "service/Options.h"
+#include "service/ServiceRouter.h"
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <iostream>
+#include <pthread.h>
+
+int main(int argc, char** argv)
+{
+    using namespace service;
+
+    Options options;
+    try {
+        options = Options::parse(std::vector<std::string>(argv + 1, argv + argc));
+    } catch (const std::invalid_argument& e) {
+        std::cerr << "melodrift-service: " << e.what() << "\n\n" << Options::usage();
+        return 2;
+    }
+    if (options.help) {
+        std::cout << Options::usage();
+        return 0;
+    }
+    if (options.dataDir.empty())
+        options.dataDir = Options::defaultDataDir();
+
+    // Every thread started from here on leaves these signals to sigwait below.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+
+    try {
+        CatalogueGenerator(options.dataDir, std::cerr).ensure();
+        if (options.generateOnly)
+            return 0;
+
+        const Catalogue catalogue = Catalogue::load(options.dataDir);
+        HttpServer server(options.port);
+        const ServiceRouter router(catalogue, options.faults, server.base());
+        server.start([&router](const HttpRequest& request) { return router.handle(request); });
+        std::cerr << "melodrift-service: " << catalogue.videos().size() << " videos from " << options.dataDir.string()
+                  << std::endl;
+        std::cout << server.base() << std::endl;
+
+        int received = 0;
+        sigwait(&signals, &received);
+        std::cerr << "melodrift-service: stopping" << std::endl;
+        server.stop();
+        return 0;
+    } catch (const std::exception& e) {
+        std::cerr << "melodrift-service: " << e.what() << std::endl;
+        return 1;
+    }
+}

@@ -1,0 +1,161 @@
+#include "e2e.h"
+
+#include <QRegularExpression>
+
+using namespace e2e;
+
+namespace {
+
+// The last line a run printed: where the file went, on success.
+QString lastLine(const QString& output)
+{
+    return output.trimmed().section(QLatin1Char('\n'), -1);
+}
+
+const video* find(const std::vector<video>& videos, const std::function<bool(const video&)>& wanted)
+{
+    for (const video& v : videos)
+        if (wanted(v))
+            return &v;
+    return nullptr;
+}
+
+bool has(const video& v, int itag)
+{
+    return !mediaFile(v.id, itag).isEmpty();
+}
+
+} // namespace
+
+class EndToEnd : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_FALSE(videos.empty()) << "no catalogue in " << catalogueDir().toStdString(); }
+
+    // A normal video whose best stream is that itag.
+    const video* bestIs(int itag) const
+    {
+        return find(videos, [itag](const video& v) {
+            if (v.kind != "normal")
+                return false;
+            for (const int better : {22, 35, 18, 43, 36, 17, 5}) {
+                if (has(v, better))
+                    return better == itag;
+            }
+            return false;
+        });
+    }
+
+    const std::vector<video> videos = catalogue();
+    cli user;
+};
+
+TEST_F(EndToEnd, SearchThenSoundTrackAsMp3)
+{
+    service s;
+    const video* v = find(videos, [](const video& v) { return v.kind == "normal" && v.title.contains("&"); });
+    ASSERT_TRUE(v);
+    const result found = user.run(s.base(), {"search", v->title.section(' ', 0, 1)});
+    ASSERT_EQ(found.status, 0) << found.output.toStdString();
+    EXPECT_TRUE(found.output.contains(v->title)) << found.output.toStdString();
+    const QRegularExpression address(QStringLiteral("(http://\\S*watch\\?v=%1\\S*)").arg(v->id));
+    const QString link = address.match(found.output).captured(1);
+    ASSERT_FALSE(link.isEmpty()) << found.output.toStdString();
+
+    const result saved = user.run(s.base(), {"audio", link});
+    ASSERT_EQ(saved.status, 0) << saved.output.toStdString();
+    const QString mp3 = lastLine(saved.output);
+    EXPECT_EQ(mp3, user.downloads() + "/" + v->title + ".mp3");
+    EXPECT_EQ(probe(mp3, "stream=codec_name"), "mp3");
+    EXPECT_EQ(probe(mp3, "stream=bit_rate"), "320000");
+    EXPECT_NEAR(probe(mp3, "format=duration").toDouble(), double(v->seconds), 1.0);
+
+    // The same title again gets the next free name.
+    const result again = user.run(s.base(), {"audio", link});
+    ASSERT_EQ(again.status, 0) << again.output.toStdString();
+    EXPECT_EQ(lastLine(again.output), user.downloads() + "/" + v->title + " (1).mp3");
+}
+
+TEST_F(EndToEnd, Mp4StreamIsCopiedAndWebmConverted)
+{
+    service s;
+    const video* mp4 = bestIs(22);
+    const video* webm = bestIs(43);
+    ASSERT_TRUE(mp4 && webm);
+
+    const result copied = user.run(s.base(), {"video", "--convert", s.watch(mp4->id)});
+    ASSERT_EQ(copied.status, 0) << copied.output.toStdString();
+    EXPECT_EQ(bytes(lastLine(copied.output)), bytes(mediaFile(mp4->id, 22)));
+
+    const result converted = user.run(s.base(), {"video", "--convert", s.watch(webm->id)});
+    ASSERT_EQ(converted.status, 0) << converted.output.toStdString();
+    EXPECT_TRUE(lastLine(converted.output).endsWith(".mp4"));
+    EXPECT_EQ(probe(lastLine(converted.output), "stream=codec_name", "v:0"), "h264");
+
+    const result kept = user.run(s.base(), {"video", "--no-convert", s.watch(webm->id)});
+    ASSERT_EQ(kept.status, 0) << kept.output.toStdString();
+    EXPECT_EQ(bytes(lastLine(kept.output)), bytes(mediaFile(webm->id, 43)));
+}
+
+TEST_F(EndToEnd, ParserServiceDownOrWrongStillDownloads)
+{
+    const video* v = bestIs(22);
+    ASSERT_TRUE(v);
+    for (const char* mode : {"down", "garbage"}) {
+        service s({"--parser", mode});
+        const result listed = user.run(s.base(), {"streams", s.watch(v->id)});
+        ASSERT_EQ(listed.status, 0) << mode << ": " << listed.output.toStdString();
+        EXPECT_TRUE(listed.output.contains(QRegularExpression("^\\* hd720", QRegularExpression::MultilineOption)))
+            << listed.output.toStdString();
+        const result saved = user.run(s.base(), {"video", "--no-convert", s.watch(v->id)});
+        ASSERT_EQ(saved.status, 0) << mode << ": " << saved.output.toStdString();
+        EXPECT_EQ(bytes(lastLine(saved.output)), bytes(mediaFile(v->id, 22)));
+    }
+}
+
+TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailures)
+{
+    service s;
+    int seen = 0;
+    for (const video& v : videos) {
+        if (v.kind == "normal")
+            continue;
+        ++seen;
+        const result r = user.run(s.base(), {"audio", s.watch(v.id)});
+        EXPECT_NE(r.status, 0) << v.kind.toStdString();
+        EXPECT_TRUE(r.output.startsWith("YouTube: ")) << r.output.toStdString();
+        if (v.kind == "rtmpe") {
+            EXPECT_TRUE(r.output.contains("rtmpe: that video is only available over rtmpe.")) << r.output.toStdString();
+        }
+    }
+    EXPECT_EQ(seen, 5);
+    EXPECT_TRUE(QDir(user.downloads()).isEmpty());
+}
+
+TEST_F(EndToEnd, BrokenStreamsFailWithAReasonAndLeaveNothing)
+{
+    const video* v = bestIs(22);
+    ASSERT_TRUE(v);
+    const QStringList faults[] = {{"--fail-stream", v->id + "=404"}, {"--cut-stream", v->id}, {"--stall-stream", v->id}};
+    for (const QStringList& fault : faults) {
+        service s(fault);
+        const result r = user.run(s.base(), {"--timeout", "2", "audio", s.watch(v->id)});
+        EXPECT_EQ(r.status, 1) << fault.join(' ').toStdString() << ": " << r.output.toStdString();
+        EXPECT_TRUE(r.output.contains("Failed: ")) << r.output.toStdString();
+        EXPECT_TRUE(QDir(user.downloads()).isEmpty()) << fault.join(' ').toStdString();
+        EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty())
+            << fault.join(' ').toStdString();
+    }
+}
+
+TEST_F(EndToEnd, CommandLineBasics)
+{
+    service s;
+    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(), "melodrift-cli 1.0.1");
+    EXPECT_EQ(user.run(s.base(), {"--help"}).status, 0);
+    EXPECT_EQ(user.run(s.base(), {}).status, 2);
+    EXPECT_EQ(user.run(s.base(), {"audio"}).status, 2);
+    const result nothing = user.run(s.base(), {"search", "zzzznothingmatches"});
+    EXPECT_EQ(nothing.status, 0);
+    EXPECT_TRUE(nothing.output.contains("No videos found.")) << nothing.output.toStdString();
+    EXPECT_EQ(user.run(s.base(), {"streams", s.watch("nosuchvideo")}).status, 1);
+}

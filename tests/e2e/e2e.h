@@ -1,0 +1,147 @@
+#pragma once
+
+// End-to-end runs: melodrift-service started on loopback with the demo catalogue,
+// melodrift-cli run against it in a home of its own.
+#include "downloads/ChildProcess.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <thread>
+
+namespace e2e {
+
+struct video {
+    QString id;
+    qint64 seconds = 0;
+    QString kind; // normal, notice1..notice4, rtmpe
+    QString title;
+};
+
+inline QString catalogueDir()
+{
+    return QStringLiteral(MELODRIFT_CATALOGUE);
+}
+
+inline std::vector<video> catalogue()
+{
+    std::vector<video> videos;
+    QFile file(catalogueDir() + "/catalogue.tsv");
+    if (!file.open(QIODevice::ReadOnly))
+        return videos;
+    for (const QByteArray& line : file.readAll().split('\n')) {
+        const QList<QByteArray> f = line.split('\t');
+        if (f.size() == 4)
+            videos.push_back({QString::fromUtf8(f[0]), f[1].toLongLong(), QString::fromUtf8(f[2]), QString::fromUtf8(f[3])});
+    }
+    return videos;
+}
+
+// The media file of one stream of a video, by itag; empty when there is none.
+inline QString mediaFile(const QString& id, int itag)
+{
+    const QStringList found =
+        QDir(catalogueDir() + "/media").entryList({QStringLiteral("%1-%2.*").arg(id).arg(itag)}, QDir::Files);
+    return found.isEmpty() ? QString() : catalogueDir() + "/media/" + found.first();
+}
+
+struct result {
+    int status = -1;
+    QString output; // standard output and error together
+};
+
+// A running melodrift-service; stopped when it goes.
+class service {
+public:
+    explicit service(const QStringList& options = {})
+    {
+        QStringList args{QStringLiteral("--data"), catalogueDir()};
+        args += options;
+        process_.start(QStringLiteral(MELODRIFT_SERVICE_BINARY), args, ChildProcess::Capture::StandardOutput);
+        // The first line is the address it listens on.
+        QByteArray first;
+        while (!first.contains('\n')) {
+            const QByteArray chunk = process_.readChunk();
+            if (chunk.isEmpty())
+                break;
+            first += chunk;
+        }
+        base_ = QString::fromUtf8(first.left(first.indexOf('\n'))).trimmed();
+        // Keep draining what it prints, so it never blocks on a full pipe.
+        drain_ = std::thread([this] {
+            while (!process_.readChunk().isEmpty()) {
+            }
+        });
+    }
+    ~service()
+    {
+        process_.terminate();
+        drain_.join();
+        process_.wait();
+    }
+    const QString& base() const { return base_; }
+    QString watch(const QString& id) const { return base_ + "/watch?v=" + id; }
+
+private:
+    ChildProcess process_;
+    QString base_;
+    std::thread drain_;
+};
+
+// melodrift-cli with its own home, cache and settings, against one service.
+class cli {
+public:
+    cli()
+    {
+        QDir().mkpath(home_.path() + "/Downloads");
+    }
+    QString downloads() const { return home_.path() + "/Downloads"; }
+    QString cache() const { return home_.path() + "/.cache/Melodrift"; }
+
+    result run(const QString& base, const QStringList& args) const
+    {
+        const QString env = QStringLiteral("HOME=%1 XDG_CACHE_HOME=%1/.cache XDG_CONFIG_HOME=%1/.config").arg(home_.path());
+        // One stream for both outputs, in the order they were written.
+        QStringList command{QStringLiteral("-c"), QStringLiteral("unset MELODRIFT_SERVICE; exec env %1 \"$@\" 2>&1").arg(env),
+                            QStringLiteral("sh"), QStringLiteral(MELODRIFT_CLI_BINARY), QStringLiteral("--service"), base};
+        command += args;
+        ChildProcess p;
+        result r;
+        if (!p.start(QStringLiteral("/bin/sh"), command, ChildProcess::Capture::StandardOutput))
+            return r;
+        r.output = QString::fromUtf8(p.readAll());
+        const ChildProcess::Exit exit = p.wait();
+        r.status = exit.exited ? exit.code : 128 + exit.signal;
+        return r;
+    }
+
+private:
+    QTemporaryDir home_;
+};
+
+// ffprobe's view of one field of a file.
+inline QString probe(const QString& path, const QString& entry, const QString& streams = "a:0")
+{
+    ChildProcess p;
+    if (!p.start(QStandardPaths::findExecutable("ffprobe"),
+                 {"-v", "error", "-select_streams", streams, "-show_entries", entry, "-of",
+                  "default=noprint_wrappers=1:nokey=1", path},
+                 ChildProcess::Capture::StandardOutput))
+        return {};
+    const QString out = QString::fromUtf8(p.readAll()).trimmed();
+    p.wait();
+    return out;
+}
+
+inline QByteArray bytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace e2e

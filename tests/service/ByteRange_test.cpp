@@ -1,0 +1,65 @@
+#include "service/ByteRange.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+using service::ByteRange;
+using Kind = ByteRange::Kind;
+
+namespace {
+
+struct Case {
+    const char* header;
+    std::uint64_t size;
+    Kind kind;
+    std::uint64_t first = 0;
+    std::uint64_t last = 0;
+};
+
+} // namespace
+
+TEST(ByteRange, AnswersWhatTheHeaderAsks)
+{
+    const Case cases[] = {
+        // What a player seeking in a stream sends.
+        {"bytes=0-", 1000, Kind::partial, 0, 999},
+        {"bytes=500-", 1000, Kind::partial, 500, 999},
+        {"bytes=10-19", 1000, Kind::partial, 10, 19},
+        {"bytes=999-999", 1000, Kind::partial, 999, 999},
+        // An end past the body is cut to the body.
+        {"bytes=900-5000", 1000, Kind::partial, 900, 999},
+        {"bytes=0-18446744073709551615", 1000, Kind::partial, 0, 999},
+        {"bytes=0-99999999999999999999999", 1000, Kind::partial, 0, 999},
+        // The last n bytes, all of them when n is larger.
+        {"bytes=-100", 1000, Kind::partial, 900, 999},
+        {"bytes=-5000", 1000, Kind::partial, 0, 999},
+        // Blanks and case are not held against the client.
+        {"  Bytes = 1 - 2 ", 1000, Kind::partial, 1, 2},
+        // Starts at or past the end.
+        {"bytes=1000-", 1000, Kind::unsatisfiable},
+        {"bytes=99999999999999999999-", 1000, Kind::unsatisfiable},
+        {"bytes=-0", 1000, Kind::unsatisfiable},
+        {"bytes=0-", 0, Kind::unsatisfiable},
+        {"bytes=-1", 0, Kind::unsatisfiable},
+        // Anything else is ignored and the whole body sent.
+        {"", 1000, Kind::whole},
+        {"bytes", 1000, Kind::whole},
+        {"items=0-1", 1000, Kind::whole},
+        {"bytes=5-1", 1000, Kind::whole},
+        {"bytes=0-1,5-9", 1000, Kind::whole},
+        {"bytes=-", 1000, Kind::whole},
+        {"bytes=a-b", 1000, Kind::whole},
+        {"bytes=+1-2", 1000, Kind::whole},
+        {"bytes=1-2x", 1000, Kind::whole},
+    };
+    for (const Case& c : cases) {
+        const ByteRange range = ByteRange::parse(c.header, c.size);
+        EXPECT_EQ(range.kind, c.kind) << '"' << c.header << "\" of " << c.size;
+        if (c.kind == Kind::partial && range.kind == Kind::partial) {
+            EXPECT_EQ(range.first, c.first) << c.header;
+            EXPECT_EQ(range.last, c.last) << c.header;
+            EXPECT_EQ(range.length(), c.last - c.first + 1) << c.header;
+        }
+    }
+}

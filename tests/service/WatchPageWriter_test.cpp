@@ -1,0 +1,95 @@
+#include "service/WatchPageWriter.h"
+
+#include "core/youtube_error.h"
+#include "core/youtube_parser.h"
+#include "service/StreamSignature.h"
+#include "service/UrlQuery.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+using namespace service;
+
+namespace {
+
+Video video(VideoKind kind = VideoKind::normal)
+{
+    Video v;
+    v.id = "VGVzdENhcmQ";
+    v.seconds = 75;
+    v.kind = kind;
+    v.title = "Tom & \"Jerry\" <AC/DC> – Café";
+    v.description = "Bars & tone; 100% <b>not</b> bold";
+    v.itags = {22, 43, 18, 5};
+    return v;
+}
+
+std::string upToZero(const std::string& text)
+{
+    return text.substr(0, std::strlen(text.c_str()));
+}
+
+} // namespace
+
+// Whatever the writer produces, the program's own parser must read back as the
+// video it was made from: the test that the stand-in is faithful.
+TEST(WatchPageWriter, PageReadsBackThroughTheParser)
+{
+    const Video v = video();
+    const WatchPageWriter writer("http://127.0.0.1:8080");
+    const auto result = youtube_parser::parse_html(writer.write(v));
+
+    EXPECT_EQ(upToZero(result->title), v.title);
+    EXPECT_EQ(upToZero(result->description), v.description);
+    EXPECT_EQ(result->length_seconds, 75u);
+    EXPECT_EQ(result->thumbnail, "http://127.0.0.1:8080/vi/VGVzdENhcmQ/default.jpg");
+
+    ASSERT_EQ(result->urls.size(), v.itags.size());
+    for (std::size_t i = 0; i < v.itags.size(); ++i) {
+        const StreamFormat& format = *findStreamFormat(v.itags[i]);
+        const result_url& stream = result->urls[i];
+        EXPECT_EQ(stream.quality, format.quality);
+        // The map encodes blanks as "+", which the parser keeps.
+        std::string type(format.type);
+        std::replace(type.begin(), type.end(), ' ', '+');
+        EXPECT_EQ(stream.type, type);
+        // The address the program will fetch carries the signature the media
+        // endpoint checks, whichever key the map gave it under.
+        const auto [path, query] = UrlQuery::splitTarget(stream.url);
+        EXPECT_EQ(path, "/videoplayback") << stream.url;
+        const UrlQuery params(query);
+        EXPECT_EQ(params.value("id"), v.id);
+        EXPECT_EQ(params.value("itag"), std::to_string(format.itag));
+        EXPECT_EQ(params.value("signature"), streamSignature(v.id, format.itag)) << stream.url;
+    }
+}
+
+TEST(WatchPageWriter, NoticesAndRtmpeReachTheUserAsServiceErrors)
+{
+    const WatchPageWriter writer("http://127.0.0.1:8080");
+    const std::pair<VideoKind, const char*> expected[] = {
+        {VideoKind::notice1, "This video has been removed by the user."},
+        {VideoKind::notice2, "This video is private."},
+        {VideoKind::notice3, "sign in"},
+        {VideoKind::notice4, "inappropriate"},
+        {VideoKind::rtmpe, "rtmpe"},
+    };
+    for (const auto& [kind, words] : expected) {
+        try {
+            youtube_parser::parse_html(writer.write(video(kind)));
+            ADD_FAILURE() << kindName(kind) << " parsed as a video";
+        } catch (const youtube_error& e) {
+            EXPECT_NE(std::string(e.what()).find(words), std::string::npos) << kindName(kind) << ": " << e.what();
+        }
+    }
+}
+
+TEST(StreamSignature, DiffersPerVideoAndFormat)
+{
+    EXPECT_EQ(streamSignature("a", 22), streamSignature("a", 22));
+    EXPECT_NE(streamSignature("a", 22), streamSignature("a", 18));
+    EXPECT_NE(streamSignature("a", 22), streamSignature("b", 22));
+    EXPECT_EQ(streamSignature("a", 22).size(), 33u);
+}

@@ -15,17 +15,7 @@ SANITIZER_ENV := ASAN_OPTIONS=abort_on_error=1:detect_leaks=1:strict_string_chec
 .PHONY: run test bootstrap build build-asan build-tsan test-plain test-asan test-tsan bench fuzz clean
 
 run: build
-	@echo "Melodrift is being built up from its core; there is no program to start yet."
-	@echo "What exists so far (in $(BUILD_DIR)/):"
-	@echo "  src/core        stream descriptor (youtube_url), watch-page parser (youtube_parser),"
-	@echo "                  HTML character-reference decoder, parser service exchange"
-	@echo "  src/core/fetch  the URL reader (urdl): HTTP/1.0 and file URLs"
-	@echo "  src/platform    events, threads, blocking GET, folders, log, texts, endpoints"
-	@echo "  src/catalogue   video records and streams, the search feed client, the XML reader"
-	@echo "  src/downloads   HTTP transfer, download jobs, the ffmpeg converter, the setting"
-	@echo "  tests/          unit and loopback network tests               -> make test"
-	@echo "  bench/          watch-page parser throughput                  -> make bench"
-	@echo "  fuzz/           libFuzzer targets for every parser            -> make fuzz"
+	@scripts/run-demo $(BUILD_DIR)
 
 bootstrap:
 	@scripts/bootstrap

@@ -159,3 +159,25 @@ TEST_F(EndToEnd, CommandLineBasics)
     EXPECT_TRUE(nothing.output.contains("No videos found.")) << nothing.output.toStdString();
     EXPECT_EQ(user.run(s.base(), {"streams", s.watch("nosuchvideo")}).status, 1);
 }
+
+// Two programs on one cache folder: the second one's start-up clean-up must leave
+// the first one's download alone.
+TEST_F(EndToEnd, SecondProgramLeavesTheFirstOnesDownloadAlone)
+{
+    const video* first = bestIs(22);
+    const video* second = find(videos, [first](const video& v) { return v.kind == "normal" && &v != first; });
+    ASSERT_TRUE(first && second);
+    // Every stream answers late, so the first download is under way, its file
+    // open in the cache, when the second program starts.
+    service s({"--latency", "media=1500"});
+    const auto running = user.start(s.base(), {"video", "--no-convert", s.watch(first->id)});
+    ASSERT_TRUE(running);
+    std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    const result other = user.run(s.base(), {"audio", s.watch(second->id)});
+    EXPECT_EQ(other.status, 0) << other.output.toStdString();
+
+    const result r = cli::finish(running.get());
+    ASSERT_EQ(r.status, 0) << r.output.toStdString();
+    EXPECT_EQ(bytes(lastLine(r.output)), bytes(mediaFile(first->id, 22)));
+    // (The second one's converted stream stays in the cache until the next start.)
+}

@@ -103,22 +103,32 @@ public:
     QString downloads() const { return home_.path() + "/Downloads"; }
     QString cache() const { return home_.path() + "/.cache/Melodrift"; }
 
-    result run(const QString& base, const QStringList& args) const
+    // Starts a run and leaves it going; finish() collects it.
+    std::unique_ptr<ChildProcess> start(const QString& base, const QStringList& args) const
     {
         const QString env = QStringLiteral("HOME=%1 XDG_CACHE_HOME=%1/.cache XDG_CONFIG_HOME=%1/.config").arg(home_.path());
         // One stream for both outputs, in the order they were written.
         QStringList command{QStringLiteral("-c"), QStringLiteral("unset MELODRIFT_SERVICE; exec env %1 \"$@\" 2>&1").arg(env),
                             QStringLiteral("sh"), QStringLiteral(MELODRIFT_CLI_BINARY), QStringLiteral("--service"), base};
         command += args;
-        ChildProcess p;
+        auto p = std::make_unique<ChildProcess>();
+        if (!p->start(QStringLiteral("/bin/sh"), command, ChildProcess::Capture::StandardOutput))
+            return nullptr;
+        return p;
+    }
+
+    static result finish(ChildProcess* p)
+    {
         result r;
-        if (!p.start(QStringLiteral("/bin/sh"), command, ChildProcess::Capture::StandardOutput))
+        if (!p)
             return r;
-        r.output = QString::fromUtf8(p.readAll());
-        const ChildProcess::Exit exit = p.wait();
+        r.output = QString::fromUtf8(p->readAll());
+        const ChildProcess::Exit exit = p->wait();
         r.status = exit.exited ? exit.code : 128 + exit.signal;
         return r;
     }
+
+    result run(const QString& base, const QStringList& args) const { return finish(start(base, args).get()); }
 
 private:
     QTemporaryDir home_;

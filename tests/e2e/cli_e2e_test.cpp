@@ -158,6 +158,9 @@ TEST_F(EndToEnd, CommandLineBasics)
     EXPECT_EQ(nothing.status, 0);
     EXPECT_TRUE(nothing.output.contains("No videos found.")) << nothing.output.toStdString();
     EXPECT_EQ(user.run(s.base(), {"streams", s.watch("nosuchvideo")}).status, 1);
+
+    const ChildProcess::Exit stopped = s.stop();
+    EXPECT_TRUE(stopped.exited && stopped.code == 0) << "signal " << stopped.signal;
 }
 
 // Two programs on one cache folder: the second one's start-up clean-up must leave

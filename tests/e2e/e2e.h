@@ -78,11 +78,17 @@ public:
             }
         });
     }
-    ~service()
+    ~service() { stop(); }
+
+    // Asks it to stop as a user would (SIGTERM); how it ended.
+    ChildProcess::Exit stop()
     {
-        process_.terminate();
-        drain_.join();
-        process_.wait();
+        if (drain_.joinable()) {
+            process_.terminate();
+            drain_.join();
+            exit_ = process_.wait();
+        }
+        return exit_;
     }
     const QString& base() const { return base_; }
     QString watch(const QString& id) const { return base_ + "/watch?v=" + id; }
@@ -91,6 +97,7 @@ private:
     ChildProcess process_;
     QString base_;
     std::thread drain_;
+    ChildProcess::Exit exit_{};
 };
 
 // melodrift-cli with its own home, cache and settings, against one service.

@@ -110,8 +110,17 @@ void HTTPDownload::onFinished()
                                          .arg(static_cast<double>(timeout_.count()) / 1000.0)
                                    : reply->errorString();
         didFailWithError({QStringLiteral("QNetworkReply"), reply->error(), reason});
-    } else
-        didFinishLoading();
+        return;
+    }
+    // A connection closed early can still end without an error from the reply
+    // when its last bytes were already buffered; the promised length tells.
+    const quint64 received = offset_.get().value_or(0);
+    if (status_ == 200 && length_.get().value_or(0) > 0 && received < static_cast<quint64>(*length_.get())) {
+        didFailWithError({QStringLiteral("QNetworkReply"), QNetworkReply::RemoteHostClosedError,
+                          QStringLiteral("The connection closed after %1 of %2 bytes.").arg(received).arg(*length_.get())});
+        return;
+    }
+    didFinishLoading();
 }
 
 void HTTPDownload::didReceiveResponse(int status, qint64 contentLength)

@@ -1,10 +1,9 @@
 #include "catalogue/YouTubeSearch.h"
 
 #include "catalogue/xml/TBXML.h"
+#include "platform/MainThread.h"
 #include "platform/Log.h"
 
-#include <QEventLoop>
-#include <QTimer>
 
 #include <vector>
 
@@ -112,9 +111,5 @@ void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started, const p
 
 void YouTubeSearch::waitForFinish() const
 {
-    while (!isDone()) {
-        QEventLoop loop;
-        QTimer::singleShot(20, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
+    platform::MainThread::runUntil([this] { return isDone(); });
 }

@@ -1,13 +1,12 @@
 #include "downloads/HTTPDownload.h"
 
+#include "platform/MainThread.h"
 #include "platform/BlockingHttp.h"
 #include "platform/Log.h"
 
-#include <QEventLoop>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QTimer>
 #include <QUuid>
 
 #include <climits>
@@ -192,9 +191,5 @@ void HTTPDownload::cancel()
 
 void HTTPDownload::waitForFinish() const
 {
-    while (!isDone()) {
-        QEventLoop loop;
-        QTimer::singleShot(20, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
+    platform::MainThread::runUntil([this] { return isDone(); });
 }

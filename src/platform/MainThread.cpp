@@ -2,7 +2,9 @@
 
 #include <QCoreApplication>
 #include <QEvent>
+#include <QEventLoop>
 #include <QThread>
+#include <QTimer>
 
 #include <deque>
 #include <future>
@@ -94,6 +96,15 @@ bool MainThread::isCurrent()
 {
     const QCoreApplication* app = QCoreApplication::instance();
     return app && QThread::currentThread() == app->thread();
+}
+
+void MainThread::runUntil(const std::function<bool()>& done)
+{
+    while (!done()) {
+        QEventLoop loop;
+        QTimer::singleShot(20, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
 }
 
 } // namespace platform

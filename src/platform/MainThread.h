@@ -12,6 +12,8 @@ public:
     // Runs work on the main thread and waits for it (at once when called there).
     static void invokeAndWait(const std::function<void()>& work);
     static bool isCurrent();
+    // Runs the calling thread's events until done() holds, checking every 20 ms.
+    static void runUntil(const std::function<bool()>& done);
 };
 
 } // namespace platform

@@ -73,15 +73,8 @@ TEST(StreamChoice, UnknownQualitiesRankBelowSmall)
     EXPECT_EQ(with_streams({})->UrlWithLowestQuality(), nullptr);
 }
 
-TEST(StreamChoice, RanksAndLabels)
+TEST(StreamChoice, LabelsPickTheFirstMatch)
 {
-    EXPECT_EQ(YouTubeVideo::GetQuality("small"), 0);
-    EXPECT_EQ(YouTubeVideo::GetQuality("medium"), 1);
-    EXPECT_EQ(YouTubeVideo::GetQuality("large"), 2);
-    EXPECT_EQ(YouTubeVideo::GetQuality("hd720"), 3);
-    EXPECT_EQ(YouTubeVideo::GetQuality("HD720"), -1);
-    EXPECT_EQ(YouTubeVideo::GetQuality(""), -1);
-
     const auto mp4 = stream("medium", "video/mp4");
     const auto video = with_streams({stream("small", "video/3gpp"), mp4, stream("medium", "video/mp4")});
     EXPECT_EQ(video->FirstUrlWithQuality("medium (video/mp4)"), mp4);

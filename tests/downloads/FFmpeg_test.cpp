@@ -1,8 +1,7 @@
 #include "downloads/FFmpeg.h"
 
-#include "downloads/ChildProcess.h"
-
 #include "log_capture.h"
+#include "media.h"
 #include "platform/Log.h"
 
 #include <QDir>
@@ -111,17 +110,9 @@ TEST(ProgressChunk, ReadsTheTimeOfItsOwnKindOfReport)
     EXPECT_EQ(FFmpeg::progressSecond(u"frame=   12 size=0kB time=00:00:03.03 bitrate=N/A", Kind::Audio), std::nullopt);
     EXPECT_EQ(FFmpeg::progressSecond(u"Press [q] to stop\nframe= 1 time=00:00:09.00 bitrate=N/A", Kind::Video),
               std::nullopt);
-}
-
-TEST(ProgressChunk, SkipsReportsWithoutBothMarkers)
-{
-    EXPECT_EQ(FFmpeg::progressSecond(u"frame=  100 fps= 25 size=512kB bitrate= 125.3kbits/s", Kind::Video),
-              std::nullopt);
+    // Both markers, the blank included, or nothing.
     EXPECT_EQ(FFmpeg::progressSecond(u"frame=  100 size=512kB time=00:00:05.00", Kind::Video), std::nullopt);
-    // The blank belongs to the marker.
     EXPECT_EQ(FFmpeg::progressSecond(u"frame=  100 time=00:00:05.00bitrate=1k", Kind::Video), std::nullopt);
-    // A bitrate before the time leaves no time text.
-    EXPECT_EQ(FFmpeg::progressSecond(u"frame=  1 bitrate= 1k time=00:00:05.00 speed=1x", Kind::Video), std::nullopt);
 }
 
 TEST(ProgressChunk, OddTimeTextsNeverFail)
@@ -129,15 +120,10 @@ TEST(ProgressChunk, OddTimeTextsNeverFail)
     auto at = [](const char* time) {
         return FFmpeg::progressSecond(QString("frame=  1 time=%1 bitrate=N/A").arg(time), Kind::Video);
     };
-    EXPECT_EQ(at("00:00:07"), 7);     // no fraction
     EXPECT_EQ(at("05:07.99"), 18420); // missing parts read 0: 5 h 7 min
-    EXPECT_EQ(at("42"), 151200);
-    EXPECT_EQ(at(""), 0);
     EXPECT_EQ(at("N/A"), 0);
     EXPECT_EQ(at("00:1x:2y.5"), 62); // leading digits only
-    EXPECT_EQ(at("-00:00:01.50"), 1);
     // Arithmetic in 32 signed bits: it wraps instead of overflowing.
-    EXPECT_EQ(at("999999:00:00.00"), static_cast<qint32>(static_cast<quint32>(999999LL * 3600)));
     EXPECT_EQ(at("99999999999999999999:00:00.00"), static_cast<qint32>(static_cast<quint32>(2147483647LL * 3600)));
 }
 
@@ -145,12 +131,9 @@ TEST(ProgressChunk, OddTimeTextsNeverFail)
 
 TEST(ConverterCommand, AudioListAddsMp3Suffix)
 {
-    const QStringList expected{"-i",  "/in/a.webm", "-vn",     "-ac",        "2",  "-ar",       "44100",
-                               "-ab", "128k",       "-acodec", "libmp3lame", "-y", "/out/T.mp3"};
-    EXPECT_EQ(FFmpeg::audioArguments("/in/a.webm", "/out/T.mp3", 128), expected);
-    EXPECT_EQ(FFmpeg::audioArguments("/in/a.webm", "/out/T", 128), expected);
+    EXPECT_EQ(FFmpeg::audioArguments("/in/a", "/out/T.mp3", 128).last(), "/out/T.mp3");
+    EXPECT_EQ(FFmpeg::audioArguments("/in/a", "/out/T", 128).last(), "/out/T.mp3");
     EXPECT_EQ(FFmpeg::audioArguments("/in/a", "/out/T.mp3.part", 320).last(), "/out/T.mp3.part.mp3");
-    EXPECT_EQ(FFmpeg::audioArguments("/in/a", "/out/T", 320)[8], "320k");
 }
 
 class ExecutableLookup : public ::testing::Test {
@@ -321,19 +304,16 @@ protected:
         if (ffmpeg_.isEmpty() || QStandardPaths::findExecutable("ffprobe").isEmpty())
             return;
         media_ = new QTemporaryDir();
-        const QString tone = "sine=frequency=440:duration=3";
-        const QString picture = "testsrc=size=160x120:rate=15:duration=3";
-        made_ =
-            make({"-f", "lavfi", "-i", picture, "-f", "lavfi", "-i", tone, "-c:v", "libvpx", "-deadline", "realtime",
-                  "-cpu-used", "8", "-c:a", "libvorbis", path("clip.webm")}) &&
-            make({"-f", "lavfi", "-i", picture, "-f", "lavfi", "-i", tone, "-c:v", "libx264", "-preset", "ultrafast",
-                  "-c:a", "aac", path("clip.mp4")}) &&
-            make({"-f", "lavfi", "-i", picture, "-f", "lavfi", "-i", tone, "-c:v", "flv", "-c:a", "libmp3lame", "-ar",
-                  "44100", path("clip.flv")}) &&
-            // A minute of sound: long enough for reports along the way.
-            make({"-f", "lavfi", "-i", "sine=frequency=440:sample_rate=8000:duration=60", path("minute.wav")}) &&
-            // Few pictures, many after the rate change: a long video conversion.
-            make({"-f", "lavfi", "-i", "testsrc=size=160x120:rate=1:duration=600", "-c:v", "mjpeg", path("long.avi")});
+        made_ = media::make(path("clip.webm"), 3) && media::make(path("clip.mp4"), 3) &&
+                media::make(path("clip.flv"), 3) &&
+                // A minute of sound: long enough for reports along the way.
+                media::run("ffmpeg", {"-y", "-loglevel", "error", "-f", "lavfi", "-i",
+                                      "sine=frequency=440:sample_rate=8000:duration=60", path("minute.wav")})
+                        .code == 0 &&
+                // Few pictures, many after the rate change: a long video conversion.
+                media::run("ffmpeg", {"-y", "-loglevel", "error", "-f", "lavfi", "-i",
+                                      "testsrc=size=160x120:rate=1:duration=600", "-c:v", "mjpeg", path("long.avi")})
+                        .code == 0;
         QFile garbage(path("garbage.webm"));
         made_ = made_ && garbage.open(QIODevice::WriteOnly) && garbage.write(QByteArray(4096, '\x5a')) == 4096;
     }
@@ -354,35 +334,6 @@ protected:
     static QString path(const QString& name) { return media_->path() + "/" + name; }
     QString output(const QString& name) const { return out.path() + "/" + name; }
 
-    // Tools run through ChildProcess: ThreadSanitizer cannot follow QProcess's way of starting children.
-    static ChildProcess::Exit runTool(const QString& tool, const QStringList& arguments, QByteArray* output = nullptr)
-    {
-        ChildProcess child;
-        if (!child.start(QStandardPaths::findExecutable(tool), arguments, ChildProcess::Capture::StandardOutput))
-            return {};
-        const QByteArray all = child.readAll();
-        if (output)
-            *output = all;
-        return child.wait();
-    }
-    static bool make(QStringList arguments)
-    {
-        arguments.prepend("error");
-        arguments.prepend("-loglevel");
-        arguments.prepend("-y");
-        const ChildProcess::Exit exit = runTool("ffmpeg", arguments);
-        return exit.exited && exit.code == 0;
-    }
-    // One value of ffprobe's report, such as "format=duration" or "stream=codec_name".
-    static QString probe(const QString& file, const QString& entry, const QString& streams = "a:0")
-    {
-        QByteArray output;
-        runTool("ffprobe",
-                {"-v", "error", "-select_streams", streams, "-show_entries", entry, "-of",
-                 "default=noprint_wrappers=1:nokey=1", file},
-                &output);
-        return QString::fromUtf8(output).trimmed();
-    }
 
     static inline QString ffmpeg_;
     static inline QTemporaryDir* media_ = nullptr;
@@ -390,21 +341,6 @@ protected:
     QTemporaryDir out;
     log_capture log;
 };
-
-TEST_F(Conversion, Mp3FromEachContainerKeepsTheDuration)
-{
-    for (const char* source : {"clip.webm", "clip.mp4", "clip.flv"}) {
-        SCOPED_TRACE(source);
-        auto converter = FFmpeg::create(path(source), output(source));
-        converter->convertMP3(192);
-        ASSERT_TRUE(converter->succeeded()) << converter->failureReason().toStdString();
-        const QString mp3 = output(source) + ".mp3";
-        EXPECT_EQ(probe(mp3, "stream=codec_name"), "mp3");
-        EXPECT_EQ(probe(mp3, "stream=sample_rate"), "44100");
-        EXPECT_EQ(probe(mp3, "stream=channels"), "2");
-        EXPECT_NEAR(probe(mp3, "format=duration").toDouble(), 3.0, 0.2);
-    }
-}
 
 TEST_F(Conversion, ReportsRisingSecondsThenConvertedOnce)
 {
@@ -420,24 +356,9 @@ TEST_F(Conversion, ReportsRisingSecondsThenConvertedOnce)
     EXPECT_TRUE(strictlyIncreasing(seconds));
     EXPECT_LE(seconds.back(), 60u);
     EXPECT_EQ(converter->workingOnSecond(), seconds.back());
-    EXPECT_NEAR(probe(output("minute.mp3"), "format=duration").toDouble(), 60.0, 0.2);
+    EXPECT_NEAR(media::probe(output("minute.mp3"), "format=duration").toDouble(), 60.0, 0.2);
     std::this_thread::sleep_for(50ms);
     EXPECT_EQ(events->convertedCount(), 1);
-}
-
-TEST_F(Conversion, H264FromWebm)
-{
-    auto converter = FFmpeg::create(path("clip.webm"), output("clip.mp4"));
-    auto events = Recorder::listen(*converter);
-    converter->convertH264VideoAsync();
-    ASSERT_TRUE(events->waitConverted());
-
-    ASSERT_TRUE(converter->succeeded()) << converter->failureReason().toStdString();
-    EXPECT_EQ(probe(output("clip.mp4"), "stream=codec_name", "v:0"), "h264");
-    EXPECT_EQ(probe(output("clip.mp4"), "stream=r_frame_rate", "v:0"), "30/1");
-    EXPECT_EQ(probe(output("clip.mp4"), "stream=codec_name"), "aac");
-    EXPECT_EQ(probe(output("clip.mp4"), "stream=sample_rate"), "44100");
-    EXPECT_TRUE(strictlyIncreasing(events->secondsSoFar()));
 }
 
 TEST_F(Conversion, TwoLongRunsSideBySideCancelledFromAnotherThread)

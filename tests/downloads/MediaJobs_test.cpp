@@ -43,26 +43,6 @@ protected:
 
 QTemporaryDir* MediaJobs::clips = nullptr;
 
-TEST_F(MediaJobs, AudioJobEndsInAnMp3OfTheVideosLength)
-{
-    const auto job = AudioDownloadItem::initWithBitrate(video("Tone & Picture", 3), clip("webm", "video/webm"), 320);
-    const auto states = runUntilEnd(job);
-    EXPECT_EQ(states, (std::vector<State>{State::Downloading, State::TransferDone, State::Converting, State::Done}));
-    ASSERT_EQ(job->state(), State::Done) << job->failureReason().toStdString();
-
-    const QString mp3 = downloads() + "/Tone & Picture.mp3";
-    EXPECT_EQ(job->fileToPlay(), mp3);
-    EXPECT_EQ(media::probe(mp3, "stream=codec_name"), "mp3");
-    EXPECT_EQ(media::probe(mp3, "stream=bit_rate"), "320000");
-    EXPECT_NEAR(media::probe(mp3, "format=duration").toDouble(), 3.0, 1.0);
-    EXPECT_EQ(job->progressValue(), 1);
-    EXPECT_EQ(job->progressMaxValue(), 1);
-    EXPECT_TRUE(job->hasPlayButton());
-    EXPECT_FALSE(job->hasCancelButton());
-    // Nothing but the finished file in Downloads: no reservation, no partial file.
-    EXPECT_EQ(files(downloads()), QStringList{"Tone & Picture.mp3"});
-}
-
 TEST_F(MediaJobs, TakenNamesAreSkippedAndKept)
 {
     QDir().mkpath(downloads());
@@ -93,43 +73,6 @@ TEST_F(MediaJobs, TwoJobsWithOneTitleAtOnce)
     EXPECT_EQ(files(downloads()), QStringList({"Same (1).mp3", "Same.mp3"}));
     for (const auto& job : {a, b})
         EXPECT_EQ(media::probe(job->fileToPlay(), "stream=codec_name"), "mp3");
-}
-
-TEST_F(MediaJobs, Mp4StreamIsCopiedByteForByte)
-{
-    Settings::setConvertVideos(true);
-    const auto job = VideoDownloadItem::init(video("Copied"), clip("mp4", "video/mp4; codecs=\"avc1.42001E\""));
-    const auto states = runUntilEnd(job);
-    EXPECT_EQ(states, (std::vector<State>{State::Downloading, State::TransferDone, State::Copying, State::Done}));
-    ASSERT_EQ(job->state(), State::Done) << job->failureReason().toStdString();
-    EXPECT_EQ(job->fileToPlay(), downloads() + "/Copied.mp4");
-    EXPECT_EQ(read_file(job->fileToPlay()), read_file(clips->path() + "/clip.mp4"));
-    EXPECT_FALSE(QFile::exists(job->tempfile()));
-    // A copy leaves the download's own progress as it was.
-    EXPECT_EQ(job->progressValue(), job->progressMaxValue());
-    EXPECT_NE(job->progressMaxValue(), 1);
-}
-
-TEST_F(MediaJobs, WebmIsConvertedToH264OrCopiedAsTheSettingSays)
-{
-    Settings::setConvertVideos(true);
-    const auto converted = VideoDownloadItem::init(video("Converted"), clip("webm", "video/webm"));
-    const auto states = runUntilEnd(converted);
-    EXPECT_EQ(states, (std::vector<State>{State::Downloading, State::TransferDone, State::Converting, State::Done}));
-    ASSERT_EQ(converted->state(), State::Done) << converted->failureReason().toStdString();
-    EXPECT_EQ(converted->fileToPlay(), downloads() + "/Converted.mp4");
-    EXPECT_EQ(media::probe(converted->fileToPlay(), "stream=codec_name", "v:0"), "h264");
-
-    Settings::setConvertVideos(false);
-    const auto copied = VideoDownloadItem::init(video("As it came"), clip("webm", "video/webm"));
-    runUntilEnd(copied);
-    ASSERT_EQ(copied->state(), State::Done) << copied->failureReason().toStdString();
-    EXPECT_EQ(copied->fileToPlay(), downloads() + "/As it came.webm");
-
-    const auto flv = VideoDownloadItem::init(video("Flash"), clip("flv", "video/x-flv"));
-    runUntilEnd(flv);
-    EXPECT_EQ(flv->fileToPlay(), downloads() + "/Flash.flv");
-    Settings::setConvertVideos(true);
 }
 
 TEST_F(MediaJobs, HostileTitlesStayInDownloads)

@@ -65,9 +65,9 @@ TEST_F(EndToEnd, SearchThenSoundTrackAsMp3)
     ASSERT_EQ(saved.status, 0) << saved.output.toStdString();
     const QString mp3 = lastLine(saved.output);
     EXPECT_EQ(mp3, user.downloads() + "/" + v->title + ".mp3");
-    EXPECT_EQ(probe(mp3, "stream=codec_name"), "mp3");
-    EXPECT_EQ(probe(mp3, "stream=bit_rate"), "320000");
-    EXPECT_NEAR(probe(mp3, "format=duration").toDouble(), double(v->seconds), 1.0);
+    EXPECT_EQ(media::probe(mp3, "stream=codec_name"), "mp3");
+    EXPECT_EQ(media::probe(mp3, "stream=bit_rate"), "320000");
+    EXPECT_NEAR(media::probe(mp3, "format=duration").toDouble(), double(v->seconds), 1.0);
 
     // The same title again gets the next free name.
     const result again = user.run(s.base(), {"audio", link});
@@ -89,7 +89,7 @@ TEST_F(EndToEnd, Mp4StreamIsCopiedAndWebmConverted)
     const result converted = user.run(s.base(), {"video", "--convert", s.watch(webm->id)});
     ASSERT_EQ(converted.status, 0) << converted.output.toStdString();
     EXPECT_TRUE(lastLine(converted.output).endsWith(".mp4"));
-    EXPECT_EQ(probe(lastLine(converted.output), "stream=codec_name", "v:0"), "h264");
+    EXPECT_EQ(media::probe(lastLine(converted.output), "stream=codec_name", "v:0"), "h264");
 
     const result kept = user.run(s.base(), {"video", "--no-convert", s.watch(webm->id)});
     ASSERT_EQ(kept.status, 0) << kept.output.toStdString();

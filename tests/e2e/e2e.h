@@ -3,6 +3,7 @@
 // End-to-end runs: melodrift-service started on loopback with the demo catalogue,
 // melodrift-cli run against it in a home of its own.
 #include "downloads/ChildProcess.h"
+#include "media.h"
 
 #include <QDir>
 #include <QFile>
@@ -140,20 +141,6 @@ public:
 private:
     QTemporaryDir home_;
 };
-
-// ffprobe's view of one field of a file.
-inline QString probe(const QString& path, const QString& entry, const QString& streams = "a:0")
-{
-    ChildProcess p;
-    if (!p.start(QStandardPaths::findExecutable("ffprobe"),
-                 {"-v", "error", "-select_streams", streams, "-show_entries", entry, "-of",
-                  "default=noprint_wrappers=1:nokey=1", path},
-                 ChildProcess::Capture::StandardOutput))
-        return {};
-    const QString out = QString::fromUtf8(p.readAll()).trimmed();
-    p.wait();
-    return out;
-}
 
 inline QByteArray bytes(const QString& path)
 {

@@ -86,10 +86,3 @@ TEST(WatchPageWriter, NoticesAndRtmpeReachTheUserAsServiceErrors)
     }
 }
 
-TEST(StreamSignature, DiffersPerVideoAndFormat)
-{
-    EXPECT_EQ(streamSignature("a", 22), streamSignature("a", 22));
-    EXPECT_NE(streamSignature("a", 22), streamSignature("a", 18));
-    EXPECT_NE(streamSignature("a", 22), streamSignature("b", 22));
-    EXPECT_EQ(streamSignature("a", 22).size(), 33u);
-}

@@ -331,15 +331,3 @@ TEST_F(TBXMLErrors, QueriesWithAnErrorPlace)
     EXPECT_EQ(untouched.code, 0);
 }
 
-TEST_F(TBXMLErrors, DescriptionsOfEveryCode)
-{
-    const char* const texts[] = {
-        "No Error Description!",    "Data is nil",           "Decode failure",        "Unable to allocate memory",
-        "File not found in bundle", "Element is nil",        "Element name is nil",   "Element not found",
-        "Element text is nil",      "Attribute is nil",      "Attribute name is nil", "Attribute not found",
-        "Parameter name is nil",    "No Error Description!",
-    };
-    for (int code = 0; code < static_cast<int>(std::size(texts)); ++code)
-        EXPECT_EQ(utf8(TBXML::errorDescription(code)), texts[code]) << code;
-    EXPECT_EQ(utf8(TBXML::errorDescription(-1)), "No Error Description!");
-}

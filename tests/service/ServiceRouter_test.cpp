@@ -207,34 +207,6 @@ TEST_F(Service, ParserServiceAnswersAsTheProgramExpects)
     EXPECT_EQ(get(port, "/cgi-bin/zor.parser").status, 405);
 }
 
-TEST_F(Service, FaultsShowAsTold)
-{
-    Faults faults;
-    faults.parser = ParserMode::down;
-    faults.failStreams["clip"] = 503;
-    faults.latency[RequestKind::watch] = std::chrono::milliseconds(200);
-    const auto port = serve(faults);
-
-    EXPECT_EQ(get(port, streamTarget()).status, 503);
-    EXPECT_EQ(post(port, "/cgi-bin/zor.parser", "page").status, 0);
-    const auto before = std::chrono::steady_clock::now();
-    EXPECT_EQ(get(port, "/watch?v=clip").status, 200);
-    EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(200));
-    server->stop();
-
-    Faults garbage;
-    garbage.parser = ParserMode::garbage;
-    garbage.cutStreams.insert("clip");
-    const auto second = serve(garbage);
-    const Reply answer = post(second, "/cgi-bin/zor.parser", "page");
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_NE(answer.body.rfind("DONE: ", 0), 0u);
-    EXPECT_NE(answer.body.rfind("YERR: ", 0), 0u);
-    const Reply cut = get(second, streamTarget());
-    EXPECT_EQ(cut.header("Content-Length"), "100000");
-    EXPECT_EQ(cut.body.size(), 50000u);
-}
-
 TEST_F(Service, StopEndsAStalledStream)
 {
     Faults faults;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "service/HttpServer.h"
+
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -9,15 +11,13 @@
 #include <utility>
 #include <vector>
 
-// An HTTP server on 127.0.0.1 at a port of the system's choosing that answers
-// every request through a handler, each connection on its own thread, and
-// records the requests. Replies close their connection.
+// The service's HTTP server on 127.0.0.1 at a port of the system's choosing,
+// answering every request through a handler and recording the requests.
 class route_server {
 public:
     struct request {
         std::string method;
         std::string target; // path and query as sent
-        std::string head;   // request line and headers
         std::string body;
     };
     struct response {
@@ -33,7 +33,7 @@ public:
     route_server(const route_server&) = delete;
     route_server& operator=(const route_server&) = delete;
 
-    unsigned short port() const { return port_; }
+    unsigned short port() const { return server_.port(); }
     // "http://127.0.0.1:PORT"
     std::string base() const;
     std::vector<request> requests() const;
@@ -41,15 +41,8 @@ public:
     std::size_t count(const std::string& prefix) const;
 
 private:
-    void serve();
-    void answer(int fd);
-
     handler handler_;
-    int listener_ = -1;
-    unsigned short port_ = 0;
-    std::atomic<bool> stop_{false};
     mutable std::mutex mutex_;
     std::vector<request> requests_;
-    std::vector<std::thread> connections_;
-    std::thread thread_;
+    service::HttpServer server_{0};
 };

@@ -1,8 +1,8 @@
 #include "service/Catalogue.h"
 
 #include "service/TextFold.h"
+#include "service/WholeNumber.h"
 
-#include <charconv>
 #include <fstream>
 #include <map>
 #include <stdexcept>
@@ -38,9 +38,10 @@ Video parseLine(std::string_view line, const std::string& where)
     video.id = fields[0];
     if (video.id.empty() || video.id.find_first_of("/\\. ") != std::string::npos)
         throw std::runtime_error(where + ": bad video id \"" + video.id + "\"");
-    const auto [end, error] = std::from_chars(fields[1].data(), fields[1].data() + fields[1].size(), video.seconds);
-    if (error != std::errc() || end != fields[1].data() + fields[1].size())
+    const auto seconds = wholeNumber<std::uint64_t>(fields[1]);
+    if (!seconds)
         throw std::runtime_error(where + ": bad seconds \"" + std::string(fields[1]) + "\"");
+    video.seconds = *seconds;
     const auto kind = parseVideoKind(fields[2]);
     if (!kind)
         throw std::runtime_error(where + ": unknown kind \"" + std::string(fields[2]) + "\"");

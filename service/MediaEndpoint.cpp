@@ -2,9 +2,9 @@
 
 #include "service/ByteRange.h"
 #include "service/StreamSignature.h"
+#include "service/WholeNumber.h"
 
 #include <algorithm>
-#include <charconv>
 #include <system_error>
 
 namespace service {
@@ -17,11 +17,10 @@ HttpResponse MediaEndpoint::stream(const UrlQuery& query, std::string_view range
 {
     const auto id = query.value("id");
     const auto itagText = query.value("itag");
-    int itag = 0;
-    if (!id || !itagText ||
-        std::from_chars(itagText->data(), itagText->data() + itagText->size(), itag).ptr !=
-            itagText->data() + itagText->size())
+    const auto itagNumber = itagText ? wholeNumber<int>(*itagText) : std::nullopt;
+    if (!id || !itagNumber)
         return HttpResponse::text(404, "No such stream.\n");
+    const int itag = *itagNumber;
 
     const auto signature = query.value("signature");
     if (!signature || *signature != streamSignature(*id, itag))

@@ -1,6 +1,7 @@
 #include "service/Options.h"
 
-#include <charconv>
+#include "service/WholeNumber.h"
+
 #include <cstdlib>
 #include <optional>
 #include <pwd.h>
@@ -11,15 +12,6 @@ namespace service {
 
 namespace {
 
-template <class Number>
-std::optional<Number> readNumber(std::string_view text)
-{
-    Number value{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return value;
-}
 
 [[noreturn]] void fail(const std::string& message)
 {
@@ -67,7 +59,7 @@ Options Options::parse(const std::vector<std::string>& arguments)
             options.generateOnly = true;
         } else if (name == "--port") {
             const std::string text = value();
-            const auto port = readNumber<unsigned short>(text);
+            const auto port = wholeNumber<unsigned short>(text);
             if (!port)
                 fail("--port wants a number from 0 to 65535, not \"" + text + "\"");
             options.port = *port;
@@ -80,7 +72,7 @@ Options Options::parse(const std::vector<std::string>& arguments)
             const auto kind = parseRequestKind(kindName);
             if (!kind)
                 fail("--latency: unknown kind \"" + kindName + "\" (feed, watch, parser, thumbnail, media)");
-            const auto ms = readNumber<unsigned>(msText);
+            const auto ms = wholeNumber<unsigned>(msText);
             if (!ms)
                 fail("--latency: \"" + msText + "\" is no number of milliseconds");
             options.faults.latency[*kind] = std::chrono::milliseconds(*ms);
@@ -96,7 +88,7 @@ Options Options::parse(const std::vector<std::string>& arguments)
                 fail("--parser wants ok, down or garbage, not \"" + mode + "\"");
         } else if (name == "--fail-stream") {
             const auto [id, statusText] = keyValue(name, value());
-            const auto status = readNumber<int>(statusText);
+            const auto status = wholeNumber<int>(statusText);
             if (!status || *status < 200 || *status > 599)
                 fail("--fail-stream: \"" + statusText + "\" is no HTTP status from 200 to 599");
             options.faults.failStreams[id] = *status;
@@ -106,7 +98,7 @@ Options Options::parse(const std::vector<std::string>& arguments)
             options.faults.stallStreams.insert(value());
         } else if (name == "--feed-size") {
             const std::string text = value();
-            const auto size = readNumber<std::size_t>(text);
+            const auto size = wholeNumber<std::size_t>(text);
             if (!size || *size > 100000)
                 fail("--feed-size wants a number of items up to 100000, not \"" + text + "\"");
             options.faults.feedSize = *size;

@@ -6,8 +6,8 @@
 #include "service/FeedWriter.h"
 #include "service/UrlQuery.h"
 #include "service/WatchPageWriter.h"
+#include "service/WholeNumber.h"
 
-#include <charconv>
 #include <exception>
 
 namespace service {
@@ -42,10 +42,8 @@ bool usableHost(std::string_view host)
 std::size_t startIndex(const UrlQuery& query)
 {
     const auto text = query.value("start-index");
-    std::size_t index = 1;
-    if (!text || std::from_chars(text->data(), text->data() + text->size(), index).ec != std::errc() || index == 0)
-        return 1;
-    return index;
+    const auto index = text ? wholeNumber<std::size_t>(*text) : std::nullopt;
+    return index && *index > 0 ? *index : 1;
 }
 
 } // namespace

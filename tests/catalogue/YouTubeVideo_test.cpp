@@ -114,7 +114,6 @@ TEST_F(VideoRecord, FeedItemFields)
     EXPECT_EQ(video->thumbnail().size(), QSize(4, 3));
     EXPECT_FALSE(video->isLoading());
     EXPECT_TRUE(video->Urls().isEmpty());
-    EXPECT_TRUE(log.lines().contains(QString::fromUtf8("description: Caf\u00e9 <b>")));
     EXPECT_EQ(service.count("/thumb/abc.png"), 1u);
 }
 
@@ -123,7 +122,6 @@ TEST_F(VideoRecord, FeedItemWithoutPictureOrLength)
     const auto video = from_feed({"missing", "T", "", "n/a"});
     EXPECT_TRUE(video->thumbnail().isNull());
     EXPECT_EQ(video->seconds(), 0);
-    EXPECT_TRUE(log.lines().contains(" NSImage is null"));
 
     // An item that lacks everything but a title leaves the rest empty.
     const TBXML bare(QStringLiteral("<rss><channel><item><title>Only</title></item></channel></rss>"));
@@ -152,10 +150,6 @@ TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
     EXPECT_EQ(video->thumbnail().size(), QSize(4, 3));
     EXPECT_EQ(video->UrlWithBestQuality(), video->Urls()[1]);
     EXPECT_EQ(video->UrlWithLowestQuality(), video->Urls()[4]);
-
-    const QStringList lines = log.lines();
-    EXPECT_TRUE(lines.contains(video->Urls()[0]->url().toString()));
-    EXPECT_TRUE(lines.contains(QString::fromStdString("thumbnail url: " + service.thumbnail_url("page"))));
 
     video->parseUrls();
     EXPECT_EQ(video->Urls().size(), 5);
@@ -199,7 +193,6 @@ TEST_F(VideoRecord, ServiceStreamsReplaceTheFeedFields)
     EXPECT_EQ(video->seconds(), 7);
     // The service's picture replaces the feed's, even when it cannot be had.
     EXPECT_TRUE(video->thumbnail().isNull());
-    EXPECT_TRUE(log.lines().contains("thumbnail ist null"));
 }
 
 TEST_F(VideoRecord, PageNotThereEndsQuietly)
@@ -236,7 +229,6 @@ TEST_F(VideoRecord, ServiceVerdictReachesTheErrorCallback)
     // Left loading, as the error path has always done.
     EXPECT_TRUE(video->isLoading());
     EXPECT_TRUE(video->Urls().isEmpty());
-    EXPECT_TRUE(log.lines().contains("parseUrlsAsny:"));
 }
 
 TEST_F(VideoRecord, UnreadablePageIsAYoutubeError)

@@ -221,11 +221,6 @@ TEST_F(ScriptedConverter, ReportsEachNewSecondOnce)
     EXPECT_EQ(events->secondsSoFar(), (std::vector<quint64>{1, 3}));
     EXPECT_EQ(converter->workingOnSecond(), 3u);
     EXPECT_EQ(events->convertedCount(), 0); // only the background variants send it
-    const QStringList lines = log.lines();
-    EXPECT_TRUE(lines.contains("Working on second: 1"));
-    EXPECT_TRUE(lines.contains("Working on second: 3"));
-    EXPECT_TRUE(lines.contains("OUTPUT:(null)"));
-    EXPECT_TRUE(lines.contains("OUTPUT:frame=  1 fps=0.0 q=0.0 size=0kB time=00:00:01.90 bitrate=N/A speed=0x    \r"));
 
     // The position carries over into the next run.
     useScript("printf 'frame= 1 time=00:00:03.00 bitrate=N/A\\r' >&2; printf x > \"$last\"\n");

@@ -1,4 +1,3 @@
-#include "platform/Event.h"
 #include "platform/SerialQueue.h"
 
 #include <gtest/gtest.h>
@@ -48,19 +47,4 @@ TEST(SerialQueue, MayBeDestroyedByItsOwnTask)
     destroyed.get_future().wait();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_FALSE(later_ran);
-}
-
-TEST(Event, FiresOnlyWhenSet)
-{
-    platform::Event<int, const std::string&> event;
-    event(1, "nobody listens");
-    EXPECT_FALSE(event.isSet());
-
-    std::vector<std::pair<int, std::string>> seen;
-    event.set([&](int n, const std::string& s) { seen.emplace_back(n, s); });
-    event(2, "heard");
-    event.reset();
-    event(3, "after reset");
-    ASSERT_EQ(seen.size(), 1u);
-    EXPECT_EQ(seen[0], std::make_pair(2, std::string("heard")));
 }

@@ -43,5 +43,89 @@
         <source>Failed</source>
         <translation>Fehlgeschlagen</translation>
     </message>
+    <message id="MainMenu.Application">
+        <source>Melodrift</source>
+        <translation>Melodrift</translation>
+    </message>
+    <message id="MainMenu.Settings">
+        <source>Settings…</source>
+        <translation>Einstellungen…</translation>
+    </message>
+    <message id="MainMenu.Quit">
+        <source>Quit</source>
+        <translation>Beenden</translation>
+    </message>
+    <message id="MainMenu.MenuTitle">
+        <source>Library</source>
+        <translation>Bibliothek</translation>
+    </message>
+    <message id="MainMenu.MenuSearch">
+        <source>Search</source>
+        <translation>Suche</translation>
+    </message>
+    <message id="MainMenu.MenuDownloads">
+        <source>Downloads</source>
+        <translation>Downloads</translation>
+    </message>
+    <message id="Downloads.Title">
+        <source>Downloads</source>
+        <translation>Downloads</translation>
+    </message>
+    <message id="Downloads.OpenFolder">
+        <source>Open Downloads folder</source>
+        <translation>Download-Ordner öffnen</translation>
+    </message>
+    <message id="Downloads.Empty">
+        <source>Nothing downloaded yet. Videos and sound tracks you save appear here.</source>
+        <translation>Noch nichts geladen. Gespeicherte Videos und Tonspuren erscheinen hier.</translation>
+    </message>
+    <message id="Downloads.Cancel">
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message id="Downloads.Play">
+        <source>Play</source>
+        <translation>Abspielen</translation>
+    </message>
+    <message id="Downloads.Progress">
+        <source>Progress</source>
+        <translation>Fortschritt</translation>
+    </message>
+    <message id="Downloads.BytesOfTotal">
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message id="Downloads.Speed">
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message id="Downloads.TimeLeft">
+        <source>%1 left</source>
+        <translation>noch %1</translation>
+    </message>
+    <message id="Settings.Title">
+        <source>Settings</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message id="Settings.Question">
+        <source>When a video is saved:</source>
+        <translation>Wenn ein Video gespeichert wird:</translation>
+    </message>
+    <message id="Settings.ConvertToH264">
+        <source>Convert it to H.264 MP4, which plays everywhere</source>
+        <translation>In H.264-MP4 umwandeln, das überall abspielbar ist</translation>
+    </message>
+    <message id="Settings.NoConversion">
+        <source>Keep it as it was downloaded</source>
+        <translation>So behalten, wie es geladen wurde</translation>
+    </message>
+    <message id="Search.Field">
+        <source>Search</source>
+        <translation>Suche</translation>
+    </message>
+    <message id="Search.Placeholder">
+        <source>Search for videos or paste a video address</source>
+        <translation>Videos suchen oder Video-Adresse einfügen</translation>
+    </message>
 </context>
 </TS>

@@ -43,5 +43,89 @@
         <source>Failed</source>
         <translation>Failed</translation>
     </message>
+    <message id="MainMenu.Application">
+        <source>Melodrift</source>
+        <translation>Melodrift</translation>
+    </message>
+    <message id="MainMenu.Settings">
+        <source>Settings…</source>
+        <translation>Settings…</translation>
+    </message>
+    <message id="MainMenu.Quit">
+        <source>Quit</source>
+        <translation>Quit</translation>
+    </message>
+    <message id="MainMenu.MenuTitle">
+        <source>Library</source>
+        <translation>Library</translation>
+    </message>
+    <message id="MainMenu.MenuSearch">
+        <source>Search</source>
+        <translation>Search</translation>
+    </message>
+    <message id="MainMenu.MenuDownloads">
+        <source>Downloads</source>
+        <translation>Downloads</translation>
+    </message>
+    <message id="Downloads.Title">
+        <source>Downloads</source>
+        <translation>Downloads</translation>
+    </message>
+    <message id="Downloads.OpenFolder">
+        <source>Open Downloads folder</source>
+        <translation>Open Downloads folder</translation>
+    </message>
+    <message id="Downloads.Empty">
+        <source>Nothing downloaded yet. Videos and sound tracks you save appear here.</source>
+        <translation>Nothing downloaded yet. Videos and sound tracks you save appear here.</translation>
+    </message>
+    <message id="Downloads.Cancel">
+        <source>Cancel</source>
+        <translation>Cancel</translation>
+    </message>
+    <message id="Downloads.Play">
+        <source>Play</source>
+        <translation>Play</translation>
+    </message>
+    <message id="Downloads.Progress">
+        <source>Progress</source>
+        <translation>Progress</translation>
+    </message>
+    <message id="Downloads.BytesOfTotal">
+        <source>%1 of %2</source>
+        <translation>%1 of %2</translation>
+    </message>
+    <message id="Downloads.Speed">
+        <source>%1/s</source>
+        <translation>%1/s</translation>
+    </message>
+    <message id="Downloads.TimeLeft">
+        <source>%1 left</source>
+        <translation>%1 left</translation>
+    </message>
+    <message id="Settings.Title">
+        <source>Settings</source>
+        <translation>Settings</translation>
+    </message>
+    <message id="Settings.Question">
+        <source>When a video is saved:</source>
+        <translation>When a video is saved:</translation>
+    </message>
+    <message id="Settings.ConvertToH264">
+        <source>Convert it to H.264 MP4, which plays everywhere</source>
+        <translation>Convert it to H.264 MP4, which plays everywhere</translation>
+    </message>
+    <message id="Settings.NoConversion">
+        <source>Keep it as it was downloaded</source>
+        <translation>Keep it as it was downloaded</translation>
+    </message>
+    <message id="Search.Field">
+        <source>Search</source>
+        <translation>Search</translation>
+    </message>
+    <message id="Search.Placeholder">
+        <source>Search for videos or paste a video address</source>
+        <translation>Search for videos or paste a video address</translation>
+    </message>
 </context>
 </TS>

@@ -2,6 +2,7 @@
 
 #include <QThreadPool>
 
+#include <algorithm>
 #include <deque>
 #include <mutex>
 
@@ -29,6 +30,14 @@ void runOne()
 
 void WorkerPool::run(std::function<void()> work)
 {
+    // The tasks mostly wait on the network, not on a processor: a pool sized to
+    // the cores would let two slow servers hold up every other task.
+    static const bool sized = [] {
+        QThreadPool* pool = QThreadPool::globalInstance();
+        pool->setMaxThreadCount(std::max(pool->maxThreadCount(), 16));
+        return true;
+    }();
+    (void)sized;
     {
         std::lock_guard lock(mutex);
         pending.push_back(std::move(work));

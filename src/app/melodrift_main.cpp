@@ -1,0 +1,70 @@
+// melodrift: the desktop program.
+#include "platform/Localization.h"
+#include "platform/Log.h"
+#include "platform/ServiceEndpoints.h"
+#include "ui/AppDelegate.h"
+
+#include <QApplication>
+
+#include <cstdio>
+#include <cstring>
+
+namespace {
+
+const char* const helpText = R"(Usage: melodrift [options]
+
+Finds videos of the video service, previews them and saves them as MP4 or MP3.
+
+Options:
+  --service BASE   the video service at BASE, such as http://127.0.0.1:8080
+                   (also MELODRIFT_SERVICE=BASE)
+  --verbose        write the program's log to standard error
+  --help           show this text
+  --version        show the version
+)";
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // Answered before any window system is needed.
+    for (int i = 1; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0) {
+            std::fputs(helpText, stdout);
+            return 0;
+        }
+        if (std::strcmp(argv[i], "--version") == 0) {
+            std::printf("melodrift %s\n", AppDelegate::getVersion().toUtf8().constData());
+            return 0;
+        }
+    }
+
+    // The preview's web engine shares the window system's GL contexts.
+    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Melodrift"));
+    QApplication::setApplicationName(QStringLiteral("Melodrift"));
+    QApplication::setApplicationVersion(AppDelegate::getVersion());
+
+    // What Qt left of the arguments is ours.
+    const QStringList arguments = QApplication::arguments();
+    bool verbose = false;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& a = arguments[i];
+        if (a == QLatin1String("--verbose"))
+            verbose = true;
+        else if (a == QLatin1String(platform::ServiceEndpoints::option))
+            ++i;
+        else if (!a.startsWith(QLatin1String(platform::ServiceEndpoints::option) + QLatin1Char('='))) {
+            std::fprintf(stderr, "Unknown option %s.\nTry 'melodrift --help'.\n", a.toLocal8Bit().constData());
+            return 2;
+        }
+    }
+    if (!verbose)
+        platform::Log::setSink([](const QString&) {});
+    platform::Localization::install();
+
+    AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(arguments));
+    delegate.applicationDidFinishLaunching();
+    return QApplication::exec();
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "platform/ServiceEndpoints.h"
+
+#include <QMainWindow>
+#include <QObject>
+#include <QPointer>
+#include <QSizeF>
+
+class MenuDelegate;
+class SettingsWindowController;
+
+// The program's one main window: the sidebar and the view it shows, the menu,
+// and the settings window. Runs the launch sequence.
+class AppDelegate : public QObject {
+    Q_OBJECT
+public:
+    explicit AppDelegate(const platform::ServiceEndpoints& endpoints, QObject* parent = nullptr);
+    ~AppDelegate() override;
+
+    QMainWindow* window() const { return window_; }
+    MenuDelegate* menu() const { return menu_; }
+    // Made on the first use and kept; nothing before.
+    SettingsWindowController* settingsWindowController() const { return settingsWindowController_; }
+
+    // Builds the window hidden, empties the cache folder off this thread, tells
+    // the search view, then shows the window.
+    void applicationDidFinishLaunching();
+    // A second start of the program: the window comes to the front.
+    bool applicationShouldHandleReopen();
+    // The size the window takes for a proposed one: it is never 500 wide or 300
+    // high or less; a refused size keeps the current one.
+    QSizeF windowWillResize(const QSizeF& proposed) const;
+    void settingsClick();
+    void quit();
+
+    static QString getVersion() { return QStringLiteral("1.0.1"); }
+
+    static constexpr double narrowestRefused = 500.0;
+    static constexpr double lowestRefused = 300.0;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void buildMenus();
+    void finishLaunching();
+
+    QPointer<QMainWindow> window_;
+    MenuDelegate* menu_;
+    SettingsWindowController* settingsWindowController_ = nullptr;
+};

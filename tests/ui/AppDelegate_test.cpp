@@ -1,0 +1,259 @@
+// The application shell: launch order, sidebar, window size, settings window,
+// and readable text under a dark system theme.
+#include "downloads/AudioDownloadItem.h"
+#include "downloads/Settings.h"
+#include "platform/Localization.h"
+#include "platform/Log.h"
+#include "route_server.h"
+#include "ui/AppDelegate.h"
+#include "ui/DownloadListModel.h"
+#include "ui/DownloadsController.h"
+#include "ui/MenuDelegate.h"
+#include "ui/MenuModel.h"
+#include "ui/NewSearchController.h"
+#include "ui/PZBackgroundView.h"
+#include "ui/PZHeaderBackgroundView.h"
+#include "ui/PZScrollView.h"
+#include "ui/SettingsWindowController.h"
+#include "ui_test_home.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QButtonGroup>
+#include <QLabel>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <cmath>
+#include <functional>
+
+namespace {
+
+platform::ServiceEndpoints nowhere()
+{
+    return platform::ServiceEndpoints::at(QUrl("http://127.0.0.1:9"));
+}
+
+// Calls back when the watched object gets an event of one type.
+class EventWatch : public QObject {
+public:
+    EventWatch(QEvent::Type type, std::function<void()> seen) : type_(type), seen_(std::move(seen)) {}
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == type_)
+            seen_();
+        return false;
+    }
+
+private:
+    QEvent::Type type_;
+    std::function<void()> seen_;
+};
+
+int selectedRow(const MenuDelegate& menu)
+{
+    const QModelIndexList rows = menu.outlineView()->selectionModel()->selectedRows();
+    return rows.size() == 1 ? rows.first().row() : -1;
+}
+
+// WCAG's contrast ratio of two colours.
+double contrast(const QColor& a, const QColor& b)
+{
+    const auto luminance = [](const QColor& c) {
+        const auto channel = [](double v) { return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+        return 0.2126 * channel(c.redF()) + 0.7152 * channel(c.greenF()) + 0.0722 * channel(c.blueF());
+    };
+    const double la = luminance(a), lb = luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+} // namespace
+
+class TestAppDelegate : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        platform::Localization::install(QLocale(QLocale::English));
+        platform::Log::setSink([](const QString&) {});
+    }
+
+    void windowIsShownOnlyAfterTheCacheWipeAndTheSearchViewsLaunch()
+    {
+        ui_test_home home;
+        QDir().mkpath(home.cache());
+        QFile(home.cache() + "/left over").open(QIODevice::WriteOnly);
+
+        AppDelegate app(nowhere());
+        NewSearchController* search = app.menu()->getNewSearchController();
+        bool shown = false, cacheWasEmpty = false, searchWasTold = false;
+        int rowAtShow = -1;
+        EventWatch watch(QEvent::Show, [&] {
+            shown = true;
+            cacheWasEmpty = QDir(home.cache()).isEmpty();
+            searchWasTold = search->tableScrollView()->delegate() == search;
+            rowAtShow = selectedRow(*app.menu());
+        });
+        app.window()->installEventFilter(&watch);
+
+        app.applicationDidFinishLaunching();
+        QVERIFY(!app.window()->isVisible());
+        QTRY_VERIFY(shown);
+        QVERIFY(cacheWasEmpty);
+        QVERIFY(searchWasTold);
+        QCOMPARE(rowAtShow, 1);
+        QCOMPARE(app.menu()->currentView(), search->view());
+        QCOMPARE(app.window()->windowTitle(), QString("Melodrift"));
+    }
+
+    void sidebarEntriesAndTheirViews()
+    {
+        ui_test_home home;
+        AppDelegate app(nowhere());
+        app.applicationDidFinishLaunching();
+        QTRY_VERIFY(app.window()->isVisible());
+        MenuDelegate& menu = *app.menu();
+        QAbstractItemModelTester tester(menu.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+        const QAbstractItemModel& model = *menu.model();
+        QCOMPARE(model.rowCount(), 3);
+        QCOMPARE(model.index(0, 0).data().toString(), QString("Library"));
+        QCOMPARE(model.index(1, 0).data().toString(), QString("Search"));
+        QCOMPARE(model.index(2, 0).data().toString(), QString("Downloads"));
+        QVERIFY(!model.index(0, 0).data(Qt::DecorationRole).isValid());
+        for (const int row : {1, 2})
+            QVERIFY(!model.index(row, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(16, 16).isNull());
+
+        QWidget* search = menu.getNewSearchController()->view();
+        QWidget* downloads = menu.downloadController()->view();
+        QSignalSpy removed(menu.placeHolderView(), &QStackedWidget::widgetRemoved);
+        QItemSelectionModel& selection = *menu.outlineView()->selectionModel();
+
+        // The header is never left selected: row 1 and the search view instead.
+        selection.select(model.index(0, 0), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(selectedRow(menu), 1);
+        QCOMPARE(menu.currentView(), search);
+        // Choosing the entry already shown changes nothing.
+        selection.select(model.index(1, 0), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(menu.currentView(), search);
+        QCOMPARE(removed.count(), 0);
+
+        // A click on Downloads, as a person would.
+        QListView& list = *menu.outlineView();
+        QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualRect(model.index(2, 0)).center());
+        QCOMPARE(menu.currentView(), downloads);
+        QCOMPARE(menu.placeHolderView()->currentWidget(), downloads);
+        QCOMPARE(menu.placeHolderView()->count(), 1);
+        QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualRect(model.index(1, 0)).center());
+        QCOMPARE(menu.currentView(), search);
+        QCOMPARE(selectedRow(menu), 1);
+    }
+
+    void aDownloadOfTheSearchViewShowsTheDownloadsView()
+    {
+        ui_test_home home;
+        route_server server([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
+        AppDelegate app(nowhere());
+        app.applicationDidFinishLaunching();
+        QTRY_VERIFY(app.window()->isVisible());
+        MenuDelegate& menu = *app.menu();
+
+        auto video = YouTubeVideo::initFromURL(QUrl("http://127.0.0.1/watch?v=a"), QUrl());
+        video->setTitle("First");
+        const auto stream = YouTubeUrl::init({server.base() + "/a", "medium", "video/webm"});
+        NewSearchController& search = *menu.getNewSearchController();
+        search.downloadEvent(search, AudioDownloadItem::initWithBitrate(video, stream, 320));
+        QCOMPARE(selectedRow(menu), 2);
+        QCOMPARE(menu.currentView(), menu.downloadController()->view());
+
+        menu.setSubViewNewSearch();
+        video->setTitle("Second");
+        search.downloadEvent(search, AudioDownloadItem::initWithBitrate(video, stream, 320));
+        QCOMPARE(selectedRow(menu), 2);
+        const DownloadListModel& jobs = *menu.downloadController()->model();
+        QCOMPARE(jobs.rowCount(), 2);
+        QCOMPARE(jobs.item(0)->video()->title(), QString("Second"));
+        QTRY_COMPARE(jobs.item(0)->state(), DownloadItem::State::Failed);
+    }
+
+    void windowIsNeverNarrowerOrLowerThanTheLimit()
+    {
+        ui_test_home home;
+        AppDelegate app(nowhere());
+        const QSizeF current(app.window()->size());
+        QCOMPARE(app.windowWillResize({500.1, 300.1}), QSizeF(500.1, 300.1));
+        QCOMPARE(app.windowWillResize({500.0, 600.0}), current);
+        QCOMPARE(app.windowWillResize({800.0, 300.0}), current);
+        app.window()->resize(500, 300);
+        QVERIFY(app.window()->width() > 500);
+        QVERIFY(app.window()->height() > 300);
+    }
+
+    void settingsWindowShowsTheStoredChoiceAndSavesAClickAtOnce()
+    {
+        ui_test_home home;
+        Settings::setConvertVideos(false);
+        AppDelegate app(nowhere());
+        QVERIFY(!app.settingsWindowController());
+
+        app.settingsClick();
+        SettingsWindowController* settings = app.settingsWindowController();
+        QVERIFY(settings);
+        QVERIFY(settings->window()->isVisible());
+        QVERIFY(!settings->window()->isModal());
+        QVERIFY(settings->radioMatrix()->button(1)->isChecked());
+
+        settings->radioMatrix()->button(0)->click();
+        QTRY_VERIFY(Settings::convertVideos());
+        settings->window()->close();
+
+        Settings::setConvertVideos(false);
+        app.settingsClick();
+        QCOMPARE(app.settingsWindowController(), settings);
+        QVERIFY(settings->radioMatrix()->button(1)->isChecked());
+    }
+
+    void textStaysReadableUnderADarkTheme()
+    {
+        ui_test_home home;
+        const QPalette saved = QApplication::palette();
+        QPalette dark;
+        for (const auto role : {QPalette::Window, QPalette::Base, QPalette::Button})
+            dark.setColor(role, QColor(0x20, 0x20, 0x20));
+        for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+            dark.setColor(role, QColor(0xee, 0xee, 0xee));
+        QApplication::setPalette(dark);
+        {
+            AppDelegate app(nowhere());
+            MenuDelegate& menu = *app.menu();
+            int labels = 0;
+            for (QWidget* view : {menu.getNewSearchController()->view(), menu.downloadController()->view()}) {
+                for (QWidget* w : view->findChildren<QWidget*>()) {
+                    if (!qobject_cast<QLabel*>(w) && !qobject_cast<QAbstractButton*>(w))
+                        continue;
+                    QColor ground;
+                    for (QWidget* up = w->parentWidget(); up && !ground.isValid(); up = up->parentWidget()) {
+                        if (qobject_cast<PZHeaderBackgroundView*>(up))
+                            ground = PZHeaderBackgroundView::stripColor();
+                        else if (qobject_cast<PZBackgroundView*>(up))
+                            ground = Qt::white;
+                    }
+                    // Buttons draw their own face.
+                    if (qobject_cast<QAbstractButton*>(w))
+                        ground = w->palette().color(QPalette::Button);
+                    const QColor text = w->palette().color(w->foregroundRole());
+                    QVERIFY2(contrast(text, ground) >= 4.5, qPrintable(w->objectName() + " " + text.name() + " on " + ground.name()));
+                    ++labels;
+                }
+            }
+            QVERIFY(labels >= 3);
+        }
+        QApplication::setPalette(saved);
+    }
+};
+
+QTEST_MAIN(TestAppDelegate)
+#include "AppDelegate_test.moc"

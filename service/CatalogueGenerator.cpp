@@ -101,14 +101,25 @@ CatalogueGenerator::CatalogueGenerator(std::filesystem::path dir, std::ostream& 
 {
 }
 
+bool CatalogueGenerator::isComplete() const
+{
+    // A catalogue made by an older service may lack videos added since.
+    std::ifstream list(Catalogue::listPath(dir_));
+    std::string text((std::istreambuf_iterator<char>(list)), std::istreambuf_iterator<char>());
+    for (const auto& video : demoVideos())
+        if (text.find(std::string(video.id) + '\t') == std::string::npos)
+            return false;
+    return true;
+}
+
 bool CatalogueGenerator::ensure()
 {
-    if (std::filesystem::exists(Catalogue::listPath(dir_)))
+    if (isComplete())
         return false;
     std::filesystem::create_directories(dir_);
     const FileLock lock(dir_ / ".lock");
     // Another service may have generated it while this one waited for the lock.
-    if (std::filesystem::exists(Catalogue::listPath(dir_)))
+    if (isComplete())
         return false;
     generate();
     return true;

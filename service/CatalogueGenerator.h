@@ -17,12 +17,13 @@ class CatalogueGenerator {
 public:
     CatalogueGenerator(std::filesystem::path dir, std::ostream& log);
 
-    // Generates unless catalogue.tsv is there. Holds an flock on DIR/.lock
+    // Generates unless catalogue.tsv lists every demo video. Holds an flock on DIR/.lock
     // meanwhile, so that of two services started at once only one generates.
     // True when it generated. Throws std::runtime_error.
     bool ensure();
 
 private:
+    bool isComplete() const;
     void generate();
     void makeStreams(const DemoVideo& video) const;
     void makeThumbnail(const DemoVideo& video) const;

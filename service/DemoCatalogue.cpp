@@ -18,6 +18,7 @@ constexpr int hdWebm[] = {22, 43, 18, 5};
 constexpr int hdLarge3gp[] = {22, 35, 18, 17};
 constexpr int hdMedium[] = {22, 43, 18};
 constexpr int hd3gp[] = {22, 18, 36};
+constexpr int flvOnly[] = {35, 5};
 
 constexpr std::string_view longTitle =
     "An Exceedingly Long Title For A Very Short Clip: Eight Seconds Of Gradients Drifting Slowly Across The "
@@ -56,6 +57,9 @@ constexpr DemoVideo videos[] = {
      "YUV test pattern with a 784 Hz tone; umlauts, diaereses and an ü in the title.", "yuvtestsrc", 784, hd3gp},
     {"UEFMQmFyczc", 35, VideoKind::normal, "PAL Bars & Tone (75%)",
      "75% PAL colour bars with the usual 1 kHz line-up tone's lower octave, 500 Hz.", "pal75bars", 500, hdWebm},
+    {"Rmxhc2hFcmE", 6, VideoKind::normal, "Flash Era Relic",
+     "A test pattern and a 349 Hz tone, offered as Flash video only: no web browser plays it.", "pal100bars", 349,
+     flvOnly},
     {"UmVtb3ZlZDE", 95, VideoKind::notice1, "Removed Upload", "The uploader took this one down.", "pal100bars", 0, {}},
     {"UHJpdmF0ZTE", 120, VideoKind::notice2, "Private Rehearsal", "Only for invited viewers.",
      "smptebars", 0, {}},

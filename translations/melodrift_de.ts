@@ -127,5 +127,41 @@
         <source>Search for videos or paste a video address</source>
         <translation>Videos suchen oder Video-Adresse einfügen</translation>
     </message>
+    <message id="Preview.BrowserError">
+        <source>The preview cannot play this format. You can still download it.</source>
+        <translation>Die Vorschau kann dieses Format nicht abspielen. Herunterladen lässt es sich trotzdem.</translation>
+    </message>
+    <message id="Preview.WatchOnYouTube">
+        <source>Watch on YouTube</source>
+        <translation>Auf YouTube ansehen</translation>
+    </message>
+    <message id="Preview.DownloadVideo">
+        <source>Download video</source>
+        <translation>Video laden</translation>
+    </message>
+    <message id="Preview.DownloadAudio">
+        <source>Download audio</source>
+        <translation>Ton laden</translation>
+    </message>
+    <message id="Preview.Streams">
+        <source>Streams</source>
+        <translation>Streams</translation>
+    </message>
+    <message id="Preview.Loading">
+        <source>Finding the streams</source>
+        <translation>Streams werden gesucht</translation>
+    </message>
+    <message id="Preview.Player">
+        <source>Player</source>
+        <translation>Wiedergabe</translation>
+    </message>
+    <message id="Preview.EngineMissing">
+        <source>The preview is not available: the web engine could not be loaded. Downloads still work.</source>
+        <translation>Die Vorschau ist nicht verfügbar: Die Web-Engine ließ sich nicht laden. Herunterladen geht trotzdem.</translation>
+    </message>
+    <message id="Search.Clear">
+        <source>Clear</source>
+        <translation>Leeren</translation>
+    </message>
 </context>
 </TS>

@@ -127,5 +127,41 @@
         <source>Search for videos or paste a video address</source>
         <translation>Search for videos or paste a video address</translation>
     </message>
+    <message id="Preview.BrowserError">
+        <source>The preview cannot play this format. You can still download it.</source>
+        <translation>The preview cannot play this format. You can still download it.</translation>
+    </message>
+    <message id="Preview.WatchOnYouTube">
+        <source>Watch on YouTube</source>
+        <translation>Watch on YouTube</translation>
+    </message>
+    <message id="Preview.DownloadVideo">
+        <source>Download video</source>
+        <translation>Download video</translation>
+    </message>
+    <message id="Preview.DownloadAudio">
+        <source>Download audio</source>
+        <translation>Download audio</translation>
+    </message>
+    <message id="Preview.Streams">
+        <source>Streams</source>
+        <translation>Streams</translation>
+    </message>
+    <message id="Preview.Loading">
+        <source>Finding the streams</source>
+        <translation>Finding the streams</translation>
+    </message>
+    <message id="Preview.Player">
+        <source>Player</source>
+        <translation>Player</translation>
+    </message>
+    <message id="Preview.EngineMissing">
+        <source>The preview is not available: the web engine could not be loaded. Downloads still work.</source>
+        <translation>The preview is not available: the web engine could not be loaded. Downloads still work.</translation>
+    </message>
+    <message id="Search.Clear">
+        <source>Clear</source>
+        <translation>Clear</translation>
+    </message>
 </context>
 </TS>

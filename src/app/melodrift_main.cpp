@@ -39,8 +39,6 @@ int main(int argc, char** argv)
         }
     }
 
-    // The preview's web engine shares the window system's GL contexts.
-    QApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Melodrift"));
     QApplication::setApplicationName(QStringLiteral("Melodrift"));

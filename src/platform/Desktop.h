@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QUrl>
 
 namespace platform {
 
@@ -8,6 +9,8 @@ namespace platform {
 class Desktop {
 public:
     static bool openFile(const QString& path);
+    // Web addresses (http and https) in the user's browser; any other kind is refused.
+    static bool openUrl(const QUrl& url);
 };
 
 } // namespace platform

@@ -9,6 +9,7 @@
 #include "ui/MenuDelegate.h"
 #include "ui/NewSearchController.h"
 #include "ui/SettingsWindowController.h"
+#include "ui/SidebarCellDelegate.h"
 
 #include <QAction>
 #include <QApplication>
@@ -38,10 +39,12 @@ AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, QObject* p
     QListView* sidebar = menu_->outlineView();
     sidebar->setFixedWidth(190);
     // A source list: light grey, whatever the system's theme.
-    sidebar->setStyleSheet(QStringLiteral(
-        "QListView { background: #e9ecf0; color: #1d1f22; padding: 8px 6px; outline: 0; }"
-        "QListView::item { padding: 2px 6px; border-radius: 5px; color: #1d1f22; }"
-        "QListView::item:selected { background: #c9d3e0; color: #1d1f22; }"));
+    sidebar->setItemDelegate(new SidebarCellDelegate(sidebar));
+    QPalette source = sidebar->palette();
+    source.setColor(QPalette::Base, SidebarCellDelegate::background());
+    source.setColor(QPalette::Text, SidebarCellDelegate::ink());
+    sidebar->setPalette(source);
+    sidebar->setContentsMargins(0, 8, 0, 8);
     layout->addWidget(sidebar);
     layout->addWidget(menu_->placeHolderView(), 1);
     window_->setCentralWidget(central);

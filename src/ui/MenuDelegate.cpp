@@ -6,6 +6,7 @@
 #include "ui/MenuModel.h"
 #include "ui/MenuNode.h"
 #include "ui/NewSearchController.h"
+#include "ui/Picture.h"
 
 #include <QListView>
 #include <QStackedWidget>
@@ -22,10 +23,10 @@ MenuDelegate::MenuDelegate(const platform::ServiceEndpoints& endpoints, QObject*
     menu_title_->setTitle(Localization::string("MainMenu.MenuTitle"));
     menu_newSearch_ = std::make_shared<MenuItem>();
     menu_newSearch_->setTitle(Localization::string("MainMenu.MenuSearch"));
-    menu_newSearch_->setImage(QIcon(QStringLiteral(":/images/icon_loupe.svg")));
+    menu_newSearch_->setImage(Picture::icon(QStringLiteral(":/images/icon_loupe.svg")));
     menu_downloads_ = std::make_shared<MenuItem>();
     menu_downloads_->setTitle(Localization::string("MainMenu.MenuDownloads"));
-    menu_downloads_->setImage(QIcon(QStringLiteral(":/images/icon_list.svg")));
+    menu_downloads_->setImage(Picture::icon(QStringLiteral(":/images/icon_list.svg")));
     for (const auto& item : {std::shared_ptr<MenuItem>(menu_title_), menu_newSearch_, menu_downloads_})
         model_->append(item);
 

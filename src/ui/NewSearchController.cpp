@@ -3,8 +3,9 @@
 #include "platform/Localization.h"
 #include "ui/PZBackgroundView.h"
 #include "ui/PZScrollView.h"
+#include "ui/Picture.h"
 
-#include <QIcon>
+#include <QAction>
 #include <QLabel>
 #include <QLineEdit>
 #include <QVBoxLayout>
@@ -19,11 +20,19 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       searchField_(new QLineEdit),
       tableScrollView_(new PZScrollView)
 {
-    imageView_->setPixmap(QIcon(QStringLiteral(":/images/logo.svg")).pixmap(128, 128));
+    // Drawn at build time; QPixmap picks "logo@2x.png" on a screen of two pixels per point.
+    imageView_->setPixmap(QPixmap(QStringLiteral(":/images/logo.png")));
     imageView_->setAlignment(Qt::AlignCenter);
     searchField_->setPlaceholderText(Localization::string("Search.Placeholder"));
     searchField_->setAccessibleName(Localization::string("Search.Field"));
-    searchField_->setClearButtonEnabled(true);
+    // A clear button of our own: the style's would look its picture up in the
+    // icon themes, which costs the start-up more than all the rest of the view.
+    QAction* clear = searchField_->addAction(Picture::icon(QStringLiteral(":/images/icon_clear.svg")),
+                                             QLineEdit::TrailingPosition);
+    clear->setText(Localization::string("Search.Clear"));
+    clear->setVisible(false);
+    connect(clear, &QAction::triggered, searchField_, &QLineEdit::clear);
+    connect(searchField_, &QLineEdit::textChanged, clear, [clear](const QString& text) { clear->setVisible(!text.isEmpty()); });
     searchField_->setMinimumWidth(360);
 
     auto* layout = new QVBoxLayout(mainView_);

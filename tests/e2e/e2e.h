@@ -4,6 +4,7 @@
 // melodrift-cli run against it in a home of its own.
 #include "downloads/ChildProcess.h"
 #include "media.h"
+#include "service_process.h"
 
 #include <QDir>
 #include <QFile>
@@ -56,49 +57,13 @@ struct result {
     QString output; // standard output and error together
 };
 
-// A running melodrift-service; stopped when it goes.
-class service {
+// A running melodrift-service on the demo catalogue; stopped when it goes.
+class service : public service_process {
 public:
     explicit service(const QStringList& options = {})
+        : service_process(QStringLiteral(MELODRIFT_SERVICE_BINARY), catalogueDir(), options)
     {
-        QStringList args{QStringLiteral("--data"), catalogueDir()};
-        args += options;
-        process_.start(QStringLiteral(MELODRIFT_SERVICE_BINARY), args, ChildProcess::Capture::StandardOutput);
-        // The first line is the address it listens on.
-        QByteArray first;
-        while (!first.contains('\n')) {
-            const QByteArray chunk = process_.readChunk();
-            if (chunk.isEmpty())
-                break;
-            first += chunk;
-        }
-        base_ = QString::fromUtf8(first.left(first.indexOf('\n'))).trimmed();
-        // Keep draining what it prints, so it never blocks on a full pipe.
-        drain_ = std::thread([this] {
-            while (!process_.readChunk().isEmpty()) {
-            }
-        });
     }
-    ~service() { stop(); }
-
-    // Asks it to stop as a user would (SIGTERM); how it ended.
-    ChildProcess::Exit stop()
-    {
-        if (drain_.joinable()) {
-            process_.terminate();
-            drain_.join();
-            exit_ = process_.wait();
-        }
-        return exit_;
-    }
-    const QString& base() const { return base_; }
-    QString watch(const QString& id) const { return base_ + "/watch?v=" + id; }
-
-private:
-    ChildProcess process_;
-    QString base_;
-    std::thread drain_;
-    ChildProcess::Exit exit_{};
 };
 
 // melodrift-cli with its own home, cache and settings, against one service.

@@ -24,6 +24,7 @@
 #include <QLabel>
 #include <QSignalSpy>
 #include <QTest>
+#include <QToolButton>
 
 #include <cmath>
 #include <functional>
@@ -232,7 +233,10 @@ private slots:
             int labels = 0;
             for (QWidget* view : {menu.getNewSearchController()->view(), menu.downloadController()->view()}) {
                 for (QWidget* w : view->findChildren<QWidget*>()) {
-                    if (!qobject_cast<QLabel*>(w) && !qobject_cast<QAbstractButton*>(w))
+                    // Buttons that show a picture only have no text to read.
+                    const auto* button = qobject_cast<QAbstractButton*>(w);
+                    const auto* tool = qobject_cast<QToolButton*>(w);
+                    if (!qobject_cast<QLabel*>(w) && !(button && !(tool && tool->toolButtonStyle() == Qt::ToolButtonIconOnly)))
                         continue;
                     QColor ground;
                     for (QWidget* up = w->parentWidget(); up && !ground.isValid(); up = up->parentWidget()) {
@@ -245,7 +249,7 @@ private slots:
                     if (qobject_cast<QAbstractButton*>(w))
                         ground = w->palette().color(QPalette::Button);
                     const QColor text = w->palette().color(w->foregroundRole());
-                    QVERIFY2(contrast(text, ground) >= 4.5, qPrintable(w->objectName() + " " + text.name() + " on " + ground.name()));
+                    QVERIFY2(contrast(text, ground) >= 4.5, qPrintable(QString(w->metaObject()->className()) + " " + w->accessibleName() + " " + text.name() + " on " + ground.name()));
                     ++labels;
                 }
             }

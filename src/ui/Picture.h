@@ -1,0 +1,16 @@
+#pragma once
+
+#include <QIcon>
+#include <QPixmap>
+#include <QSize>
+#include <QString>
+
+// The program's pictures, drawn from its SVG resources straight into pixmaps
+// for the screen's pixel ratio (without the icon engine plugins, which cost a
+// start-up dearly).
+class Picture {
+public:
+    static QPixmap pixmap(const QString& resource, QSize size, qreal devicePixelRatio);
+    // The picture at 16 pixels, for list rows and buttons, drawn when first shown.
+    static QIcon icon(const QString& resource);
+};

@@ -1,0 +1,69 @@
+// The web-engine side of the preview, built as a module of its own.
+#include "ui/PreviewWebView.h"
+
+#include <QWebEnginePage>
+#include <QWebEngineProfile>
+#include <QWebEngineSettings>
+#include <QWebEngineView>
+
+#include <QPointer>
+
+namespace {
+
+// A profile of the preview's own that keeps nothing: no cookies, no cache on
+// disk or in memory, no history; and plays without waiting for a click.
+QWebEngineProfile* previewProfile()
+{
+    static QWebEngineProfile* profile = [] {
+        auto* p = new QWebEngineProfile; // off the record
+        p->setHttpCacheType(QWebEngineProfile::NoCache);
+        p->setPersistentCookiesPolicy(QWebEngineProfile::NoPersistentCookies);
+        QWebEngineSettings* settings = p->settings();
+        settings->setAttribute(QWebEngineSettings::PlaybackRequiresUserGesture, false);
+        settings->setAttribute(QWebEngineSettings::PluginsEnabled, false);
+        settings->setAttribute(QWebEngineSettings::LocalStorageEnabled, false);
+        settings->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
+        settings->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, false);
+        settings->setAttribute(QWebEngineSettings::ErrorPageEnabled, false);
+        return p;
+    }();
+    return profile;
+}
+
+class EnginePreviewWebView : public PreviewWebView {
+public:
+    EnginePreviewWebView() : view_(new QWebEngineView), page_(new QWebEnginePage(previewProfile(), view_))
+    {
+        view_->setPage(page_);
+        view_->setContextMenuPolicy(Qt::NoContextMenu);
+    }
+    // The view may have gone with the window that held it.
+    ~EnginePreviewWebView() override { delete view_.data(); }
+
+    QWidget* widget() override { return view_; }
+    void setHtml(const QString& html) override
+    {
+        if (page_)
+            page_->setHtml(html, QUrl());
+    }
+    void runJavaScript(const QString& script, std::function<void(const QVariant&)> result) override
+    {
+        if (!page_)
+            return;
+        page_->runJavaScript(script, [result = std::move(result)](const QVariant& value) {
+            if (result)
+                result(value);
+        });
+    }
+
+private:
+    QPointer<QWebEngineView> view_;
+    QPointer<QWebEnginePage> page_;
+};
+
+} // namespace
+
+extern "C" Q_DECL_EXPORT PreviewWebView* melodrift_make_preview_web_view()
+{
+    return new EnginePreviewWebView;
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+// A melodrift-service started by a test, on a port of the system's choosing,
+// with its catalogue in a folder of the test's; stopped as a user would stop it
+// (SIGTERM) when it goes.
+#include "downloads/ChildProcess.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <thread>
+
+class service_process {
+public:
+    service_process(const QString& binary, const QString& dataDir, const QStringList& options = {})
+    {
+        QStringList args{QStringLiteral("--data"), dataDir};
+        args += options;
+        process_.start(binary, args, ChildProcess::Capture::StandardOutput);
+        // The first line is the address it listens on.
+        QByteArray first;
+        while (!first.contains('\n')) {
+            const QByteArray chunk = process_.readChunk();
+            if (chunk.isEmpty())
+                break;
+            first += chunk;
+        }
+        base_ = QString::fromUtf8(first.left(first.indexOf('\n'))).trimmed();
+        // Keep draining what it prints, so it never blocks on a full pipe.
+        drain_ = std::thread([this] {
+            while (!process_.readChunk().isEmpty()) {
+            }
+        });
+    }
+    ~service_process() { stop(); }
+    service_process(const service_process&) = delete;
+    service_process& operator=(const service_process&) = delete;
+
+    // How it ended.
+    ChildProcess::Exit stop()
+    {
+        if (drain_.joinable()) {
+            process_.terminate();
+            drain_.join();
+            exit_ = process_.wait();
+        }
+        return exit_;
+    }
+    const QString& base() const { return base_; }
+    QString watch(const QString& id) const { return base_ + "/watch?v=" + id; }
+
+private:
+    ChildProcess process_;
+    QString base_;
+    std::thread drain_;
+    ChildProcess::Exit exit_{};
+};

@@ -5,9 +5,11 @@
 #include "ui/AppDelegate.h"
 
 #include <QApplication>
+#include <QLoggingCategory>
 
 #include <cstdio>
 #include <cstring>
+#include <unistd.h>
 
 namespace {
 
@@ -39,6 +41,10 @@ int main(int argc, char** argv)
         }
     }
 
+    // The preview's web engine cannot run its sandbox as root; for anyone else
+    // it stays on. Set before any thread starts.
+    if (::geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Melodrift"));
     QApplication::setApplicationName(QStringLiteral("Melodrift"));
@@ -58,8 +64,11 @@ int main(int argc, char** argv)
             return 2;
         }
     }
-    if (!verbose)
+    if (!verbose) {
         platform::Log::setSink([](const QString&) {});
+        // Qt's own notes (the web engine's set-up, say) are for --verbose too.
+        QLoggingCategory::setFilterRules(QStringLiteral("*.info=false\n*.debug=false"));
+    }
     platform::Localization::install();
 
     AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(arguments));

@@ -6,6 +6,7 @@
 #include "platform/Log.h"
 #include "platform/MainThread.h"
 #include "platform/WorkerPool.h"
+#include "ui/AlertPresenter.h"
 #include "ui/MenuDelegate.h"
 #include "ui/NewSearchController.h"
 #include "ui/SettingsWindowController.h"
@@ -24,8 +25,11 @@
 
 using platform::Localization;
 
-AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, QObject* parent)
-    : QObject(parent), window_(new QMainWindow), menu_(new MenuDelegate(endpoints, this))
+AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter* alerts, QObject* parent)
+    : QObject(parent),
+      ownAlerts_(alerts ? nullptr : std::make_unique<AlertPresenter>()),
+      window_(new QMainWindow),
+      menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, this))
 {
     window_->setWindowTitle(QStringLiteral("Melodrift"));
     window_->setMinimumSize(static_cast<int>(std::floor(narrowestRefused)) + 1,

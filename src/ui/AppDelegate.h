@@ -7,6 +7,9 @@
 #include <QPointer>
 #include <QSizeF>
 
+#include <memory>
+
+class AlertPresenter;
 class MenuDelegate;
 class SettingsWindowController;
 
@@ -15,7 +18,9 @@ class SettingsWindowController;
 class AppDelegate : public QObject {
     Q_OBJECT
 public:
-    explicit AppDelegate(const platform::ServiceEndpoints& endpoints, QObject* parent = nullptr);
+    // alerts: how alerts are shown (the program's own message boxes when none).
+    explicit AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter* alerts = nullptr,
+                         QObject* parent = nullptr);
     ~AppDelegate() override;
 
     QMainWindow* window() const { return window_; }
@@ -46,6 +51,7 @@ private:
     void buildMenus();
     void finishLaunching();
 
+    std::unique_ptr<AlertPresenter> ownAlerts_;
     QPointer<QMainWindow> window_;
     MenuDelegate* menu_;
     SettingsWindowController* settingsWindowController_ = nullptr;

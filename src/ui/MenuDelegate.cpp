@@ -13,10 +13,10 @@
 
 using platform::Localization;
 
-MenuDelegate::MenuDelegate(const platform::ServiceEndpoints& endpoints, QObject* parent)
+MenuDelegate::MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts, QObject* parent)
     : QObject(parent), model_(new MenuModel(this)), outlineView_(new QListView), placeHolderView_(new QStackedWidget)
 {
-    createNewSearchController(endpoints);
+    createNewSearchController(endpoints, alerts);
     downloadController_ = new DownloadsController(this);
 
     menu_title_ = std::make_shared<MenuNode>();
@@ -49,9 +49,9 @@ MenuDelegate::~MenuDelegate()
     delete placeHolderView_;
 }
 
-void MenuDelegate::createNewSearchController(const platform::ServiceEndpoints& endpoints)
+void MenuDelegate::createNewSearchController(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts)
 {
-    newSearchController_ = new NewSearchController(endpoints, this);
+    newSearchController_ = new NewSearchController(endpoints, alerts, this);
     newSearchController_->downloadEvent.set(
         [self = QPointer<MenuDelegate>(this)](NewSearchController& sender, std::shared_ptr<DownloadItem> item) {
             if (self)

@@ -9,6 +9,7 @@
 
 #include <memory>
 
+class AlertPresenter;
 class DownloadItem;
 class DownloadsController;
 class MenuItem;
@@ -23,7 +24,7 @@ class QWidget;
 class MenuDelegate : public QObject {
     Q_OBJECT
 public:
-    explicit MenuDelegate(const platform::ServiceEndpoints& endpoints, QObject* parent = nullptr);
+    MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts, QObject* parent = nullptr);
     ~MenuDelegate() override;
 
     QListView* outlineView() const { return outlineView_; }
@@ -42,7 +43,7 @@ public:
     void setSubViewDownloads();
 
 private:
-    void createNewSearchController(const platform::ServiceEndpoints& endpoints);
+    void createNewSearchController(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts);
     void outlineViewSelectionIsChanging();
 
     NewSearchController* newSearchController_ = nullptr;

@@ -1,7 +1,10 @@
 #include "ui/NewSearchController.h"
 
+#include "downloads/AudioDownloadItem.h"
+#include "downloads/VideoDownloadItem.h"
 #include "platform/Localization.h"
 #include "ui/PZBackgroundView.h"
+#include "ui/PreviewController.h"
 #include "ui/PZScrollView.h"
 #include "ui/Picture.h"
 
@@ -12,9 +15,18 @@
 
 using platform::Localization;
 
-NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpoints, QObject* parent)
+namespace {
+
+constexpr int audioBitrate = 320;
+
+} // namespace
+
+NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts,
+                                         QObject* parent)
     : QObject(parent),
       endpoints_(endpoints),
+      alerts_(alerts),
+      previewController_(new PreviewController(alerts, this)),
       mainView_(new PZBackgroundView),
       imageView_(new QLabel),
       searchField_(new QLineEdit),
@@ -53,5 +65,39 @@ NewSearchController::~NewSearchController()
 
 void NewSearchController::applicationDidFinishLaunching()
 {
+    previewController_->close();
     tableScrollView_->setDelegate(this);
+    const QPointer<NewSearchController> self(this);
+    previewController_->audioEvent.set([self](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
+                                              std::shared_ptr<YouTubeUrl> stream) {
+        if (self)
+            self->audioEvent(sender, video, stream);
+    });
+    previewController_->videoEvent.set([self](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
+                                              std::shared_ptr<YouTubeUrl> stream) {
+        if (self)
+            self->videoEvent(sender, video, stream);
+    });
+}
+
+void NewSearchController::bringWindowToFront()
+{
+    QWidget* window = mainView_->window();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+void NewSearchController::audioEvent(PreviewController&, const std::shared_ptr<YouTubeVideo>& video,
+                                     const std::shared_ptr<YouTubeUrl>& stream)
+{
+    bringWindowToFront();
+    downloadEvent(*this, AudioDownloadItem::initWithBitrate(video, stream, audioBitrate));
+}
+
+void NewSearchController::videoEvent(PreviewController&, const std::shared_ptr<YouTubeVideo>& video,
+                                     const std::shared_ptr<YouTubeUrl>& stream)
+{
+    bringWindowToFront();
+    downloadEvent(*this, VideoDownloadItem::init(video, stream));
 }

@@ -8,7 +8,11 @@
 
 #include <memory>
 
+class AlertPresenter;
 class DownloadItem;
+class PreviewController;
+class YouTubeUrl;
+class YouTubeVideo;
 class PZScrollView;
 class QLabel;
 class QLineEdit;
@@ -19,21 +23,32 @@ class QWidget;
 class NewSearchController : public QObject {
     Q_OBJECT
 public:
-    explicit NewSearchController(const platform::ServiceEndpoints& endpoints, QObject* parent = nullptr);
+    NewSearchController(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts, QObject* parent = nullptr);
     ~NewSearchController() override;
 
     QWidget* view() const { return mainView_; }
     QLineEdit* searchField() const { return searchField_; }
     PZScrollView* tableScrollView() const { return tableScrollView_; }
+    PreviewController* previewController() const { return previewController_; }
 
     // The window is built and about to be shown.
     void applicationDidFinishLaunching();
+
+    // The preview's events: the user chose a stream to save.
+    void audioEvent(PreviewController& sender, const std::shared_ptr<YouTubeVideo>& video,
+                    const std::shared_ptr<YouTubeUrl>& stream);
+    void videoEvent(PreviewController& sender, const std::shared_ptr<YouTubeVideo>& video,
+                    const std::shared_ptr<YouTubeUrl>& stream);
 
     // (sender, job): a download the user asked for.
     platform::Event<NewSearchController&, std::shared_ptr<DownloadItem>> downloadEvent;
 
 private:
+    void bringWindowToFront();
+
     const platform::ServiceEndpoints endpoints_;
+    AlertPresenter& alerts_;
+    PreviewController* previewController_;
     QPointer<QWidget> mainView_;
     QLabel* imageView_;
     QLineEdit* searchField_;

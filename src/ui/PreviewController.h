@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QWidget>
 
 #include <memory>
 
@@ -16,7 +17,6 @@ class QListView;
 class QProgressBar;
 class QPushButton;
 class QStackedWidget;
-class QWidget;
 class StreamOutlineModel;
 class YouTubeUrl;
 class YouTubeVideo;

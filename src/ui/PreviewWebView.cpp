@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QLibrary>
+#include <QOpenGLContext>
 
 #ifndef MELODRIFT_WEBPREVIEW_MODULE
 #define MELODRIFT_WEBPREVIEW_MODULE "melodrift-webpreview"
@@ -11,9 +12,28 @@
 #define MELODRIFT_INSTALLED_LIBDIR "../lib/melodrift"
 #endif
 
+// Qt's own setter of the context that every GL context of the program shares
+// with: what Qt::AA_ShareOpenGLContexts makes when the application starts.
+// Exported by QtGui, but declared in its private headers only.
+void qt_gl_set_global_share_context(QOpenGLContext* context);
+
 namespace {
 
 QLibrary* module = nullptr;
+
+// The web engine draws with GL contexts shared with the program's. Made here,
+// on the first preview, rather than at start-up, which it would cost a GL
+// driver's loading for every start.
+void shareGlContexts()
+{
+    if (QOpenGLContext::globalShareContext())
+        return;
+    auto* context = new QOpenGLContext(QCoreApplication::instance());
+    if (context->create())
+        qt_gl_set_global_share_context(context);
+    else
+        delete context;
+}
 
 // Beside the program in the build tree, in its library folder once installed;
 // MELODRIFT_WEBPREVIEW names another file (the tests use it).
@@ -33,6 +53,7 @@ QStringList candidates()
 std::unique_ptr<PreviewWebView> PreviewWebView::load(QString& error)
 {
     if (!module) {
+        shareGlContexts();
         for (const QString& path : candidates()) {
             auto* library = new QLibrary(path);
             if (library->load()) {

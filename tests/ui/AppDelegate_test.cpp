@@ -15,6 +15,7 @@
 #include "ui/PZHeaderBackgroundView.h"
 #include "ui/PZScrollView.h"
 #include "ui/SettingsWindowController.h"
+#include "alert_recorder.h"
 #include "ui_test_home.h"
 
 #include <QAbstractButton>
@@ -75,6 +76,7 @@ double contrast(const QColor& a, const QColor& b)
 
 class TestAppDelegate : public QObject {
     Q_OBJECT
+    alert_recorder alerts;
 private slots:
     void initTestCase()
     {
@@ -88,7 +90,7 @@ private slots:
         QDir().mkpath(home.cache());
         QFile(home.cache() + "/left over").open(QIODevice::WriteOnly);
 
-        AppDelegate app(nowhere());
+        AppDelegate app(nowhere(), &alerts);
         NewSearchController* search = app.menu()->getNewSearchController();
         bool shown = false, cacheWasEmpty = false, searchWasTold = false;
         int rowAtShow = -1;
@@ -113,7 +115,7 @@ private slots:
     void sidebarEntriesAndTheirViews()
     {
         ui_test_home home;
-        AppDelegate app(nowhere());
+        AppDelegate app(nowhere(), &alerts);
         app.applicationDidFinishLaunching();
         QTRY_VERIFY(app.window()->isVisible());
         MenuDelegate& menu = *app.menu();
@@ -157,7 +159,7 @@ private slots:
     {
         ui_test_home home;
         route_server server([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
-        AppDelegate app(nowhere());
+        AppDelegate app(nowhere(), &alerts);
         app.applicationDidFinishLaunching();
         QTRY_VERIFY(app.window()->isVisible());
         MenuDelegate& menu = *app.menu();
@@ -183,7 +185,7 @@ private slots:
     void windowIsNeverNarrowerOrLowerThanTheLimit()
     {
         ui_test_home home;
-        AppDelegate app(nowhere());
+        AppDelegate app(nowhere(), &alerts);
         const QSizeF current(app.window()->size());
         QCOMPARE(app.windowWillResize({500.1, 300.1}), QSizeF(500.1, 300.1));
         QCOMPARE(app.windowWillResize({500.0, 600.0}), current);
@@ -197,7 +199,7 @@ private slots:
     {
         ui_test_home home;
         Settings::setConvertVideos(false);
-        AppDelegate app(nowhere());
+        AppDelegate app(nowhere(), &alerts);
         QVERIFY(!app.settingsWindowController());
 
         app.settingsClick();
@@ -228,7 +230,7 @@ private slots:
             dark.setColor(role, QColor(0xee, 0xee, 0xee));
         QApplication::setPalette(dark);
         {
-            AppDelegate app(nowhere());
+            AppDelegate app(nowhere(), &alerts);
             MenuDelegate& menu = *app.menu();
             int labels = 0;
             for (QWidget* view : {menu.getNewSearchController()->view(), menu.downloadController()->view()}) {

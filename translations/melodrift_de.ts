@@ -137,11 +137,11 @@
     </message>
     <message id="Preview.DownloadVideo">
         <source>Download video</source>
-        <translation>Video laden</translation>
+        <translation>Video herunterladen</translation>
     </message>
     <message id="Preview.DownloadAudio">
         <source>Download audio</source>
-        <translation>Ton laden</translation>
+        <translation>Ton herunterladen</translation>
     </message>
     <message id="Preview.Streams">
         <source>Streams</source>
@@ -162,6 +162,46 @@
     <message id="Search.Clear">
         <source>Clear</source>
         <translation>Leeren</translation>
+    </message>
+    <message id="Search.Preview">
+        <source>Preview</source>
+        <translation>Vorschau</translation>
+    </message>
+    <message id="Search.DownloadVideo">
+        <source>Download video</source>
+        <translation>Video herunterladen</translation>
+    </message>
+    <message id="Search.DownloadAudio">
+        <source>Download audio</source>
+        <translation>Ton herunterladen</translation>
+    </message>
+    <message id="Search.FindingStreams">
+        <source>Finding the streams</source>
+        <translation>Streams werden gesucht</translation>
+    </message>
+    <message id="Search.Searching">
+        <source>Searching</source>
+        <translation>Suche läuft</translation>
+    </message>
+    <message id="Search.Progress">
+        <source>Search progress</source>
+        <translation>Fortschritt der Suche</translation>
+    </message>
+    <message id="Search.Results">
+        <source>Results</source>
+        <translation>Ergebnisse</translation>
+    </message>
+    <message id="Search.Failed">
+        <source>The search failed: %1</source>
+        <translation>Die Suche ist fehlgeschlagen: %1</translation>
+    </message>
+    <message id="Search.NoVideos">
+        <source>No videos found</source>
+        <translation>Keine Videos gefunden</translation>
+    </message>
+    <message id="Search.NoStream">
+        <source>No stream of this video could be found.</source>
+        <translation>Zu diesem Video wurde kein Stream gefunden.</translation>
     </message>
 </context>
 </TS>

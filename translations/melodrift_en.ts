@@ -163,5 +163,45 @@
         <source>Clear</source>
         <translation>Clear</translation>
     </message>
+    <message id="Search.Preview">
+        <source>Preview</source>
+        <translation>Preview</translation>
+    </message>
+    <message id="Search.DownloadVideo">
+        <source>Download video</source>
+        <translation>Download video</translation>
+    </message>
+    <message id="Search.DownloadAudio">
+        <source>Download audio</source>
+        <translation>Download audio</translation>
+    </message>
+    <message id="Search.FindingStreams">
+        <source>Finding the streams</source>
+        <translation>Finding the streams</translation>
+    </message>
+    <message id="Search.Searching">
+        <source>Searching</source>
+        <translation>Searching</translation>
+    </message>
+    <message id="Search.Progress">
+        <source>Search progress</source>
+        <translation>Search progress</translation>
+    </message>
+    <message id="Search.Results">
+        <source>Results</source>
+        <translation>Results</translation>
+    </message>
+    <message id="Search.Failed">
+        <source>The search failed: %1</source>
+        <translation>The search failed: %1</translation>
+    </message>
+    <message id="Search.NoVideos">
+        <source>No videos found</source>
+        <translation>No videos found</translation>
+    </message>
+    <message id="Search.NoStream">
+        <source>No stream of this video could be found.</source>
+        <translation>No stream of this video could be found.</translation>
+    </message>
 </context>
 </TS>

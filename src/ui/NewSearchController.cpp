@@ -1,23 +1,43 @@
 #include "ui/NewSearchController.h"
 
+#include "catalogue/YouTubeSearch.h"
+#include "catalogue/YouTubeVideo.h"
+#include "core/youtube_error.h"
 #include "downloads/AudioDownloadItem.h"
 #include "downloads/VideoDownloadItem.h"
 #include "platform/Localization.h"
+#include "platform/Log.h"
+#include "platform/MainThread.h"
+#include "platform/WorkerPool.h"
+#include "ui/AlertPresenter.h"
 #include "ui/PZBackgroundView.h"
-#include "ui/PreviewController.h"
 #include "ui/PZScrollView.h"
 #include "ui/Picture.h"
+#include "ui/PreviewController.h"
+#include "ui/SearchResultModel.h"
+#include "ui/resultlist/HeaderCell.h"
+#include "ui/resultlist/MainCell.h"
 
 #include <QAction>
+#include <QEvent>
+#include <QGraphicsOpacityEffect>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
-#include <QVBoxLayout>
+#include <QParallelAnimationGroup>
+#include <QProgressBar>
+#include <QPropertyAnimation>
+#include <QSequentialAnimationGroup>
 
 using platform::Localization;
+using platform::Log;
 
 namespace {
 
 constexpr int audioBitrate = 320;
+bool animationsEnabled = true;
+// The progress bar counts in hundredths: the search reports 0.5, 0.75, ...
+constexpr double progressScale = 100.0;
 
 } // namespace
 
@@ -26,15 +46,23 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
     : QObject(parent),
       endpoints_(endpoints),
       alerts_(alerts),
+      searcher_(YouTubeSearch::create(endpoints)),
+      model_(new SearchResultModel(this)),
       previewController_(new PreviewController(alerts, this)),
       mainView_(new PZBackgroundView),
-      imageView_(new QLabel),
+      imageView_(new QLabel(mainView_)),
+      searchBar_(new QWidget(mainView_)),
       searchField_(new QLineEdit),
-      tableScrollView_(new PZScrollView)
+      loader_(new QProgressBar),
+      progressBar_(new QProgressBar(mainView_)),
+      statusLabel_(new QLabel(mainView_)),
+      tableScrollView_(new PZScrollView(mainView_))
 {
     // Drawn at build time; QPixmap picks "logo@2x.png" on a screen of two pixels per point.
     imageView_->setPixmap(QPixmap(QStringLiteral(":/images/logo.png")));
     imageView_->setAlignment(Qt::AlignCenter);
+    imageView_->setAccessibleName(QStringLiteral("Melodrift"));
+
     searchField_->setPlaceholderText(Localization::string("Search.Placeholder"));
     searchField_->setAccessibleName(Localization::string("Search.Field"));
     // A clear button of our own: the style's would look its picture up in the
@@ -45,28 +73,102 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
     clear->setVisible(false);
     connect(clear, &QAction::triggered, searchField_, &QLineEdit::clear);
     connect(searchField_, &QLineEdit::textChanged, clear, [clear](const QString& text) { clear->setVisible(!text.isEmpty()); });
-    searchField_->setMinimumWidth(360);
+    connect(searchField_, &QLineEdit::returnPressed, this, &NewSearchController::searchTextChange);
+    QFont larger = searchField_->font();
+    larger.setPointSizeF(larger.pointSizeF() * 1.15);
+    searchField_->setFont(larger);
+    searchField_->setMinimumHeight(34);
 
-    auto* layout = new QVBoxLayout(mainView_);
-    layout->setContentsMargins(24, 24, 24, 24);
-    layout->addStretch(2);
-    layout->addWidget(imageView_);
-    layout->addSpacing(16);
-    layout->addWidget(searchField_, 0, Qt::AlignHCenter);
-    layout->addStretch(3);
-    layout->addWidget(tableScrollView_);
+    loader_->setRange(0, 0);
+    loader_->setTextVisible(false);
+    loader_->setFixedSize(48, 6);
+    loader_->setAccessibleName(Localization::string("Search.Searching"));
+    loader_->hide();
+    auto* bar = new QHBoxLayout(searchBar_);
+    bar->setContentsMargins(0, 0, 0, 0);
+    bar->setSpacing(10);
+    bar->addWidget(searchField_, 1);
+    bar->addWidget(loader_);
+
+    progressBar_->setTextVisible(false);
+    progressBar_->setFixedHeight(4);
+    progressBar_->setRange(0, 0);
+    progressBar_->setAccessibleName(Localization::string("Search.Progress"));
+    progressBar_->hide();
+    statusLabel_->setTextFormat(Qt::PlainText);
+    statusLabel_->setAlignment(Qt::AlignCenter);
+    statusLabel_->setForegroundRole(QPalette::PlaceholderText);
+    statusLabel_->hide();
+
+    tableScrollView_->setModel(model_, [this](const QModelIndex& index) -> ModelCell* {
+        // The first row is the large one, whatever video it holds.
+        resultlist::ResultCell* cell = index.row() == 0 ? static_cast<resultlist::ResultCell*>(new resultlist::HeaderCell)
+                                                        : new resultlist::MainCell;
+        const auto rowOf = [this, cell] { return tableScrollView_->rowForView(cell); };
+        connect(cell, &resultlist::ResultCell::previewClicked, this, [this, rowOf] { previewButtonClick(rowOf()); });
+        connect(cell, &resultlist::ResultCell::downloadVideoClicked, this,
+                [this, rowOf] { downloadVideoButton(rowOf()); });
+        connect(cell, &resultlist::ResultCell::downloadAudioClicked, this,
+                [this, rowOf] { downloadAudioButton(rowOf()); });
+        return cell;
+    });
+    tableScrollView_->setAccessibleName(Localization::string("Search.Results"));
     tableScrollView_->hide();
+
+    mainView_->installEventFilter(this);
+    mainView_->setFocusProxy(searchField_);
+    listen();
 }
 
 NewSearchController::~NewSearchController()
 {
+    // The search may still deliver on its thread: it finds no one.
+    searcher_->newVideosEvent.reset();
+    searcher_->errorEvent.reset();
+    searcher_->updateEvent.reset();
     delete mainView_;
+}
+
+void NewSearchController::setAnimationsEnabled(bool enabled)
+{
+    animationsEnabled = enabled;
+}
+
+void NewSearchController::listen()
+{
+    // The search's events come on its own thread: the view moves to the main
+    // thread, carrying which search spoke.
+    const QPointer<NewSearchController> self(this);
+    searcher_->newVideosEvent.set([self](YouTubeSearch& search, qulonglong) {
+        const auto videos = search.videos();
+        Log::line(QStringLiteral("Found %1 videos.").arg(videos.size()));
+        for (qsizetype i = 0; i < videos.size(); ++i)
+            Log::line(QStringLiteral("%1: %2").arg(i).arg(videos[i]->title()));
+        platform::MainThread::post([self, identity = search.currentUrl(), videos] {
+            if (self)
+                self->searchReady(identity, videos);
+        });
+    });
+    searcher_->errorEvent.set([self](YouTubeSearch& search, const platform::Error& error) {
+        platform::MainThread::post([self, identity = search.currentUrl(), description = error.description] {
+            if (self)
+                self->searchError(identity, description);
+        });
+    });
+    searcher_->updateEvent.set([self](YouTubeSearch& search) {
+        platform::MainThread::post(
+            [self, identity = search.currentUrl(), offset = search.downloadOffset(), count = search.downloadCount()] {
+                if (self)
+                    self->updateProgressBar(identity, offset, count);
+            });
+    });
 }
 
 void NewSearchController::applicationDidFinishLaunching()
 {
     previewController_->close();
     tableScrollView_->setDelegate(this);
+    searchField_->setFocus();
     const QPointer<NewSearchController> self(this);
     previewController_->audioEvent.set([self](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
                                               std::shared_ptr<YouTubeUrl> stream) {
@@ -78,6 +180,171 @@ void NewSearchController::applicationDidFinishLaunching()
         if (self)
             self->videoEvent(sender, video, stream);
     });
+}
+
+bool NewSearchController::isWatchPage(const QUrl& url) const
+{
+    const QString host = url.host();
+    return url.isValid() && !host.isEmpty() && !endpoints_.domain.isEmpty() &&
+           host.endsWith(endpoints_.domain, Qt::CaseInsensitive);
+}
+
+void NewSearchController::searchTextChange()
+{
+    const QString text = searchField_->text().trimmed();
+    if (text.isEmpty())
+        return;
+    statusLabel_->hide();
+    loader_->show();
+    const QUrl url(text, QUrl::StrictMode);
+    if (isWatchPage(url)) {
+        Log::line(QStringLiteral("Search URL: ") + url.host());
+        wordsSearch_.reset();
+        const int generation = ++addressSearch_;
+        const QPointer<NewSearchController> self(this);
+        const QUrl parserService = endpoints_.parserService;
+        platform::WorkerPool::run([self, generation, url, parserService] {
+            const auto video = YouTubeVideo::initFromURL(url, parserService);
+            QString error;
+            try {
+                video->parseUrls();
+            } catch (const youtube_error& e) {
+                error = QString::fromUtf8(e.what());
+                Log::line(QStringLiteral("YouTube-Error: ") + error);
+            }
+            platform::MainThread::post([self, generation, video, error] {
+                if (self)
+                    self->addressParsed(generation, video, error);
+            });
+        });
+    } else {
+        Log::line(QStringLiteral("Search: ") + text);
+        ++addressSearch_;
+        searcher_->setSearchString(text);
+        searcher_->searchStart();
+        wordsSearch_ = searcher_->currentUrl();
+    }
+    startSearchAnimation();
+}
+
+void NewSearchController::addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video,
+                                        const QString& error)
+{
+    if (generation != addressSearch_)
+        return;
+    if (!error.isEmpty())
+        alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
+    else
+        model_->setVideos({video});
+    searchIsFinish();
+}
+
+void NewSearchController::searchReady(const Identity& search, const QList<std::shared_ptr<YouTubeVideo>>& videos)
+{
+    if (!search || search != wordsSearch_)
+        return;
+    model_->setVideos(videos);
+    searchIsFinish();
+}
+
+void NewSearchController::searchError(const Identity& search, const QString& description)
+{
+    if (!search || search != wordsSearch_)
+        return;
+    loader_->hide();
+    Log::line(QStringLiteral("Error: ") + description);
+    showStatus(Localization::string("Search.Failed").arg(description));
+    run(stopSearchAnimation());
+}
+
+void NewSearchController::updateProgressBar(const Identity& search, double offset, double count)
+{
+    if (!search || search != wordsSearch_)
+        return;
+    progressBar_->setRange(0, qRound(count * progressScale));
+    progressBar_->setValue(qRound(offset * progressScale));
+}
+
+void NewSearchController::searchIsFinish()
+{
+    loader_->hide();
+    if (model_->rowCount() == 0)
+        showStatus(Localization::string("Search.NoVideos"));
+    else
+        statusLabel_->hide();
+    placeViews();
+
+    auto* sequence = new QSequentialAnimationGroup;
+    sequence->addAnimation(stopSearchAnimation());
+    if (firstResult_) {
+        firstResult_ = false;
+        sequence->addAnimation(firstResultAnimation());
+        sequence->addAnimation(showTableAnimation());
+    }
+    run(sequence);
+}
+
+void NewSearchController::showStatus(const QString& text)
+{
+    statusLabel_->setText(text);
+    statusLabel_->show();
+    placeViews();
+}
+
+void NewSearchController::previewButtonClick(int row)
+{
+    if (const auto video = model_->video(row))
+        previewController_->setVideo(video);
+}
+
+void NewSearchController::downloadVideoButton(int row)
+{
+    downloadButton(row, false);
+}
+
+void NewSearchController::downloadAudioButton(int row)
+{
+    downloadButton(row, true);
+}
+
+void NewSearchController::downloadButton(int row, bool audio)
+{
+    const auto video = model_->video(row);
+    if (!video)
+        return;
+    const QPointer<NewSearchController> self(this);
+    video->parseUrlsAsync(
+        [self, video, audio] {
+            platform::MainThread::post([self, video, audio] {
+                if (self)
+                    self->streamsFound(video, audio);
+            });
+        },
+        [self, video](const youtube_error& error) {
+            const QString message = QString::fromUtf8(error.what());
+            Log::line(QStringLiteral("YouTube-Error: ") + message);
+            platform::MainThread::post([self, video, message] {
+                if (!self)
+                    return;
+                self->model_->reloadRow(self->model_->rowOf(video.get()));
+                self->alerts_.showAlert(QStringLiteral("YouTube:"), message, self->mainView_->window());
+            });
+        });
+    model_->reloadRow(row);
+}
+
+void NewSearchController::streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio)
+{
+    model_->reloadRow(model_->rowOf(video.get()));
+    const auto best = video->UrlWithBestQuality();
+    if (!best) {
+        alerts_.showAlert(QStringLiteral("YouTube:"), Localization::string("Search.NoStream"), mainView_->window());
+        return;
+    }
+    if (audio)
+        downloadEvent(*this, AudioDownloadItem::initWithBitrate(video, best, audioBitrate));
+    else
+        downloadEvent(*this, VideoDownloadItem::init(video, best));
 }
 
 void NewSearchController::bringWindowToFront()
@@ -100,4 +367,124 @@ void NewSearchController::videoEvent(PreviewController&, const std::shared_ptr<Y
 {
     bringWindowToFront();
     downloadEvent(*this, VideoDownloadItem::init(video, stream));
+}
+
+namespace {
+
+// A fade of the widget's opacity. The effect goes when the fade ends: a widget
+// that keeps one is drawn through an extra picture on every paint.
+QAbstractAnimation* fade(QWidget* widget, bool in, int milliseconds)
+{
+    auto* effect = new QGraphicsOpacityEffect(widget);
+    effect->setOpacity(in ? 0.0 : 1.0);
+    auto* animation = new QPropertyAnimation(effect, "opacity");
+    animation->setDuration(milliseconds);
+    animation->setStartValue(in ? 0.0 : 1.0);
+    animation->setEndValue(in ? 1.0 : 0.0);
+    animation->setEasingCurve(QEasingCurve::InOutQuad);
+    QObject::connect(animation, &QAbstractAnimation::stateChanged, widget,
+                     [widget, effect](QAbstractAnimation::State now) {
+                         if (now == QAbstractAnimation::Running) {
+                             widget->setGraphicsEffect(effect);
+                             widget->setVisible(true);
+                         }
+                     });
+    QObject::connect(animation, &QAbstractAnimation::finished, widget, [widget, in] {
+        widget->setGraphicsEffect(nullptr);
+        widget->setVisible(in);
+    });
+    return animation;
+}
+
+} // namespace
+
+void NewSearchController::startSearchAnimation()
+{
+    progressBar_->setRange(0, 0);
+    run(fade(progressBar_, true, 100));
+}
+
+QAbstractAnimation* NewSearchController::stopSearchAnimation()
+{
+    return fade(progressBar_, false, 100);
+}
+
+QAbstractAnimation* NewSearchController::firstResultAnimation()
+{
+    auto* group = new QParallelAnimationGroup;
+    auto* move = new QPropertyAnimation(searchBar_, "geometry");
+    move->setDuration(300);
+    move->setEasingCurve(QEasingCurve::InOutQuad);
+    move->setStartValue(searchBar_->geometry());
+    move->setEndValue(searchBarFrame(true));
+    group->addAnimation(move);
+    group->addAnimation(fade(imageView_, false, 300));
+    connect(group, &QAbstractAnimation::stateChanged, this, [this](QAbstractAnimation::State now) {
+        if (now != QAbstractAnimation::Running)
+            return;
+        resultsShown_ = true;
+        barMoving_ = true;
+        placeViews();
+    });
+    connect(group, &QAbstractAnimation::finished, this, [this] {
+        barMoving_ = false;
+        placeViews();
+    });
+    return group;
+}
+
+QAbstractAnimation* NewSearchController::showTableAnimation()
+{
+    return fade(tableScrollView_, true, 300);
+}
+
+void NewSearchController::run(QAbstractAnimation* animation)
+{
+    // A new effect first finishes what still runs, so that no two fight over a widget.
+    if (running_)
+        running_->setCurrentTime(running_->totalDuration());
+    running_ = animation;
+    if (!animationsEnabled) {
+        animation->start(QAbstractAnimation::DeleteWhenStopped);
+        animation->setCurrentTime(animation->totalDuration());
+        return;
+    }
+    animation->start(QAbstractAnimation::DeleteWhenStopped);
+}
+
+QRect NewSearchController::searchBarFrame(bool atTop) const
+{
+    const int w = mainView_->width();
+    const int h = mainView_->height();
+    const int barHeight = searchBar_->sizeHint().height();
+    if (atTop)
+        return {10, 10, std::max(w - 20, 0), barHeight};
+    const int barWidth = std::clamp(w - 40, 0, 560);
+    const int logoBottom = std::max(20, h * 28 / 100 - 64) + 128;
+    return {(w - barWidth) / 2, logoBottom + 28, barWidth, barHeight};
+}
+
+void NewSearchController::placeViews()
+{
+    const int w = mainView_->width();
+    const int h = mainView_->height();
+    imageView_->setGeometry((w - 128) / 2, std::max(20, h * 28 / 100 - 64), 128, 128);
+    const QRect bar = searchBarFrame(resultsShown_);
+    // While the bar moves to the top, the animation places it.
+    if (!barMoving_)
+        searchBar_->setGeometry(bar);
+    progressBar_->setGeometry(bar.x(), bar.bottom() + 5, bar.width(), 4);
+    int top = bar.bottom() + 12;
+    const int statusHeight = statusLabel_->sizeHint().height();
+    statusLabel_->setGeometry(bar.x(), top, bar.width(), statusHeight);
+    if (statusLabel_->isVisibleTo(mainView_) && resultsShown_)
+        top += statusHeight + 8;
+    tableScrollView_->setGeometry(0, top, w, std::max(h - top, 0));
+}
+
+bool NewSearchController::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == mainView_ && event->type() == QEvent::Resize)
+        placeViews();
+    return QObject::eventFilter(watched, event);
 }

@@ -5,21 +5,32 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QRect>
+#include <QUrl>
+#include <QWidget>
 
 #include <memory>
 
 class AlertPresenter;
 class DownloadItem;
-class PreviewController;
-class YouTubeUrl;
-class YouTubeVideo;
 class PZScrollView;
+class PreviewController;
+class QAbstractAnimation;
 class QLabel;
 class QLineEdit;
-class QWidget;
+class QProgressBar;
+class SearchResultModel;
+class YouTubeSearch;
+class YouTubeUrl;
+class YouTubeVideo;
+namespace platform {
+struct Error;
+}
 
-// The search view: words or a watch-page address go in, videos come out, and a
-// download started from a result goes to the sidebar as a job.
+// The search view: words run a search of the service's feed, a pasted
+// watch-page address loads that one video; the videos are listed with their
+// thumbnail, title and length, and each can be previewed or saved as video or
+// sound. A download goes to the sidebar as a job.
 class NewSearchController : public QObject {
     Q_OBJECT
 public:
@@ -27,12 +38,28 @@ public:
     ~NewSearchController() override;
 
     QWidget* view() const { return mainView_; }
+    QWidget* searchBar() const { return searchBar_; }
     QLineEdit* searchField() const { return searchField_; }
+    QLabel* imageView() const { return imageView_; }
+    QProgressBar* progressBar() const { return progressBar_; }
+    QProgressBar* loader() const { return loader_; }
+    // One line about the last search when it found nothing or failed.
+    QLabel* statusLabel() const { return statusLabel_; }
     PZScrollView* tableScrollView() const { return tableScrollView_; }
+    SearchResultModel* model() const { return model_; }
     PreviewController* previewController() const { return previewController_; }
+    bool isFirstResult() const { return firstResult_; }
 
     // The window is built and about to be shown.
     void applicationDidFinishLaunching();
+    // The search field's action.
+    void searchTextChange();
+    // The host of a watch-page address: the service's domain or one ending with it.
+    bool isWatchPage(const QUrl& url) const;
+
+    void previewButtonClick(int row);
+    void downloadVideoButton(int row);
+    void downloadAudioButton(int row);
 
     // The preview's events: the user chose a stream to save.
     void audioEvent(PreviewController& sender, const std::shared_ptr<YouTubeVideo>& video,
@@ -40,17 +67,59 @@ public:
     void videoEvent(PreviewController& sender, const std::shared_ptr<YouTubeVideo>& video,
                     const std::shared_ptr<YouTubeUrl>& stream);
 
+    // Tests see the end of every animation at once.
+    static void setAnimationsEnabled(bool enabled);
+
     // (sender, job): a download the user asked for.
     platform::Event<NewSearchController&, std::shared_ptr<DownloadItem>> downloadEvent;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    using Identity = std::shared_ptr<const QUrl>;
+
+    void listen();
+    void searchReady(const Identity& search, const QList<std::shared_ptr<YouTubeVideo>>& videos);
+    void searchError(const Identity& search, const QString& description);
+    void updateProgressBar(const Identity& search, double offset, double count);
+    void addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video, const QString& error);
+    void searchIsFinish();
+    void downloadButton(int row, bool audio);
+    void streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio);
+    void showStatus(const QString& text);
     void bringWindowToFront();
+
+    void startSearchAnimation();
+    QAbstractAnimation* stopSearchAnimation();
+    QAbstractAnimation* firstResultAnimation();
+    QAbstractAnimation* showTableAnimation();
+    void run(QAbstractAnimation* animation);
+    void placeViews();
+    // Where the search bar stands: under the logo, or at the top over the results.
+    QRect searchBarFrame(bool atTop) const;
 
     const platform::ServiceEndpoints endpoints_;
     AlertPresenter& alerts_;
+    std::shared_ptr<YouTubeSearch> searcher_;
+    SearchResultModel* model_;
     PreviewController* previewController_;
     QPointer<QWidget> mainView_;
     QLabel* imageView_;
+    QWidget* searchBar_;
     QLineEdit* searchField_;
+    QProgressBar* loader_;
+    QProgressBar* progressBar_;
+    QLabel* statusLabel_;
     PZScrollView* tableScrollView_;
+    QPointer<QAbstractAnimation> running_;
+
+    bool firstResult_ = true;
+    // The results are up: the search bar at the top, the logo gone.
+    bool resultsShown_ = false;
+    bool barMoving_ = false;
+    // The words search whose events count, and the number of the address
+    // search whose answer counts: a later search makes earlier answers moot.
+    Identity wordsSearch_;
+    int addressSearch_ = 0;
 };

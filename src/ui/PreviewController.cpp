@@ -13,6 +13,7 @@
 #include "ui/PreviewWebView.h"
 #include "ui/StreamOutlineModel.h"
 
+#include <QDialog>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -27,7 +28,7 @@ using platform::Localization;
 PreviewController::PreviewController(AlertPresenter& alerts, QObject* parent)
     : QObject(parent),
       alerts_(alerts),
-      window_(new PZBackgroundView),
+      window_(new QDialog),
       title_(new ElidedLabel),
       outlineView_(new QListView),
       model_(new StreamOutlineModel(this)),
@@ -40,15 +41,18 @@ PreviewController::PreviewController(AlertPresenter& alerts, QObject* parent)
       downloadVideoButton_(new QPushButton(Localization::string("Preview.DownloadVideo"))),
       downloadAudioButton_(new QPushButton(Localization::string("Preview.DownloadAudio")))
 {
-    window_->setWindowFlag(Qt::Window);
-    window_->setMinimumSize(880, 540);
+    window_->setMinimumSize(980, 560);
+    auto* ground = new PZBackgroundView;
+    auto* frame = new QVBoxLayout(window_);
+    frame->setContentsMargins(0, 0, 0, 0);
+    frame->addWidget(ground);
     QFont large = title_->font();
     large.setPointSizeF(large.pointSizeF() * 1.35);
     large.setBold(true);
     title_->setFont(large);
 
     outlineView_->setModel(model_);
-    outlineView_->setFixedWidth(250);
+    outlineView_->setFixedWidth(290);
     outlineView_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     outlineView_->setSelectionMode(QAbstractItemView::SingleSelection);
     outlineView_->setAccessibleName(Localization::string("Preview.Streams"));
@@ -68,7 +72,8 @@ PreviewController::PreviewController(AlertPresenter& alerts, QObject* parent)
     engineMissing_->setAlignment(Qt::AlignCenter);
     videoArea_->addWidget(loaderPage_);
     videoArea_->addWidget(engineMissing_);
-    videoArea_->setMinimumSize(590, 360);
+    // The page's video is 590 by 360, on a body with margins of 8.
+    videoArea_->setMinimumSize(610, 380);
 
     videoTypeLabel_->setTextFormat(Qt::PlainText);
     videoTypeLabel_->setForegroundRole(QPalette::PlaceholderText);
@@ -87,7 +92,7 @@ PreviewController::PreviewController(AlertPresenter& alerts, QObject* parent)
     buttons->addStretch(1);
     buttons->addWidget(downloadVideoButton_);
     buttons->addWidget(downloadAudioButton_);
-    auto* layout = new QVBoxLayout(window_);
+    auto* layout = new QVBoxLayout(ground);
     layout->setContentsMargins(20, 16, 20, 16);
     layout->setSpacing(12);
     layout->addWidget(title_);
@@ -268,8 +273,8 @@ void PreviewController::outlineViewSelectionIsChanging(const QItemSelection&, co
 
 bool PreviewController::eventFilter(QObject* watched, QEvent* event)
 {
-    // Closing the window stops the sound.
-    if (watched == window_ && event->type() == QEvent::Close)
+    // Closing the window (or Escape, which only hides it) stops the sound.
+    if (watched == window_ && event->type() == QEvent::Hide)
         clearWebView();
     return QObject::eventFilter(watched, event);
 }

@@ -5,6 +5,7 @@
 #include "platform/WorkerPool.h"
 
 #include <QButtonGroup>
+#include <QDialog>
 #include <QLabel>
 #include <QRadioButton>
 #include <QVBoxLayout>
@@ -26,7 +27,7 @@ struct SettingsWindowController::PendingWrite {
 };
 
 SettingsWindowController::SettingsWindowController(QObject* parent)
-    : QObject(parent), window_(new QWidget(nullptr, Qt::Window)), radioMatrix_(new QButtonGroup(this)),
+    : QObject(parent), window_(new QDialog), radioMatrix_(new QButtonGroup(this)),
       pending_(std::make_shared<PendingWrite>())
 {
     window_->setWindowTitle(Localization::string("Settings.Title"));

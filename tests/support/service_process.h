@@ -14,9 +14,11 @@ class service_process {
 public:
     service_process(const QString& binary, const QString& dataDir, const QStringList& options = {})
     {
-        QStringList args{QStringLiteral("--data"), dataDir};
+        // It goes with the test, even one that crashes or runs out of time.
+        QStringList args{QStringLiteral("--pdeathsig"), QStringLiteral("TERM"), QStringLiteral("--"), binary,
+                         QStringLiteral("--data"), dataDir};
         args += options;
-        process_.start(binary, args, ChildProcess::Capture::StandardOutput);
+        process_.start(QStringLiteral("/usr/bin/setpriv"), args, ChildProcess::Capture::StandardOutput);
         // The first line is the address it listens on.
         QByteArray first;
         while (!first.contains('\n')) {

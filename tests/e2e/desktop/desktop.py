@@ -119,6 +119,31 @@ class Melodrift:
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
 
     @staticmethod
+    def set_text(node, text):
+        """Puts text into an editable field, as a screen reader's user would."""
+        node.queryEditableText().setTextContents(text)
+
+    def enter(self, node):
+        """Focuses the field with a click, then presses Enter on the keyboard."""
+        self.click(node)
+        wait_for(lambda: node.getState().contains(pyatspi.STATE_FOCUSED), 10, "the field to have the focus")
+        pyatspi.Registry.generateKeyboardEvent(0xff0d, None, pyatspi.KEY_SYM)  # Return
+
+    def row(self, title, timeout=30.0):
+        """The row (of the results or the downloads) whose description names the title."""
+        def find():
+            for role in (pyatspi.ROLE_FILLER, pyatspi.ROLE_PANEL):
+                for node in self.find_all(role):
+                    if node.description == title:
+                        return node
+            return None
+        return wait_for(find, timeout, "a row for " + repr(title))
+
+    def text_of(self, node):
+        """The names of every label under the node, in tree order."""
+        return [label.name for label in self.find_all(pyatspi.ROLE_LABEL, root=node)]
+
+    @staticmethod
     def checked(node):
         return node.getState().contains(pyatspi.STATE_CHECKED)
 

@@ -1,0 +1,89 @@
+#include "ui/resultlist/ResultCell.h"
+
+#include "platform/Localization.h"
+#include "ui/ElidedLabel.h"
+#include "ui/SearchResultModel.h"
+
+#include <QLabel>
+#include <QPainter>
+#include <QProgressBar>
+#include <QPushButton>
+
+using platform::Localization;
+
+namespace resultlist {
+
+ResultCell::ResultCell(QSize thumbnailSize, QWidget* parent)
+    : ModelCell(parent),
+      thumbnailView_(new QLabel),
+      titleLabel_(new ElidedLabel),
+      lengthLabel_(new QLabel),
+      busy_(new QProgressBar),
+      previewButton_(new QPushButton(Localization::string("Search.Preview"))),
+      downloadVideoButton_(new QPushButton(Localization::string("Search.DownloadVideo"))),
+      downloadAudioButton_(new QPushButton(Localization::string("Search.DownloadAudio"))),
+      thumbnailSize_(thumbnailSize)
+{
+    thumbnailView_->setFixedSize(thumbnailSize);
+    thumbnailView_->setAlignment(Qt::AlignCenter);
+    thumbnailView_->setAutoFillBackground(true);
+    QPalette ground = thumbnailView_->palette();
+    ground.setColor(QPalette::Window, QColor(0x20, 0x22, 0x25));
+    thumbnailView_->setPalette(ground);
+    lengthLabel_->setTextFormat(Qt::PlainText);
+    lengthLabel_->setForegroundRole(QPalette::PlaceholderText);
+    busy_->setRange(0, 0);
+    busy_->setTextVisible(false);
+    busy_->setFixedSize(60, 6);
+    busy_->setAccessibleName(Localization::string("Search.FindingStreams"));
+    busy_->hide();
+    for (QPushButton* button : {previewButton_, downloadVideoButton_, downloadAudioButton_})
+        button->setAccessibleName(button->text());
+    connect(previewButton_, &QPushButton::clicked, this, &ResultCell::previewClicked);
+    connect(downloadVideoButton_, &QPushButton::clicked, this, &ResultCell::downloadVideoClicked);
+    connect(downloadAudioButton_, &QPushButton::clicked, this, &ResultCell::downloadAudioClicked);
+}
+
+QString ResultCell::length(qint64 seconds)
+{
+    seconds = std::max<qint64>(seconds, 0);
+    if (seconds >= 3600)
+        return QStringLiteral("%1:%2:%3")
+            .arg(seconds / 3600)
+            .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
+            .arg(seconds % 60, 2, 10, QLatin1Char('0'));
+    return QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
+}
+
+void ResultCell::setObjectValue(const QModelIndex& index)
+{
+    const QString title = index.data(Qt::DisplayRole).toString();
+    titleLabel_->setFullText(title);
+    setAccessibleName(title);
+    setAccessibleDescription(title);
+    lengthLabel_->setText(length(index.data(SearchResultModel::SecondsRole).toLongLong()));
+    busy_->setVisible(index.data(SearchResultModel::LoadingRole).toBool());
+
+    // Decoded where it was fetched; scaled here once per picture.
+    const QImage image = index.data(SearchResultModel::ThumbnailRole).value<QImage>();
+    if (image.cacheKey() != shownImage_) {
+        shownImage_ = image.cacheKey();
+        const qreal ratio = devicePixelRatioF();
+        QPixmap picture;
+        if (!image.isNull()) {
+            picture = QPixmap::fromImage(
+                image.scaled(thumbnailSize_ * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+            picture.setDevicePixelRatio(ratio);
+        }
+        thumbnailView_->setPixmap(picture);
+    }
+}
+
+void ResultCell::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setPen(palette().color(QPalette::Midlight));
+    painter.drawLine(0, height() - 1, width(), height() - 1);
+}
+
+} // namespace resultlist

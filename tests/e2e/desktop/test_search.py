@@ -1,0 +1,92 @@
+"""The search view, as a person uses it: words typed into "Search", results,
+downloads started from a result and from the preview, and a notice of the
+service shown as an alert."""
+
+import os
+import subprocess
+import unittest
+
+import pyatspi
+
+from desktop import DesktopTest, wait_for
+
+GLIDER = "Game of Life: Glider Parade"
+MANDELBROT = "Caf\u00e9 Cr\u00e8me \u2013 Mandelbrot Zoom"  # WebM and 3GP only
+
+
+def probe(path, entry, streams="a:0"):
+    out = subprocess.run(["ffprobe", "-v", "error", "-select_streams", streams, "-show_entries", entry,
+                          "-of", "default=noprint_wrappers=1:nokey=1", path],
+                         capture_output=True, text=True, check=False).stdout
+    return out.strip()
+
+
+class Search(DesktopTest):
+    def search(self, run, words):
+        field = run.wait(pyatspi.ROLE_TEXT, "Search")
+        run.set_text(field, words)
+        run.enter(field)
+
+    def finished(self, run, title, timeout=120):
+        """Waits in the Downloads view for the newest job of the title to end Done; its file."""
+        run.wait(pyatspi.ROLE_PUSH_BUTTON, "Open Downloads folder")
+        row = run.row(title)
+        wait_for(lambda: "Done" in run.text_of(row) or "Failed" in run.text_of(row), timeout, title + " to end")
+        self.assertIn("Done", run.text_of(row))
+        wait_for(lambda: run.find(pyatspi.ROLE_PUSH_BUTTON, "Play", root=row), 10, "the Play button")
+        return row
+
+    def downloads(self):
+        folder = os.path.join(self.home, "Downloads")
+        return sorted(os.listdir(folder)) if os.path.isdir(folder) else []
+
+    def test_words_then_download_audio_and_video(self):
+        run = self.start()
+        self.search(run, "glider")
+        row = run.row(GLIDER)
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download audio", root=row))
+        self.finished(run, GLIDER)
+        mp3 = os.path.join(self.home, "Downloads", GLIDER + ".mp3")
+        self.assertTrue(os.path.isfile(mp3), self.downloads())
+        self.assertEqual(probe(mp3, "stream=codec_name"), "mp3")
+        self.assertEqual(probe(mp3, "stream=bit_rate"), "320000")
+
+        # A video offered as WebM only becomes an H.264 MP4.
+        run.click(run.wait(pyatspi.ROLE_LIST_ITEM, "Search"))
+        self.search(run, "mandelbrot")
+        row = run.row(MANDELBROT)
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download video", root=row))
+        self.finished(run, MANDELBROT)
+        mp4 = os.path.join(self.home, "Downloads", MANDELBROT + ".mp4")
+        self.assertTrue(os.path.isfile(mp4), self.downloads())
+        self.assertEqual(probe(mp4, "stream=codec_name", "v:0"), "h264")
+
+    def test_preview_then_its_download_audio(self):
+        run = self.start()
+        self.search(run, "glider")
+        row = run.row(GLIDER)
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Preview", root=row))
+        preview = run.wait(pyatspi.ROLE_DIALOG, GLIDER, timeout=30)
+        streams = run.wait(pyatspi.ROLE_LIST, "Streams", root=preview, timeout=30)
+        wait_for(lambda: any(item.getState().contains(pyatspi.STATE_SELECTED)
+                             for item in run.find_all(pyatspi.ROLE_LIST_ITEM, root=streams)),
+                 30, "a stream to be chosen")
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download audio", root=preview))
+        self.finished(run, GLIDER)
+        self.assertIn(GLIDER + ".mp3", self.downloads())
+
+    def test_a_private_videos_address_is_an_alert(self):
+        run = self.start()
+        self.search(run, self.service.watch("UHJpdmF0ZTE"))
+        alert = run.wait(pyatspi.ROLE_ALERT, timeout=30)
+        wait_for(lambda: "This video is private." in run.text_of(alert), 10, "the notice's text")
+        self.assertIn("YouTube:", run.text_of(alert))
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "OK", root=alert))
+        wait_for(lambda: run.find(pyatspi.ROLE_ALERT) is None, 10, "the alert to close")
+        # Still usable.
+        self.search(run, "glider")
+        run.row(GLIDER)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

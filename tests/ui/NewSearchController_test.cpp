@@ -1,0 +1,277 @@
+// The search view against melodrift-service on loopback, offscreen: words and
+// pasted addresses, the results list, progress, stale searches, the first-result
+// animation, failures in one line, and downloads started from a row.
+#include "alert_recorder.h"
+#include "loopback.h"
+#include "platform/Localization.h"
+#include "platform/Log.h"
+#include "service_process.h"
+#include "ui/AppDelegate.h"
+#include "ui/DownloadListModel.h"
+#include "ui/DownloadsController.h"
+#include "ui/ElidedLabel.h"
+#include "ui/MenuDelegate.h"
+#include "ui/NewSearchController.h"
+#include "ui/PZScrollView.h"
+#include "ui/SearchResultModel.h"
+#include "ui/resultlist/HeaderCell.h"
+#include "ui/resultlist/MainCell.h"
+#include "ui_test_home.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QTest>
+
+namespace {
+
+QStringList titles(const SearchResultModel& model)
+{
+    QStringList shown;
+    for (const auto& video : model.videos())
+        shown << video->title();
+    return shown;
+}
+
+// Counts the moves of a widget.
+class MoveCounter : public QObject {
+public:
+    int moves = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Move)
+            ++moves;
+        return false;
+    }
+};
+
+} // namespace
+
+class TestNewSearchController : public QObject {
+    Q_OBJECT
+    alert_recorder alerts;
+    std::unique_ptr<service_process> service;
+    std::unique_ptr<NewSearchController> search;
+
+    platform::ServiceEndpoints endpoints() const { return platform::ServiceEndpoints::at(QUrl(service->base())); }
+
+    // Types the text into the search field and presses Enter, as a person would.
+    void enter(const QString& text)
+    {
+        QLineEdit* field = search->searchField();
+        field->clear();
+        // QTest types ASCII only; other letters arrive as an input method would bring them.
+        bool ascii = true;
+        for (const QChar c : text)
+            ascii = ascii && c.unicode() < 0x80;
+        if (ascii)
+            QTest::keyClicks(field, text);
+        else
+            field->insert(text);
+        QTest::keyClick(field, Qt::Key_Return);
+    }
+
+    // Waits for the search that is under way to show its results.
+    void settle(int rows)
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(search->model()->rowCount(), rows, 20000);
+        QTRY_VERIFY(search->loader()->isHidden());
+    }
+
+private slots:
+    void initTestCase()
+    {
+        platform::Localization::install(QLocale(QLocale::English));
+        platform::Log::setSink([](const QString&) {});
+        service = std::make_unique<service_process>(MELODRIFT_SERVICE_BINARY, MELODRIFT_CATALOGUE,
+                                                    QStringList{"--latency", "feed=200"});
+        QVERIFY(!service->base().isEmpty());
+    }
+    void init()
+    {
+        NewSearchController::setAnimationsEnabled(false);
+        search = std::make_unique<NewSearchController>(endpoints(), alerts);
+        search->view()->resize(800, 600);
+        search->view()->show();
+        search->applicationDidFinishLaunching();
+        alerts.shown.clear();
+    }
+    void cleanup() { search.reset(); }
+    void cleanupTestCase() { service.reset(); }
+
+    void wordsGiveTheFeedsVideosAsRows()
+    {
+        enter("colour bars");
+        settle(3);
+        // In the feed's order, the titles decoded; the first row large.
+        QCOMPARE(titles(*search->model()), QStringList({"The \"Quoted\" Colour Bars", "One Minute of HD Colour Bars",
+                                                        "PAL Bars & Tone (75%)"}));
+        PZScrollView& table = *search->tableScrollView();
+        QCOMPARE(table.count(), 3);
+        QVERIFY(qobject_cast<resultlist::HeaderCell*>(table.cellAt(0)));
+        QCOMPARE(table.cellAt(0)->height(), 317);
+        for (const int row : {1, 2}) {
+            QVERIFY(qobject_cast<resultlist::MainCell*>(table.cellAt(row)));
+            QCOMPARE(table.cellAt(row)->height(), 118);
+        }
+        QVERIFY(table.isVisible());
+        QVERIFY(search->statusLabel()->isHidden());
+
+        // Markup in a title is text: the brackets show.
+        enter("carpet deep dive");
+        settle(1);
+        auto* cell = static_cast<resultlist::ResultCell*>(search->tableScrollView()->cellAt(0));
+        QCOMPARE(cell->titleLabel()->textFormat(), Qt::PlainText);
+        QCOMPARE(cell->titleLabel()->text(), QString::fromUtf8("Sierpiński Carpet <Deep Dive>"));
+        QCOMPARE(cell->accessibleDescription(), QString::fromUtf8("Sierpiński Carpet <Deep Dive>"));
+        for (QPushButton* button : {cell->previewButton(), cell->downloadVideoButton(), cell->downloadAudioButton()})
+            QVERIFY(!button->accessibleName().isEmpty());
+    }
+
+    void wordsBeyondAsciiAndNoResults()
+    {
+        enter(QString::fromUtf8("crème"));
+        settle(1);
+        QCOMPARE(titles(*search->model()), QStringList({QString::fromUtf8("Café Crème – Mandelbrot Zoom")}));
+        enter("zzqx nothing matches this");
+        settle(0);
+        QVERIFY(search->statusLabel()->isVisible());
+        QCOMPARE(search->statusLabel()->text(), QString("No videos found"));
+    }
+
+    void aPastedAddressGivesItsOneVideo()
+    {
+        enter(service->watch("UnVsZTExMF8"));
+        settle(1);
+        QCOMPARE(titles(*search->model()), QStringList({"Rule 110 in Five Seconds"}));
+        QVERIFY(!search->model()->video(0)->Urls().isEmpty());
+
+        // The host test: the service's domain or any host ending with it.
+        const platform::ServiceEndpoints elsewhere{QUrl("https://feeds.video.test"), "video.test", QUrl()};
+        NewSearchController other(elsewhere, alerts);
+        QVERIFY(other.isWatchPage(QUrl("https://video.test/watch?v=a")));
+        QVERIFY(other.isWatchPage(QUrl("https://m.video.test/watch?v=a")));
+        QVERIFY(!other.isWatchPage(QUrl("https://video.test.example/watch?v=a")));
+        QVERIFY(!other.isWatchPage(QUrl("tom and jerry")));
+    }
+
+    void aNoticeIsAnAlertAndTheViewStaysUsable()
+    {
+        enter(service->watch("UHJpdmF0ZTE"));
+        QTRY_COMPARE_WITH_TIMEOUT(alerts.shown.size(), 1, 20000);
+        QCOMPARE(alerts.shown.first(), qMakePair(QString("YouTube:"), QString("This video is private.")));
+        QTRY_VERIFY(search->loader()->isHidden());
+        enter("glider");
+        settle(1);
+        QCOMPARE(titles(*search->model()), QStringList({"Game of Life: Glider Parade"}));
+    }
+
+    void progressFollowsTheSearch()
+    {
+        QList<QPair<int, int>> seen;
+        connect(search->progressBar(), &QProgressBar::valueChanged, this,
+                [&seen, this](int value) { seen << qMakePair(value, search->progressBar()->maximum()); });
+        enter("colour bars");
+        settle(3);
+        QCOMPARE(seen.mid(0, 4), (QList<QPair<int, int>>{{50, 2600}, {75, 2600}, {100, 300}, {200, 300}}));
+        QCOMPARE(seen.last(), qMakePair(300, 300));
+    }
+
+    void onlyTheLastOfTwoQuickSearchesShows()
+    {
+        // The feed answers after 200 ms: the first search is still out when the second starts.
+        enter("colour bars");
+        enter("glider");
+        settle(1);
+        QTest::qWait(600);
+        QCOMPARE(titles(*search->model()), QStringList({"Game of Life: Glider Parade"}));
+        // Words, then an address that answers first: the words' late answer is moot.
+        enter("colour bars");
+        enter(service->watch("UnVsZTExMF8"));
+        settle(1);
+        QTest::qWait(600);
+        QCOMPARE(titles(*search->model()), QStringList({"Rule 110 in Five Seconds"}));
+    }
+
+    void theFirstResultsMoveTheBarOnceAndForAll()
+    {
+        NewSearchController::setAnimationsEnabled(true);
+        const QRect idle = search->searchBar()->geometry();
+        QVERIFY(search->imageView()->isVisible());
+        QVERIFY(search->tableScrollView()->isHidden());
+        enter("glider");
+        QTRY_COMPARE_WITH_TIMEOUT(search->model()->rowCount(), 1, 20000);
+        QVERIFY(!search->isFirstResult());
+        QTRY_COMPARE(search->searchBar()->y(), 10);
+        QVERIFY(search->searchBar()->y() < idle.y());
+        QTRY_VERIFY(search->imageView()->isHidden());
+        QTRY_VERIFY(search->tableScrollView()->isVisible() && !search->tableScrollView()->graphicsEffect());
+
+        MoveCounter moves;
+        search->searchBar()->installEventFilter(&moves);
+        enter("mandelbrot");
+        QTRY_COMPARE_WITH_TIMEOUT(titles(*search->model()).value(0), QString::fromUtf8("Café Crème – Mandelbrot Zoom"), 20000);
+        QTRY_VERIFY(search->progressBar()->isHidden());
+        QCOMPARE(moves.moves, 0);
+        QVERIFY(search->imageView()->isHidden());
+    }
+
+    void aFailedSearchSaysSoInOneLine()
+    {
+        const platform::ServiceEndpoints closed = platform::ServiceEndpoints::at(
+            QUrl(QStringLiteral("http://127.0.0.1:%1").arg(loopback::closed_port())));
+        NewSearchController unreachable(closed, alerts);
+        unreachable.view()->resize(800, 600);
+        unreachable.view()->show();
+        unreachable.searchField()->setText("anything");
+        unreachable.searchTextChange();
+        QTRY_VERIFY_WITH_TIMEOUT(unreachable.statusLabel()->isVisible(), 20000);
+        QVERIFY(unreachable.statusLabel()->text().startsWith("The search failed: "));
+        QVERIFY(unreachable.loader()->isHidden());
+        QVERIFY(alerts.shown.isEmpty());
+
+        // A video whose page cannot be had has no stream: an alert, not a job.
+        int jobs = 0;
+        unreachable.downloadEvent.set([&jobs](NewSearchController&, std::shared_ptr<DownloadItem>) { ++jobs; });
+        unreachable.model()->setVideos({YouTubeVideo::initFromURL(
+            QUrl(QStringLiteral("http://127.0.0.1:%1/watch?v=x").arg(loopback::closed_port())), QUrl())});
+        unreachable.downloadAudioButton(0);
+        QTRY_COMPARE_WITH_TIMEOUT(alerts.shown.size(), 1, 20000);
+        QCOMPARE(alerts.shown.first(), qMakePair(QString("YouTube:"), QString("No stream of this video could be found.")));
+        QCOMPARE(jobs, 0);
+    }
+
+    void aDownloadButtonPressedTwiceGivesTwoJobs()
+    {
+        search.reset();
+        ui_test_home home;
+        AppDelegate app(endpoints(), &alerts);
+        app.applicationDidFinishLaunching();
+        QTRY_VERIFY(app.window()->isVisible());
+        MenuDelegate& menu = *app.menu();
+        NewSearchController& view = *menu.getNewSearchController();
+        view.searchField()->setText("glider");
+        view.searchTextChange();
+        QTRY_COMPARE_WITH_TIMEOUT(view.model()->rowCount(), 1, 20000);
+        QTRY_VERIFY(view.tableScrollView()->cellAt(0));
+        auto* cell = static_cast<resultlist::ResultCell*>(view.tableScrollView()->cellAt(0));
+        QTest::mouseClick(cell->downloadAudioButton(), Qt::LeftButton);
+        QTest::mouseClick(cell->downloadAudioButton(), Qt::LeftButton);
+        const DownloadListModel& jobs = *menu.downloadController()->model();
+        QTRY_COMPARE_WITH_TIMEOUT(jobs.rowCount(), 2, 20000);
+        QCOMPARE(menu.currentView(), menu.downloadController()->view());
+        for (const int row : {0, 1}) {
+            QCOMPARE(jobs.item(row)->video(), view.model()->video(0));
+            QCOMPARE(jobs.item(row)->url(), view.model()->video(0)->UrlWithBestQuality());
+        }
+        for (const int row : {0, 1})
+            jobs.item(row)->cancel();
+        search = std::make_unique<NewSearchController>(endpoints(), alerts);
+    }
+};
+
+QTEST_MAIN(TestNewSearchController)
+#include "NewSearchController_test.moc"

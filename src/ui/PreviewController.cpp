@@ -52,7 +52,9 @@ PreviewController::PreviewController(AlertPresenter& alerts, QObject* parent)
     title_->setFont(large);
 
     outlineView_->setModel(model_);
-    outlineView_->setFixedWidth(290);
+    outlineView_->setFixedWidth(260);
+    outlineView_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    outlineView_->setTextElideMode(Qt::ElideRight);
     outlineView_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     outlineView_->setSelectionMode(QAbstractItemView::SingleSelection);
     outlineView_->setAccessibleName(Localization::string("Preview.Streams"));

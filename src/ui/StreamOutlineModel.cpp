@@ -1,6 +1,8 @@
 #include "ui/StreamOutlineModel.h"
 
 #include "catalogue/YouTubeVideo.h"
+#include "ui/Picture.h"
+#include "ui/PreviewPage.h"
 
 #include <QApplication>
 #include <QFont>
@@ -54,9 +56,16 @@ QVariant StreamOutlineModel::data(const QModelIndex& index, int role) const
     switch (role) {
     case Qt::DisplayRole:
     case Qt::AccessibleTextRole:
-        // A stream's "DataCell": its label, then its type.
-        return stream ? QStringLiteral("%1 \u2014 %2").arg(stream->localizedType(), stream->type())
+        // A stream's "DataCell": its label, then its media type (the codecs
+        // show under the player).
+        return stream ? QStringLiteral("%1 \u00b7 %2").arg(stream->localizedType(), PreviewPage::mimeOf(stream->type()))
                       : std::get<QString>(items_[index.row()]);
+    case Qt::DecorationRole:
+        if (!stream)
+            return {};
+        if (streamIcon_.isNull())
+            streamIcon_ = Picture::icon(QStringLiteral(":/images/icon_play.svg"));
+        return streamIcon_;
     case Qt::FontRole:
         if (!stream) {
             QFont bold = QApplication::font();

@@ -3,6 +3,7 @@
 #include "catalogue/YouTubeUrl.h"
 
 #include <QAbstractListModel>
+#include <QIcon>
 #include <QList>
 
 #include <memory>
@@ -35,4 +36,5 @@ public:
 
 private:
     QList<Item> items_;
+    mutable QIcon streamIcon_;
 };

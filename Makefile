@@ -12,7 +12,7 @@ FUZZ_SECONDS ?= 600
 SANITIZER_ENV := ASAN_OPTIONS=abort_on_error=1:detect_leaks=1:strict_string_checks=1 \
                  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 
-.PHONY: run test bootstrap build build-asan build-tsan test-plain test-asan test-tsan bench fuzz clean
+.PHONY: run test bootstrap build build-asan build-tsan test-plain test-asan test-tsan bench fuzz package clean
 
 run: build
 	@scripts/run-demo $(BUILD_DIR)
@@ -49,6 +49,10 @@ test-tsan: build-tsan
 	cd $(TSAN_DIR) && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=$(CURDIR)/tests/tsan.supp ctest --output-on-failure -j $(JOBS)
 
 test: test-plain test-asan test-tsan
+
+# The Debian package of the programs, in build/.
+package: build
+	cd $(BUILD_DIR) && cpack
 
 bench: build
 	@for b in $(BUILD_DIR)/bench/bench_*; do [ -x "$$b" ] && "$$b"; done

@@ -1,7 +1,12 @@
 #include "platform/Localization.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QTranslator>
+
+#ifndef MELODRIFT_INSTALLED_TRANSLATIONS
+#define MELODRIFT_INSTALLED_TRANSLATIONS "../share/melodrift/translations"
+#endif
 
 namespace platform {
 
@@ -16,7 +21,10 @@ bool Localization::install(const QLocale& locale)
 {
     static QTranslator* installed = nullptr;
     auto* translator = new QTranslator(QCoreApplication::instance());
-    if (!translator->load(locale, QStringLiteral("melodrift"), QStringLiteral("_"), QStringLiteral(":/i18n")) &&
+    const QString folder =
+        QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral(MELODRIFT_INSTALLED_TRANSLATIONS));
+    if (!translator->load(locale, QStringLiteral("melodrift"), QStringLiteral("_"), folder) &&
+        !translator->load(locale, QStringLiteral("melodrift"), QStringLiteral("_"), QStringLiteral(":/i18n")) &&
         !translator->load(QStringLiteral(":/i18n/melodrift_en.qm"))) {
         delete translator;
         return false;

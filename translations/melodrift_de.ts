@@ -203,5 +203,29 @@
         <source>No stream of this video could be found.</source>
         <translation>Zu diesem Video wurde kein Stream gefunden.</translation>
     </message>
+    <message id="Notification.Done">
+        <source>Saved in the Downloads folder</source>
+        <translation>Im Download-Ordner gespeichert</translation>
+    </message>
+    <message id="Notification.Failed">
+        <source>Failed: %1</source>
+        <translation>Fehlgeschlagen: %1</translation>
+    </message>
+    <message id="MainMenu.View">
+        <source>&amp;View</source>
+        <translation>&amp;Ansicht</translation>
+    </message>
+    <message id="MainMenu.ShowSearch">
+        <source>Search</source>
+        <translation>Suche</translation>
+    </message>
+    <message id="MainMenu.ShowDownloads">
+        <source>Downloads</source>
+        <translation>Downloads</translation>
+    </message>
+    <message id="MainMenu.Find">
+        <source>Find…</source>
+        <translation>Suchen…</translation>
+    </message>
 </context>
 </TS>

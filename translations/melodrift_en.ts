@@ -203,5 +203,29 @@
         <source>No stream of this video could be found.</source>
         <translation>No stream of this video could be found.</translation>
     </message>
+    <message id="Notification.Done">
+        <source>Saved in the Downloads folder</source>
+        <translation>Saved in the Downloads folder</translation>
+    </message>
+    <message id="Notification.Failed">
+        <source>Failed: %1</source>
+        <translation>Failed: %1</translation>
+    </message>
+    <message id="MainMenu.View">
+        <source>&amp;View</source>
+        <translation>&amp;View</translation>
+    </message>
+    <message id="MainMenu.ShowSearch">
+        <source>Search</source>
+        <translation>Search</translation>
+    </message>
+    <message id="MainMenu.ShowDownloads">
+        <source>Downloads</source>
+        <translation>Downloads</translation>
+    </message>
+    <message id="MainMenu.Find">
+        <source>Find…</source>
+        <translation>Find…</translation>
+    </message>
 </context>
 </TS>

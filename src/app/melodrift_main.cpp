@@ -2,6 +2,7 @@
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "platform/ServiceEndpoints.h"
+#include "platform/SingleInstance.h"
 #include "ui/AppDelegate.h"
 
 #include <QApplication>
@@ -13,9 +14,11 @@
 
 namespace {
 
-const char* const helpText = R"(Usage: melodrift [options]
+const char* const helpText = R"(Usage: melodrift [options] [ADDRESS]
 
 Finds videos of the video service, previews them and saves them as MP4 or MP3.
+With ADDRESS, the address of a video's watch page, that video is shown. When
+Melodrift already runs, its window comes to the front (and shows ADDRESS).
 
 Options:
   --service BASE   the video service at BASE, such as http://127.0.0.1:8080
@@ -53,12 +56,15 @@ int main(int argc, char** argv)
     // What Qt left of the arguments is ours.
     const QStringList arguments = QApplication::arguments();
     bool verbose = false;
+    QString address;
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         const QString& a = arguments[i];
         if (a == QLatin1String("--verbose"))
             verbose = true;
         else if (a == QLatin1String(platform::ServiceEndpoints::option))
             ++i;
+        else if (!a.startsWith(QLatin1String("--")) && address.isEmpty())
+            address = a;
         else if (!a.startsWith(QLatin1String(platform::ServiceEndpoints::option) + QLatin1Char('='))) {
             std::fprintf(stderr, "Unknown option %s.\nTry 'melodrift --help'.\n", a.toLocal8Bit().constData());
             return 2;
@@ -71,7 +77,20 @@ int main(int argc, char** argv)
     }
     platform::Localization::install();
 
+    // A second start brings the running window to the front and ends.
+    platform::SingleInstance instance(QStringLiteral("melodrift.socket"));
+    const QByteArray request = address.isEmpty() ? QByteArrayLiteral("raise") : "open " + address.toUtf8();
+    if (instance.handOver(request))
+        return 0;
+
     AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(arguments));
+    QObject::connect(&instance, &platform::SingleInstance::messageReceived, &delegate, [&delegate](const QByteArray& message) {
+        delegate.applicationShouldHandleReopen();
+        if (message.startsWith("open "))
+            delegate.openAddress(QString::fromUtf8(message.mid(5)));
+    });
     delegate.applicationDidFinishLaunching();
+    if (!address.isEmpty())
+        delegate.openAddress(address);
     return QApplication::exec();
 }

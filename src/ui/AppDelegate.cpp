@@ -5,14 +5,20 @@
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "platform/MainThread.h"
+#include "platform/Notifications.h"
 #include "platform/WorkerPool.h"
 #include "ui/AlertPresenter.h"
+#include "ui/DownloadListModel.h"
+#include "ui/DownloadsController.h"
 #include "ui/MenuDelegate.h"
 #include "ui/NewSearchController.h"
 #include "ui/SettingsWindowController.h"
 #include "ui/SidebarCellDelegate.h"
 
 #include <QAction>
+#include <QDropEvent>
+#include <QLineEdit>
+#include <QMimeData>
 #include <QApplication>
 #include <QEvent>
 #include <QHBoxLayout>
@@ -29,7 +35,8 @@ AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPrese
     : QObject(parent),
       ownAlerts_(alerts ? nullptr : std::make_unique<AlertPresenter>()),
       window_(new QMainWindow),
-      menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, this))
+      menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, this)),
+      notifications_(new platform::Notifications(QStringLiteral("Melodrift"), QStringLiteral("org.melodrift.Melodrift"), this))
 {
     window_->setWindowTitle(QStringLiteral("Melodrift"));
     window_->setMinimumSize(static_cast<int>(std::floor(narrowestRefused)) + 1,
@@ -53,7 +60,26 @@ AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPrese
     layout->addWidget(menu_->placeHolderView(), 1);
     window_->setCentralWidget(central);
     buildMenus();
+    window_->setAcceptDrops(true);
+    // A link dropped on the search field searches too, rather than becoming its text.
+    menu_->getNewSearchController()->searchField()->setAcceptDrops(false);
     window_->installEventFilter(this);
+
+    connect(menu_->downloadController()->model(), &DownloadListModel::jobEnded, this,
+            [this](const std::shared_ptr<DownloadItem>& item) { announce(*item); });
+    connect(notifications_, &platform::Notifications::activated, this, [this] {
+        applicationShouldHandleReopen();
+        menu_->setSubViewDownloads();
+    });
+}
+
+void AppDelegate::announce(const DownloadItem& item)
+{
+    if (window_->isActiveWindow())
+        return;
+    const bool done = item.state() == DownloadItem::State::Done;
+    notifications_->notify(item.video()->title(), done ? Localization::string("Notification.Done")
+                                                        : Localization::string("Notification.Failed").arg(item.failureReason()));
 }
 
 AppDelegate::~AppDelegate()
@@ -75,6 +101,23 @@ void AppDelegate::buildMenus()
     quitAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     quitAction->setMenuRole(QAction::QuitRole);
     connect(quitAction, &QAction::triggered, this, &AppDelegate::quit);
+
+    QMenu* view = window_->menuBar()->addMenu(Localization::string("MainMenu.View"));
+    QAction* search = view->addAction(Localization::string("MainMenu.ShowSearch"));
+    search->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_1));
+    connect(search, &QAction::triggered, menu_, &MenuDelegate::setSubViewNewSearch);
+    QAction* downloads = view->addAction(Localization::string("MainMenu.ShowDownloads"));
+    downloads->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_2));
+    connect(downloads, &QAction::triggered, menu_, &MenuDelegate::setSubViewDownloads);
+    view->addSeparator();
+    QAction* find = view->addAction(Localization::string("MainMenu.Find"));
+    find->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_F));
+    connect(find, &QAction::triggered, this, [this] {
+        menu_->setSubViewNewSearch();
+        QLineEdit* field = menu_->getNewSearchController()->searchField();
+        field->setFocus(Qt::ShortcutFocusReason);
+        field->selectAll();
+    });
 }
 
 void AppDelegate::applicationDidFinishLaunching()
@@ -112,6 +155,12 @@ bool AppDelegate::applicationShouldHandleReopen()
     return true;
 }
 
+void AppDelegate::openAddress(const QString& text)
+{
+    menu_->setSubViewNewSearch();
+    menu_->getNewSearchController()->searchFor(text);
+}
+
 QSizeF AppDelegate::windowWillResize(const QSizeF& proposed) const
 {
     if (proposed.width() > narrowestRefused && proposed.height() > lowestRefused)
@@ -131,9 +180,51 @@ void AppDelegate::quit()
     QApplication::quit();
 }
 
+QString AppDelegate::droppedAddress(const QMimeData& data) const
+{
+    QString text;
+    for (const QUrl& url : data.urls())
+        if (!url.isEmpty()) {
+            text = url.toString();
+            break;
+        }
+    if (text.isEmpty() && data.hasText())
+        text = data.text().trimmed();
+    const QUrl url(text, QUrl::StrictMode);
+    return menu_->getNewSearchController()->isWatchPage(url) ? text : QString();
+}
+
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched == window_ && event->type() == QEvent::WindowDeactivate)
+    if (watched != window_)
+        return QObject::eventFilter(watched, event);
+    switch (event->type()) {
+    case QEvent::WindowDeactivate:
         platform::Log::line(QStringLiteral("windowDidResignKey"));
+        break;
+    case QEvent::DragEnter:
+    case QEvent::DragMove: {
+        // Only a watch-page link is taken; anything else is refused.
+        auto* drag = static_cast<QDragMoveEvent*>(event);
+        if (!droppedAddress(*drag->mimeData()).isEmpty())
+            drag->acceptProposedAction();
+        else
+            drag->ignore();
+        return true;
+    }
+    case QEvent::Drop: {
+        auto* drop = static_cast<QDropEvent*>(event);
+        const QString address = droppedAddress(*drop->mimeData());
+        if (address.isEmpty()) {
+            drop->ignore();
+            return true;
+        }
+        drop->acceptProposedAction();
+        openAddress(address);
+        return true;
+    }
+    default:
+        break;
+    }
     return QObject::eventFilter(watched, event);
 }

@@ -10,6 +10,11 @@
 #include <memory>
 
 class AlertPresenter;
+class QMimeData;
+class DownloadItem;
+namespace platform {
+class Notifications;
+}
 class MenuDelegate;
 class SettingsWindowController;
 
@@ -33,6 +38,9 @@ public:
     void applicationDidFinishLaunching();
     // A second start of the program: the window comes to the front.
     bool applicationShouldHandleReopen();
+    // A watch-page address (or words) from outside, searched as if pasted:
+    // given on the command line, handed over by a second start, or dropped.
+    void openAddress(const QString& text);
     // The size the window takes for a proposed one: it is never 500 wide or 300
     // high or less; a refused size keeps the current one.
     QSizeF windowWillResize(const QSizeF& proposed) const;
@@ -49,10 +57,15 @@ protected:
 
 private:
     void buildMenus();
+    // The watch-page address a drop carries, as a link or as text; empty for anything else.
+    QString droppedAddress(const QMimeData& data) const;
+    // A job ended while the window was elsewhere: the desktop says so.
+    void announce(const DownloadItem& item);
     void finishLaunching();
 
     std::unique_ptr<AlertPresenter> ownAlerts_;
     QPointer<QMainWindow> window_;
     MenuDelegate* menu_;
     SettingsWindowController* settingsWindowController_ = nullptr;
+    platform::Notifications* notifications_;
 };

@@ -4,6 +4,8 @@
 
 #include <QPointer>
 
+#include <utility>
+
 using State = DownloadItem::State;
 
 DownloadListModel::DownloadListModel(QObject* parent)
@@ -49,6 +51,9 @@ void DownloadListModel::itemChanged(const DownloadItem& item)
             rows_[row].rate.reset();
         const QModelIndex changed = index(static_cast<int>(row));
         emit dataChanged(changed, changed);
+        const State before = std::exchange(rows_[row].shown, item.state());
+        if (before != item.state() && (item.state() == State::Done || item.state() == State::Failed))
+            emit jobEnded(rows_[row].item);
         return;
     }
 }

@@ -40,12 +40,17 @@ public:
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role) const override;
 
+signals:
+    // A job reached Done or Failed.
+    void jobEnded(const std::shared_ptr<DownloadItem>& item);
+
 private:
     void itemChanged(const DownloadItem& item);
 
     struct Row {
         std::shared_ptr<DownloadItem> item;
         TransferRate rate;
+        DownloadItem::State shown = DownloadItem::State::Waiting;
     };
     std::vector<Row> rows_;
     Clock clock_;

@@ -227,6 +227,12 @@ void NewSearchController::searchTextChange()
     startSearchAnimation();
 }
 
+void NewSearchController::searchFor(const QString& text)
+{
+    searchField_->setText(text);
+    searchTextChange();
+}
+
 void NewSearchController::addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video,
                                         const QString& error)
 {

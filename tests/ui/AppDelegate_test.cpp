@@ -14,6 +14,7 @@
 #include "ui/PZBackgroundView.h"
 #include "ui/PZHeaderBackgroundView.h"
 #include "ui/PZScrollView.h"
+#include <QProgressBar>
 #include "ui/SettingsWindowController.h"
 #include "alert_recorder.h"
 #include "ui_test_home.h"
@@ -23,6 +24,8 @@
 #include <QApplication>
 #include <QButtonGroup>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolButton>
@@ -217,6 +220,66 @@ private slots:
         app.settingsClick();
         QCOMPARE(app.settingsWindowController(), settings);
         QVERIFY(settings->radioMatrix()->button(1)->isChecked());
+    }
+
+    void aDroppedWatchPageLinkIsSearchedAndAnythingElseRefused()
+    {
+        ui_test_home home;
+        AppDelegate app(nowhere(), &alerts);
+        app.applicationDidFinishLaunching();
+        QTRY_VERIFY(app.window()->isVisible());
+        app.menu()->setSubViewDownloads();
+        NewSearchController& search = *app.menu()->getNewSearchController();
+        const auto drop = [&app](const QMimeData& data) {
+            QDragEnterEvent enter(QPoint(300, 200), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(app.window(), &enter);
+            if (!enter.isAccepted())
+                return false;
+            QDropEvent dropped(QPointF(300, 200), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(app.window(), &dropped);
+            return dropped.isAccepted();
+        };
+        QMimeData file;
+        file.setUrls({QUrl::fromLocalFile(home.path() + "/song.mp3")});
+        QVERIFY(!drop(file));
+        QMimeData words;
+        words.setText("just some words");
+        QVERIFY(!drop(words));
+        QCOMPARE(app.menu()->currentView(), app.menu()->downloadController()->view());
+
+        QMimeData link;
+        link.setUrls({QUrl("http://127.0.0.1:9/watch?v=UnVsZTExMF8")});
+        QVERIFY(drop(link));
+        QCOMPARE(app.menu()->currentView(), search.view());
+        QCOMPARE(search.searchField()->text(), QString("http://127.0.0.1:9/watch?v=UnVsZTExMF8"));
+        QVERIFY(search.loader()->isVisible()); // the search runs
+        QMimeData text;
+        text.setText("  http://127.0.0.1:9/watch?v=other\n");
+        QVERIFY(drop(text));
+        QCOMPARE(search.searchField()->text(), QString("http://127.0.0.1:9/watch?v=other"));
+    }
+
+    void shortcutsReachTheViewsTheFieldAndTheSettings()
+    {
+        ui_test_home home;
+        AppDelegate app(nowhere(), &alerts);
+        app.applicationDidFinishLaunching();
+        QTRY_VERIFY(app.window()->isVisible());
+        app.window()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(app.window()));
+        MenuDelegate& menu = *app.menu();
+        QTest::keyClick(app.window(), Qt::Key_2, Qt::ControlModifier);
+        QCOMPARE(menu.currentView(), menu.downloadController()->view());
+        QCOMPARE(selectedRow(menu), 2);
+        QTest::keyClick(app.window(), Qt::Key_1, Qt::ControlModifier);
+        QCOMPARE(menu.currentView(), menu.getNewSearchController()->view());
+        menu.setSubViewDownloads();
+        menu.outlineView()->setFocus();
+        QTest::keyClick(app.window(), Qt::Key_F, Qt::ControlModifier);
+        QCOMPARE(menu.currentView(), menu.getNewSearchController()->view());
+        QTRY_VERIFY(menu.getNewSearchController()->searchField()->hasFocus());
+        QTest::keyClick(app.window(), Qt::Key_Comma, Qt::ControlModifier);
+        QVERIFY(app.settingsWindowController() && app.settingsWindowController()->window()->isVisible());
     }
 
     void textStaysReadableUnderADarkTheme()

@@ -52,7 +52,9 @@ def catalogue():
 class Melodrift:
     """One run of the program in a home of its own."""
 
-    def __init__(self, home, base, *arguments):
+    @staticmethod
+    def environment(home):
+        """The program's environment in a home of its own."""
         env = dict(os.environ, HOME=home, XDG_CONFIG_HOME=home + "/.config", XDG_CACHE_HOME=home + "/.cache",
                    XDG_RUNTIME_DIR=home + "/.run", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1",
                    PATH=home + "/bin:" + os.environ["PATH"])
@@ -60,6 +62,10 @@ class Melodrift:
         if os.geteuid() == 0:
             env["QTWEBENGINE_DISABLE_SANDBOX"] = "1"
         os.makedirs(home + "/.run", mode=0o700, exist_ok=True)
+        return env
+
+    def __init__(self, home, base, *arguments):
+        env = self.environment(home)
         self.log = open(home + "/melodrift.log", "ab")
         self.process = subprocess.Popen([BINARY, "--service", base, "--verbose", *arguments],
                                         env=env, stdout=self.log, stderr=subprocess.STDOUT)

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QLocalServer>
+#include <QObject>
+#include <QString>
+
+// One running program per user: a second start hands its request to the first
+// over a local socket and ends. The socket lives in the user's runtime folder;
+// one left behind by a program that died is removed, never in the way.
+class QLocalSocket;
+
+namespace platform {
+
+class SingleInstance : public QObject {
+    Q_OBJECT
+public:
+    // name: the socket's file name in the runtime folder.
+    explicit SingleInstance(const QString& name, QObject* parent = nullptr);
+
+    // True when a running program took the message (this one ends); false when
+    // this is the first, which now listens for the later ones.
+    bool handOver(const QByteArray& message);
+    QString socketPath() const { return path_; }
+
+signals:
+    void messageReceived(const QByteArray& message);
+
+private:
+    bool send(const QByteArray& message) const;
+    void receive(QLocalSocket* socket);
+
+    QString path_;
+    QLocalServer server_;
+};
+
+} // namespace platform

@@ -1,0 +1,69 @@
+"""One Melodrift per user: a second start brings the running window to the
+front and ends; a socket left by a killed program does not stop a start."""
+
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+import pyatspi
+from Xlib import X, display
+
+from desktop import BINARY, DesktopTest, Melodrift, wait_for
+
+
+def stacking():
+    """The names of the mapped top-level windows, bottom to top."""
+    d = display.Display()
+    names = []
+    for window in d.screen().root.query_tree().children:
+        try:
+            if window.get_attributes().map_state == X.IsViewable:
+                names.append(window.get_wm_name())
+        except Exception:
+            pass
+    d.close()
+    return names
+
+
+def above(upper, lower):
+    order = stacking()
+    return upper in order and lower in order and \
+        len(order) - 1 - order[::-1].index(upper) > len(order) - 1 - order[::-1].index(lower)
+
+
+class Instance(DesktopTest):
+    def test_a_second_start_raises_the_first_and_ends(self):
+        run = self.start()
+        run.press(run.menu_item("Settings\u2026"))
+        run.wait(pyatspi.ROLE_DIALOG, "Settings")
+        wait_for(lambda: above("Settings", "Melodrift"), 10, "the settings window over the main window")
+
+        started = time.monotonic()
+        second = subprocess.run([BINARY, "--service", self.service.base], env=Melodrift.environment(self.home),
+                                capture_output=True, timeout=30)
+        self.assertEqual(second.returncode, 0, second.stderr)
+        self.assertLess(time.monotonic() - started, 10)
+        wait_for(lambda: above("Melodrift", "Settings"), 10, "the main window to come to the front")
+        self.assertIsNone(run.process.poll())
+
+        # With an address, the running one shows that video.
+        third = subprocess.run([BINARY, self.service.watch("UnVsZTExMF8")], env=Melodrift.environment(self.home),
+                               capture_output=True, timeout=30)
+        self.assertEqual(third.returncode, 0, third.stderr)
+        run.row("Rule 110 in Five Seconds")
+
+    def test_a_killed_programs_socket_does_not_stop_a_start(self):
+        first = self.start()
+        socket = os.path.join(self.home, ".run", "melodrift.socket")
+        wait_for(lambda: os.path.exists(socket), 10, "the socket")
+        first.process.send_signal(signal.SIGKILL)
+        first.process.wait()
+        self.assertTrue(os.path.exists(socket))
+        again = self.start()  # waits for its window
+        self.assertIsNone(again.process.poll())
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

@@ -1,12 +1,9 @@
 // The application shell: launch order, sidebar, window size, settings window,
 // and readable text under a dark system theme.
-#include "downloads/AudioDownloadItem.h"
 #include "downloads/Settings.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
-#include "route_server.h"
 #include "ui/AppDelegate.h"
-#include "ui/DownloadListModel.h"
 #include "ui/DownloadsController.h"
 #include "ui/MenuDelegate.h"
 #include "ui/MenuModel.h"
@@ -156,33 +153,6 @@ private slots:
         QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.visualRect(model.index(1, 0)).center());
         QCOMPARE(menu.currentView(), search);
         QCOMPARE(selectedRow(menu), 1);
-    }
-
-    void aDownloadOfTheSearchViewShowsTheDownloadsView()
-    {
-        ui_test_home home;
-        route_server server([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
-        AppDelegate app(nowhere(), &alerts);
-        app.applicationDidFinishLaunching();
-        QTRY_VERIFY(app.window()->isVisible());
-        MenuDelegate& menu = *app.menu();
-
-        auto video = YouTubeVideo::initFromURL(QUrl("http://127.0.0.1/watch?v=a"), QUrl());
-        video->setTitle("First");
-        const auto stream = YouTubeUrl::init({server.base() + "/a", "medium", "video/webm"});
-        NewSearchController& search = *menu.getNewSearchController();
-        search.downloadEvent(search, AudioDownloadItem::initWithBitrate(video, stream, 320));
-        QCOMPARE(selectedRow(menu), 2);
-        QCOMPARE(menu.currentView(), menu.downloadController()->view());
-
-        menu.setSubViewNewSearch();
-        video->setTitle("Second");
-        search.downloadEvent(search, AudioDownloadItem::initWithBitrate(video, stream, 320));
-        QCOMPARE(selectedRow(menu), 2);
-        const DownloadListModel& jobs = *menu.downloadController()->model();
-        QCOMPARE(jobs.rowCount(), 2);
-        QCOMPARE(jobs.item(0)->video()->title(), QString("Second"));
-        QTRY_COMPARE(jobs.item(0)->state(), DownloadItem::State::Failed);
     }
 
     void windowIsNeverNarrowerOrLowerThanTheLimit()

@@ -7,6 +7,7 @@
 #include "downloads/DownloadItem.h"
 #include "downloads/VideoDownloadItem.h"
 #include "platform/Log.h"
+#include "platform/Text.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -50,16 +51,6 @@ void print(const QString& text)
 void complain(const QString& text)
 {
     std::fputs((text + QLatin1Char('\n')).toLocal8Bit().constData(), stderr);
-}
-
-QString clock(qint64 seconds)
-{
-    if (seconds >= 3600)
-        return QStringLiteral("%1:%2:%3")
-            .arg(seconds / 3600)
-            .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
-            .arg(seconds % 60, 2, 10, QLatin1Char('0'));
-    return QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
 }
 
 // Prints a job's progress: a bar redrawn in place on a terminal, plain lines
@@ -191,7 +182,7 @@ int CliApplication::search(const QStringList& words)
     for (qsizetype i = 0; i < videos.size(); ++i)
         print(QStringLiteral("%1. %2  %3\n    %4\n")
                   .arg(i + 1, 2)
-                  .arg(clock(videos[i]->seconds()), 7)
+                  .arg(platform::clockText(videos[i]->seconds()), 7)
                   .arg(videos[i]->title(), videos[i]->link().toString()));
     return 0;
 }

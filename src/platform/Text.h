@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QString>
 #include <QStringView>
+
+#include <algorithm>
 
 #include <limits>
 
@@ -24,6 +27,18 @@ inline qint64 leadingInteger(QStringView text)
         value = value * 10 + digit;
     }
     return negative ? -value : value;
+}
+
+// A length of time as a clock shows it: "4:05", "1:02:03"; negative counts as 0.
+inline QString clockText(qint64 seconds)
+{
+    seconds = std::max<qint64>(seconds, 0);
+    if (seconds >= 3600)
+        return QStringLiteral("%1:%2:%3")
+            .arg(seconds / 3600)
+            .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
+            .arg(seconds % 60, 2, 10, QLatin1Char('0'));
+    return QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
 }
 
 } // namespace platform

@@ -2,6 +2,7 @@
 
 #include "downloads/DownloadItem.h"
 #include "platform/Localization.h"
+#include "platform/Text.h"
 #include "ui/DownloadListModel.h"
 #include "ui/ElidedLabel.h"
 
@@ -26,16 +27,6 @@ QString bytes(qint64 count)
     return QLocale().formattedDataSize(count, 1, QLocale::DataSizeSIFormat);
 }
 
-QString clock(qint64 seconds)
-{
-    if (seconds >= 3600)
-        return QStringLiteral("%1:%2:%3")
-            .arg(seconds / 3600)
-            .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
-            .arg(seconds % 60, 2, 10, QLatin1Char('0'));
-    return QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
-}
-
 std::optional<qint64> number(const QVariant& value)
 {
     return value.isValid() ? std::optional<qint64>(value.toLongLong()) : std::nullopt;
@@ -56,9 +47,9 @@ QString details(const QModelIndex& index, State state)
         if (const QVariant speed = index.data(DownloadListModel::BytesPerSecondRole); speed.isValid())
             parts << Localization::string("Downloads.Speed").arg(bytes(static_cast<qint64>(speed.toDouble())));
         if (const auto left = number(index.data(DownloadListModel::SecondsLeftRole)))
-            parts << Localization::string("Downloads.TimeLeft").arg(clock(*left));
+            parts << Localization::string("Downloads.TimeLeft").arg(platform::clockText(*left));
     } else if (state == State::Converting && value && maximum && *maximum > 0) {
-        parts << Localization::string("Downloads.BytesOfTotal").arg(clock(*value), clock(*maximum));
+        parts << Localization::string("Downloads.BytesOfTotal").arg(platform::clockText(*value), platform::clockText(*maximum));
     }
     return parts.join(QStringLiteral(" \u00b7 "));
 }

@@ -23,12 +23,7 @@ HeaderCell::HeaderCell(QWidget* parent) : ResultCell(QSize(400, 225), parent), d
     descriptionLabel_->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     descriptionLabel_->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Ignored);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(6);
-    buttons->addWidget(previewButton_);
-    buttons->addWidget(downloadVideoButton_);
-    buttons->addWidget(downloadAudioButton_);
-    buttons->addStretch(1);
+    QHBoxLayout* buttons = buttonRow();
 
     auto* picture = new QVBoxLayout;
     picture->setSpacing(10);

@@ -16,12 +16,7 @@ MainCell::MainCell(QWidget* parent) : ResultCell(QSize(160, 90), parent)
     bold.setBold(true);
     titleLabel_->setFont(bold);
 
-    auto* buttons = new QHBoxLayout;
-    buttons->setSpacing(6);
-    buttons->addWidget(previewButton_);
-    buttons->addWidget(downloadVideoButton_);
-    buttons->addWidget(downloadAudioButton_);
-    buttons->addStretch(1);
+    QHBoxLayout* buttons = buttonRow();
     buttons->addWidget(busy_);
 
     auto* text = new QVBoxLayout;

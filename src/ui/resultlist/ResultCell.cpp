@@ -1,9 +1,11 @@
 #include "ui/resultlist/ResultCell.h"
 
 #include "platform/Localization.h"
+#include "platform/Text.h"
 #include "ui/ElidedLabel.h"
 #include "ui/SearchResultModel.h"
 
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
 #include <QProgressBar>
@@ -44,15 +46,15 @@ ResultCell::ResultCell(QSize thumbnailSize, QWidget* parent)
     connect(downloadAudioButton_, &QPushButton::clicked, this, &ResultCell::downloadAudioClicked);
 }
 
-QString ResultCell::length(qint64 seconds)
+QHBoxLayout* ResultCell::buttonRow() const
 {
-    seconds = std::max<qint64>(seconds, 0);
-    if (seconds >= 3600)
-        return QStringLiteral("%1:%2:%3")
-            .arg(seconds / 3600)
-            .arg(seconds / 60 % 60, 2, 10, QLatin1Char('0'))
-            .arg(seconds % 60, 2, 10, QLatin1Char('0'));
-    return QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
+    auto* buttons = new QHBoxLayout;
+    buttons->setSpacing(6);
+    buttons->addWidget(previewButton_);
+    buttons->addWidget(downloadVideoButton_);
+    buttons->addWidget(downloadAudioButton_);
+    buttons->addStretch(1);
+    return buttons;
 }
 
 void ResultCell::setObjectValue(const QModelIndex& index)
@@ -61,7 +63,7 @@ void ResultCell::setObjectValue(const QModelIndex& index)
     titleLabel_->setFullText(title);
     setAccessibleName(title);
     setAccessibleDescription(title);
-    lengthLabel_->setText(length(index.data(SearchResultModel::SecondsRole).toLongLong()));
+    lengthLabel_->setText(platform::clockText(index.data(SearchResultModel::SecondsRole).toLongLong()));
     busy_->setVisible(index.data(SearchResultModel::LoadingRole).toBool());
 
     // Decoded where it was fetched; scaled here once per picture.

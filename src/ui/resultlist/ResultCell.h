@@ -5,6 +5,7 @@
 #include <QImage>
 
 class ElidedLabel;
+class QHBoxLayout;
 class QLabel;
 class QProgressBar;
 class QPushButton;
@@ -24,9 +25,6 @@ public:
     ElidedLabel* titleLabel() const { return titleLabel_; }
     QLabel* lengthLabel() const { return lengthLabel_; }
 
-    // "4:05", "1:02:03".
-    static QString length(qint64 seconds);
-
 signals:
     void previewClicked();
     void downloadVideoClicked();
@@ -35,6 +33,8 @@ signals:
 protected:
     ResultCell(QSize thumbnailSize, QWidget* parent);
     void paintEvent(QPaintEvent* event) override;
+    // Preview, Download video and Download audio, side by side.
+    QHBoxLayout* buttonRow() const;
 
     QLabel* thumbnailView_;
     ElidedLabel* titleLabel_;

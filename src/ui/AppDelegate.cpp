@@ -86,6 +86,10 @@ AppDelegate::~AppDelegate()
 {
     delete menu_;
     delete settingsWindowController_;
+    // The window's own teardown still sends it events, when it is no longer a
+    // QMainWindow; the filter must not see them.
+    if (window_)
+        window_->removeEventFilter(this);
     delete window_;
 }
 

@@ -6,6 +6,7 @@
 #include "ui/AppDelegate.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QLoggingCategory>
 
 #include <cstdio>
@@ -52,6 +53,9 @@ int main(int argc, char** argv)
     QApplication::setOrganizationName(QStringLiteral("Melodrift"));
     QApplication::setApplicationName(QStringLiteral("Melodrift"));
     QApplication::setApplicationVersion(AppDelegate::getVersion());
+    // Desktops find the entry, and with it the name and icon, by this.
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.melodrift.Melodrift"));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/logo.png")));
 
     // What Qt left of the arguments is ours.
     const QStringList arguments = QApplication::arguments();

@@ -1,0 +1,55 @@
+#include "catalogue/ThumbnailBatch.h"
+
+#include <condition_variable>
+#include <mutex>
+
+struct ThumbnailBatch::State {
+    std::mutex mutex;
+    std::condition_variable ready;
+    std::vector<std::optional<QImage>> pictures;
+    bool cancelled = false;
+};
+
+ThumbnailBatch::ThumbnailBatch(const std::vector<std::optional<QUrl>>& addresses,
+                               std::shared_ptr<platform::CancelToken> cancel, platform::FetchPool& pool)
+    : state_(std::make_shared<State>()), cancel_(std::move(cancel))
+{
+    state_->pictures.resize(addresses.size());
+    if (cancel_) {
+        hook_ = cancel_->watch([state = state_] {
+            std::lock_guard lock(state->mutex);
+            state->cancelled = true;
+            state->ready.notify_all();
+        });
+    }
+    for (std::size_t i = 0; i < addresses.size(); ++i) {
+        if (!addresses[i]) {
+            state_->pictures[i] = QImage();
+            continue;
+        }
+        pool.get(*addresses[i], cancel_, [state = state_, i](const platform::HttpResponse& response) {
+            // Decoded here, on the pool's thread, so that pictures decode side by side.
+            QImage image;
+            if (!response.error && !response.body.isEmpty())
+                image.loadFromData(response.body);
+            std::lock_guard lock(state->mutex);
+            state->pictures[i] = std::move(image);
+            state->ready.notify_all();
+        });
+    }
+}
+
+ThumbnailBatch::~ThumbnailBatch()
+{
+    if (cancel_)
+        cancel_->forget(hook_);
+}
+
+std::optional<QImage> ThumbnailBatch::wait(std::size_t i) const
+{
+    std::unique_lock lock(state_->mutex);
+    state_->ready.wait(lock, [&] { return state_->cancelled || state_->pictures[i].has_value(); });
+    if (state_->cancelled)
+        return std::nullopt;
+    return state_->pictures[i];
+}

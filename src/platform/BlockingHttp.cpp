@@ -59,9 +59,10 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
     CancelToken::Hook hook = 0;
     if (options.cancel) {
         // The reply is this thread's: the abort is queued to it. It stays alive
-        // while the hook may run, as forget() comes before the delete below.
-        hook = options.cancel->watch(
-            [reply] { QMetaObject::invokeMethod(reply, &QNetworkReply::abort, Qt::QueuedConnection); });
+        // while the hook may run, as forget() comes before the delete below. By
+        // name, so that the queued call is made and run wholly inside Qt, whose
+        // locks ThreadSanitizer cannot see.
+        hook = options.cancel->watch([reply] { QMetaObject::invokeMethod(reply, "abort", Qt::QueuedConnection); });
     }
     if (!reply->isFinished())
         loop.exec();

@@ -187,6 +187,10 @@ private:
         if (open && together_ > 0) {
             const std::size_t group = group_;
             if (++waiting_ == together_ || arrived_ == expected_) {
+                // The full group is held a little longer: a request beyond the
+                // bound would be on its way by now.
+                if (waiting_ == together_)
+                    turn_.wait_for(lock, std::chrono::milliseconds(100), [&] { return together_ == 0; });
                 waiting_ = 0;
                 ++group_;
                 turn_.notify_all();

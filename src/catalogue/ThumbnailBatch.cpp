@@ -6,7 +6,7 @@
 struct ThumbnailBatch::State {
     std::mutex mutex;
     std::condition_variable ready;
-    std::vector<std::optional<QImage>> pictures;
+    std::vector<std::optional<QByteArray>> pictures; // as fetched; empty: none came
     bool cancelled = false;
 };
 
@@ -24,16 +24,14 @@ ThumbnailBatch::ThumbnailBatch(const std::vector<std::optional<QUrl>>& addresses
     }
     for (std::size_t i = 0; i < addresses.size(); ++i) {
         if (!addresses[i]) {
-            state_->pictures[i] = QImage();
+            state_->pictures[i] = QByteArray();
             continue;
         }
         pool.get(*addresses[i], cancel_, [state = state_, i](const platform::HttpResponse& response) {
-            // Decoded here, on the pool's thread, so that pictures decode side by side.
-            QImage image;
-            if (!response.error && !response.body.isEmpty())
-                image.loadFromData(response.body);
+            // Decoded by the waiter, not here: the pool's thread is free for the
+            // next fetch at once.
             std::lock_guard lock(state->mutex);
-            state->pictures[i] = std::move(image);
+            state->pictures[i] = response.error ? QByteArray() : response.body;
             state->ready.notify_all();
         });
     }
@@ -47,9 +45,16 @@ ThumbnailBatch::~ThumbnailBatch()
 
 std::optional<QImage> ThumbnailBatch::wait(std::size_t i) const
 {
-    std::unique_lock lock(state_->mutex);
-    state_->ready.wait(lock, [&] { return state_->cancelled || state_->pictures[i].has_value(); });
-    if (state_->cancelled)
-        return std::nullopt;
-    return state_->pictures[i];
+    QByteArray bytes;
+    {
+        std::unique_lock lock(state_->mutex);
+        state_->ready.wait(lock, [&] { return state_->cancelled || state_->pictures[i].has_value(); });
+        if (state_->cancelled)
+            return std::nullopt;
+        bytes = *state_->pictures[i];
+    }
+    QImage image;
+    if (!bytes.isEmpty())
+        image.loadFromData(bytes);
+    return image;
 }

@@ -150,12 +150,15 @@ void HttpServer::acceptLoop()
             continue; // a client that went away already, or out of descriptors for now
         auto& connection = connections_.emplace_back();
         connection.fd = fd;
+        ++open_;
         try {
             connection.thread = std::thread([this, &connection] {
                 serve(connection.fd);
+                --open_;
                 connection.finished = true;
             });
         } catch (const std::system_error&) {
+            --open_;
             ::close(fd);
             connections_.pop_back();
         }

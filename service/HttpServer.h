@@ -41,6 +41,10 @@ public:
     // threads. Safe to call more than once.
     void stop();
 
+    // Connections taken and not yet over: answered and closed, or given up by the
+    // client.
+    std::size_t openConnections() const { return open_; }
+
 private:
     struct Connection {
         int fd = -1;
@@ -63,6 +67,7 @@ private:
     unsigned short port_ = 0;
     std::thread acceptThread_;
     std::list<Connection> connections_; // the accept thread's, until it has ended
+    std::atomic<std::size_t> open_{0};
 
     std::mutex mutex_;
     std::condition_variable stopped_;

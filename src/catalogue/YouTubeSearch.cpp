@@ -1,10 +1,12 @@
 #include "catalogue/YouTubeSearch.h"
 
+#include "catalogue/ThumbnailBatch.h"
 #include "catalogue/xml/TBXML.h"
 #include "platform/MainThread.h"
 #include "platform/Log.h"
 
-
+#include <optional>
+#include <utility>
 #include <vector>
 
 using platform::Log;
@@ -40,13 +42,18 @@ void YouTubeSearch::searchStart()
     const auto started = std::make_shared<const QUrl>(
         QUrl(address.toString() + QStringLiteral("?alt=rss&q=") + escapeSearchWords(searchString())));
     currentUrl_.set(started);
+    // After the address: a search woken by its cancel already finds itself stale.
+    const auto thumbnails = std::make_shared<platform::CancelToken>();
+    const auto superseded = thumbnails_.update([&](auto& current) { return std::exchange(current, thumbnails); });
+    if (superseded)
+        superseded->cancel();
 
     downloadOffset_.set(0.5);
     downloadCount_.set(26.0);
     updateEvent(*this);
 
-    queue_.post([self = shared_from_this(), started] {
-        self->complete(started, platform::BlockingHttp::get(*started));
+    queue_.post([self = shared_from_this(), started, thumbnails] {
+        self->complete(started, thumbnails, platform::BlockingHttp::get(*started));
     });
 }
 
@@ -56,7 +63,9 @@ void YouTubeSearch::fail(const platform::Error& error)
     errorEvent(*this, error);
 }
 
-void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started, const platform::HttpResponse& response)
+void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started,
+                             const std::shared_ptr<platform::CancelToken>& thumbnails,
+                             const platform::HttpResponse& response)
 {
     if (isStale(started))
         return; // the newer search owns done
@@ -88,14 +97,25 @@ void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started, const p
 
     if (isStale(started))
         return;
+    // Every thumbnail is asked for now; each item below waits for its own only.
+    std::vector<std::optional<QUrl>> addresses;
+    addresses.reserve(items.size());
+    for (const TBXMLElement* item : items)
+        addresses.push_back(YouTubeVideo::thumbnailAddress(item));
+    const ThumbnailBatch pictures(addresses, thumbnails);
+
     downloadCount_.set(static_cast<double>(items.size()));
     downloadOffset_.set(1.0);
     updateEvent(*this);
 
-    for (const TBXMLElement* item : items) {
+    for (std::size_t i = 0; i < items.size(); ++i) {
         if (isStale(started))
             return;
-        const std::shared_ptr<YouTubeVideo> video = YouTubeVideo::initFromXML(item, endpoints_.parserService);
+        const std::optional<QImage> picture = pictures.wait(i);
+        if (!picture)
+            return; // called off by a newer search
+        const std::shared_ptr<YouTubeVideo> video =
+            YouTubeVideo::initFromXML(items[i], endpoints_.parserService, *picture);
         videos_.update([&](auto& videos) { videos.append(video); });
         if (isStale(started))
             return;

@@ -2,6 +2,7 @@
 
 #include "catalogue/YouTubeVideo.h"
 #include "platform/BlockingHttp.h"
+#include "platform/CancelToken.h"
 #include "platform/Error.h"
 #include "platform/Event.h"
 #include "platform/Property.h"
@@ -22,7 +23,8 @@ public:
     static std::shared_ptr<YouTubeSearch> create(const platform::ServiceEndpoints& endpoints);
 
     // Starts a search for searchString and returns at once. A search that is
-    // running is superseded: it stops without further events.
+    // running is superseded: it stops without further events, and its thumbnails
+    // still to come or under way are called off.
     void searchStart();
     // Blocks, running the calling thread's event loop, until no search runs.
     void waitForFinish() const;
@@ -49,7 +51,8 @@ public:
 private:
     explicit YouTubeSearch(const platform::ServiceEndpoints& endpoints) : endpoints_(endpoints) {}
 
-    void complete(const std::shared_ptr<const QUrl>& started, const platform::HttpResponse& response);
+    void complete(const std::shared_ptr<const QUrl>& started, const std::shared_ptr<platform::CancelToken>& thumbnails,
+                  const platform::HttpResponse& response);
     bool isStale(const std::shared_ptr<const QUrl>& started) const { return currentUrl() != started; }
     void fail(const platform::Error& error);
 
@@ -60,5 +63,7 @@ private:
     platform::Property<std::shared_ptr<const QUrl>> currentUrl_;
     platform::Property<double> downloadOffset_;
     platform::Property<double> downloadCount_;
+    // Calls off the thumbnails of the search in progress.
+    platform::Property<std::shared_ptr<platform::CancelToken>> thumbnails_;
     platform::SerialQueue queue_;
 };

@@ -1,5 +1,6 @@
 #include "catalogue/YouTubeVideo.h"
 
+#include "catalogue/ThumbnailBatch.h"
 #include "catalogue/xml/TBXML.h"
 #include "core/youtube_error.h"
 #include "core/youtube_parser.h"
@@ -14,14 +15,29 @@ using platform::Log;
 
 QImage YouTubeVideo::fetchImage(const QUrl& url)
 {
-    const platform::HttpResponse response = platform::BlockingHttp::get(url);
-    QImage image;
-    if (!response.error && !response.body.isEmpty())
-        image.loadFromData(response.body);
-    return image;
+    // Through the pool that the search's thumbnails take, so that the two together
+    // stay within its bound.
+    return ThumbnailBatch({url}).wait(0).value_or(QImage());
+}
+
+std::optional<QUrl> YouTubeVideo::thumbnailAddress(const TBXMLElement* item)
+{
+    const TBXMLElement* group = TBXML::childElementNamed("media:group", item);
+    const std::optional<QString> url =
+        TBXML::valueOfAttributeNamed("url", TBXML::childElementNamed("media:thumbnail", group));
+    if (!url)
+        return std::nullopt;
+    return QUrl(*url);
 }
 
 std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item, const QUrl& parserService)
+{
+    const std::optional<QUrl> thumbnail = thumbnailAddress(item);
+    return initFromXML(item, parserService, thumbnail ? fetchImage(*thumbnail) : QImage());
+}
+
+std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item, const QUrl& parserService,
+                                                        const QImage& thumbnail)
 {
     std::shared_ptr<YouTubeVideo> video(new YouTubeVideo(parserService));
     video->setTitle(TBXML::stringByDecodingXMLEntities(TBXML::textForElement(TBXML::childElementNamed("title", item))));
@@ -35,14 +51,11 @@ std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item
     link.replace(QLatin1String("&amp;"), QLatin1String("&"));
     video->setLink(QUrl(link));
 
-    const TBXMLElement* group = TBXML::childElementNamed("media:group", item);
-    const std::optional<QString> thumbnail =
-        TBXML::valueOfAttributeNamed("url", TBXML::childElementNamed("media:thumbnail", group));
-    const QImage image = thumbnail ? fetchImage(QUrl(*thumbnail)) : QImage();
-    if (image.isNull())
+    if (thumbnail.isNull())
         Log::line(QStringLiteral(" NSImage is null"));
-    video->setThumbnail(image);
+    video->setThumbnail(thumbnail);
 
+    const TBXMLElement* group = TBXML::childElementNamed("media:group", item);
     const std::optional<QString> seconds =
         TBXML::valueOfAttributeNamed("seconds", TBXML::childElementNamed("yt:duration", group));
     video->setSeconds(seconds ? platform::leadingInteger(*seconds) : 0);

@@ -24,8 +24,14 @@ class YouTubeVideo : public std::enable_shared_from_this<YouTubeVideo> {
 public:
     using StreamList = QList<std::shared_ptr<YouTubeUrl>>;
 
-    // parserService: the whole address of the parser service.
+    // parserService: the whole address of the parser service. Fetches the item's
+    // thumbnail and waits for it.
     static std::shared_ptr<YouTubeVideo> initFromXML(const TBXMLElement* item, const QUrl& parserService);
+    // The same with the thumbnail fetched already (null: none could be had).
+    static std::shared_ptr<YouTubeVideo> initFromXML(const TBXMLElement* item, const QUrl& parserService,
+                                                     const QImage& thumbnail);
+    // Where the feed item's thumbnail is, if it names one.
+    static std::optional<QUrl> thumbnailAddress(const TBXMLElement* item);
     static std::shared_ptr<YouTubeVideo> initFromURL(const QUrl& link, const QUrl& parserService);
 
     // The watch page, fetched on the first call; nothing unless it came with status 200.

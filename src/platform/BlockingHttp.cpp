@@ -32,6 +32,10 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
         response.error = Error{domain, QNetworkReply::ProtocolUnknownError, QStringLiteral("Invalid URL: ") + url.toString()};
         return response;
     }
+    if (options.cancel && options.cancel->isCancelled()) {
+        response.error = Error{domain, QNetworkReply::OperationCanceledError, QStringLiteral("Cancelled")};
+        return response;
+    }
 
     QNetworkAccessManager manager;
     QNetworkRequest request(url);
@@ -52,8 +56,18 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
         response.body += reply->readAll();
     });
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
+    CancelToken::Hook hook = 0;
+    if (options.cancel) {
+        // The reply is this thread's: the abort is queued to it. It stays alive
+        // while the hook may run, as forget() comes before the delete below. By
+        // name, so that the queued call is made and run wholly inside Qt, whose
+        // locks ThreadSanitizer cannot see.
+        hook = options.cancel->watch([reply] { QMetaObject::invokeMethod(reply, "abort", Qt::QueuedConnection); });
+    }
     if (!reply->isFinished())
         loop.exec();
+    if (options.cancel)
+        options.cancel->forget(hook);
 
     if (!tooLarge)
         response.body += reply->readAll();

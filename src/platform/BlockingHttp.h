@@ -1,11 +1,13 @@
 #pragma once
 
+#include "platform/CancelToken.h"
 #include "platform/Error.h"
 
 #include <QByteArray>
 #include <QUrl>
 
 #include <chrono>
+#include <memory>
 #include <optional>
 
 namespace platform {
@@ -29,6 +31,9 @@ public:
         std::chrono::milliseconds timeout{60000};
         // A body beyond this is refused; whatever a server sends, memory stays bounded.
         qint64 maxBytes = 64 * 1024 * 1024;
+        // Once cancelled, a transfer under way is aborted and none is begun: the
+        // response is then an error.
+        std::shared_ptr<CancelToken> cancel;
     };
 
     static HttpResponse get(const QUrl& url);

@@ -8,7 +8,11 @@
 #include <QThread>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <functional>
 #include <mutex>
+#include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -40,6 +44,16 @@ struct recorder {
     }
 };
 
+// For what follows soon but not at once; bounded, so that a fault fails the test
+// instead of hanging it.
+bool eventually(const std::function<bool()>& done)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!done() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return done();
+}
+
 class FeedSearch : public ::testing::Test {
 protected:
     FeedSearch() { events.listen(*search); }
@@ -60,22 +74,45 @@ protected:
 
 } // namespace
 
-TEST_F(FeedSearch, ThreeItemsReportProgressThenResults)
+TEST_F(FeedSearch, ItemsReportInFeedOrderWhateverOrderTheirPicturesCome)
 {
-    service.set_feed("cartoons", {{"a", "First", "", "10"}, {"b", "Second", "", "20"}, {"c", "Third", "", "30"}});
+    // One picture not found, one that is no picture; the last picture comes first.
+    service.set_feed("cartoons", {{"5a", "First", "", "10"}, {"missing", "Second", "", "20"}, {"3c", "Third", "", "30"},
+                                  {"garbage", "Fourth", "", "40"}, {"2e", "Fifth", "", "50"}});
+    service.answer_thumbnails_in_order({"2e", "garbage", "3c", "missing", "5a"});
     run("cartoons");
 
-    const std::vector<std::pair<double, double>> expected{{0.5, 26.0}, {0.75, 26.0}, {1.0, 3.0},
-                                                          {2.0, 3.0},  {3.0, 3.0},   {4.0, 3.0}};
+    const std::vector<std::pair<double, double>> expected{{0.5, 26.0}, {0.75, 26.0}, {1.0, 5.0}, {2.0, 5.0},
+                                                          {3.0, 5.0},  {4.0, 5.0},   {5.0, 5.0}, {6.0, 5.0}};
     EXPECT_EQ(events.progress, expected);
-    EXPECT_EQ(events.found, std::vector<qulonglong>{3});
+    EXPECT_EQ(events.found, std::vector<qulonglong>{5});
     EXPECT_TRUE(events.errors.empty());
     EXPECT_TRUE(events.off_main_thread);
-    ASSERT_EQ(search->videos().size(), 3);
-    EXPECT_EQ(search->videos()[0]->title(), "First");
+    std::vector<QString> titles;
+    std::vector<int> widths; // 0: no picture
+    for (const auto& video : search->videos()) {
+        titles.push_back(video->title());
+        widths.push_back(video->thumbnail().width());
+    }
+    EXPECT_EQ(titles, (std::vector<QString>{"First", "Second", "Third", "Fourth", "Fifth"}));
+    EXPECT_EQ(widths, (std::vector<int>{5, 0, 3, 0, 2}));
     EXPECT_EQ(search->videos()[2]->seconds(), 30);
-    EXPECT_FALSE(search->videos()[1]->thumbnail().isNull());
+    EXPECT_EQ(quiet.lines().count(" NSImage is null"), 2);
     EXPECT_TRUE(search->isDone());
+}
+
+TEST_F(FeedSearch, AtMostEightThumbnailsAtOnce)
+{
+    std::vector<feed_item> items;
+    for (int i = 0; i < 20; ++i)
+        items.push_back({"p" + std::to_string(i), "T", "", "1"});
+    service.set_feed("many", items);
+    service.gather_thumbnails(8, items.size());
+    run("many");
+    EXPECT_EQ(service.peak_thumbnails(), 8u);
+    EXPECT_EQ(events.found, std::vector<qulonglong>{20});
+    ASSERT_EQ(search->videos().size(), 20);
+    EXPECT_FALSE(search->videos().back()->thumbnail().isNull());
 }
 
 TEST_F(FeedSearch, NotFoundIsOneErrorAndNoResults)
@@ -129,6 +166,34 @@ TEST_F(FeedSearch, OnlyTheLatestOfTwoQuickSearchesReports)
     ASSERT_EQ(search->videos().size(), 2);
     EXPECT_EQ(search->videos()[0]->title(), "Fast one");
     EXPECT_EQ(service.count("/feeds/api/videos"), 2u);
+}
+
+TEST_F(FeedSearch, NewerSearchCallsOffTheOldersThumbnails)
+{
+    std::vector<feed_item> held;
+    for (int i = 0; i < 12; ++i)
+        held.push_back({"stall" + std::to_string(i), "Held", "", "1"});
+    service.set_feed("held", held);
+    service.set_feed("next", {{"n1", "Next one", "", "1"}, {"n2", "Next two", "", "2"}});
+    search->setSearchString("held");
+    search->searchStart();
+    ASSERT_TRUE(eventually([&] { return service.count("/thumb/stall") >= 8; }));
+    std::size_t before = 0;
+    {
+        std::lock_guard lock(events.mutex);
+        before = events.progress.size();
+    }
+
+    run("next");
+    // Closed by the client already; the server takes a moment to see it.
+    EXPECT_TRUE(eventually([&] { return service.open_connections() == 0; }));
+    // Those still waiting their turn were never asked for.
+    EXPECT_EQ(service.count("/thumb/stall"), 8u);
+    const std::vector<std::pair<double, double>> next{{0.5, 26.0}, {0.75, 26.0}, {1.0, 2.0}, {2.0, 2.0}, {3.0, 2.0}};
+    EXPECT_EQ(std::vector(events.progress.begin() + static_cast<std::ptrdiff_t>(before), events.progress.end()), next);
+    EXPECT_EQ(events.found, std::vector<qulonglong>{2});
+    ASSERT_EQ(search->videos().size(), 2);
+    EXPECT_EQ(search->videos()[0]->title(), "Next one");
 }
 
 TEST_F(FeedSearch, WordsOnTheWire)

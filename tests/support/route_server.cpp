@@ -12,6 +12,8 @@ route_server::route_server(handler h) : handler_(std::move(h))
         service::HttpResponse out = service::HttpResponse::text(reply.status, reply.body);
         out.headers = reply.headers;
         out.delay = reply.delay;
+        if (reply.stall)
+            out.delivery = service::Delivery::stall;
         return out;
     });
 }

@@ -25,6 +25,8 @@ public:
         std::string body;
         std::vector<std::pair<std::string, std::string>> headers;
         std::chrono::milliseconds delay{0};
+        // Half the body, then the connection held until the client gives up.
+        bool stall = false;
     };
     using handler = std::function<response(const request&)>;
 
@@ -39,6 +41,8 @@ public:
     std::vector<request> requests() const;
     // Requests whose target starts with prefix.
     std::size_t count(const std::string& prefix) const;
+    // Connections not yet closed, by either side.
+    std::size_t open_connections() const { return server_.openConnections(); }
 
 private:
     handler handler_;

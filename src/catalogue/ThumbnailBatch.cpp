@@ -1,0 +1,60 @@
+#include "catalogue/ThumbnailBatch.h"
+
+#include <condition_variable>
+#include <mutex>
+
+struct ThumbnailBatch::State {
+    std::mutex mutex;
+    std::condition_variable ready;
+    std::vector<std::optional<QByteArray>> pictures; // as fetched; empty: none came
+    bool cancelled = false;
+};
+
+ThumbnailBatch::ThumbnailBatch(const std::vector<std::optional<QUrl>>& addresses,
+                               std::shared_ptr<platform::CancelToken> cancel, platform::FetchPool& pool)
+    : state_(std::make_shared<State>()), cancel_(std::move(cancel))
+{
+    state_->pictures.resize(addresses.size());
+    if (cancel_) {
+        hook_ = cancel_->watch([state = state_] {
+            std::lock_guard lock(state->mutex);
+            state->cancelled = true;
+            state->ready.notify_all();
+        });
+    }
+    for (std::size_t i = 0; i < addresses.size(); ++i) {
+        if (!addresses[i]) {
+            state_->pictures[i] = QByteArray();
+            continue;
+        }
+        pool.get(*addresses[i], cancel_, [state = state_, i](const platform::HttpResponse& response) {
+            // Decoded by the waiter, not here: the pool's thread is free for the
+            // next fetch at once.
+            std::lock_guard lock(state->mutex);
+            state->pictures[i] = response.error ? QByteArray() : response.body;
+            state->ready.notify_all();
+        });
+    }
+}
+
+ThumbnailBatch::~ThumbnailBatch()
+{
+    if (cancel_)
+        cancel_->forget(hook_);
+}
+
+std::optional<QImage> ThumbnailBatch::wait(std::size_t i) const
+{
+    QByteArray bytes;
+    {
+        std::unique_lock lock(state_->mutex);
+        state_->ready.wait(lock, [&] { return state_->cancelled || state_->pictures[i].has_value(); });
+        if (state_->cancelled)
+            return std::nullopt;
+        bytes = *state_->pictures[i];
+    }
+    QImage image;
+    if (!bytes.isEmpty())
+        image.loadFromData(bytes);
+    return image;
+}

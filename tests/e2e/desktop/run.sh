@@ -6,7 +6,7 @@ set -euo pipefail
 script=$1
 export MELODRIFT_BINARY=$2 MELODRIFT_SERVICE_BINARY=$3 MELODRIFT_CATALOGUE=$4 MELODRIFT_SCREENSHOTS=$5
 export PYTHONPATH="$(dirname "$0")${PYTHONPATH:+:$PYTHONPATH}"
-exec xvfb-run -a -s "-screen 0 1280x900x24" dbus-run-session -- bash -c '
+exec "$(dirname "$0")/../../support/xvfb.sh" "-screen 0 1280x900x24" dbus-run-session -- bash -c '
   /usr/libexec/at-spi-bus-launcher --launch-immediately &
   launcher=$!
   trap "kill $launcher 2>/dev/null" EXIT

@@ -263,6 +263,7 @@ private slots:
         const DownloadListModel& jobs = *menu.downloadController()->model();
         QTRY_COMPARE_WITH_TIMEOUT(jobs.rowCount(), 2, 20000);
         QCOMPARE(menu.currentView(), menu.downloadController()->view());
+        QCOMPARE(menu.outlineView()->selectionModel()->selectedRows().value(0).row(), 2);
         for (const int row : {0, 1}) {
             QCOMPARE(jobs.item(row)->video(), view.model()->video(0));
             QCOMPARE(jobs.item(row)->url(), view.model()->video(0)->UrlWithBestQuality());

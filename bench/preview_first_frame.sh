@@ -16,7 +16,7 @@ export HOME=$work XDG_CONFIG_HOME=$work/.config XDG_CACHE_HOME=$work/.cache
 export MELODRIFT_WEBPREVIEW="$build/src/app/melodrift-webpreview.so"
 for i in $(seq "$runs"); do
   # The hd720 MP4 of "Tom & Jerry & the Test Card".
-  xvfb-run -a -s "-screen 0 1280x900x24" "$build/bench/preview_driver" "$base" VGVzdENhcmQ 2>/dev/null
+  xvfb-run -a -s "-screen 0 1280x900x24 -noreset" "$build/bench/preview_driver" "$base" VGVzdENhcmQ 2>/dev/null
 done | awk '{ cold[NR]=$2; warm[NR]=$4; before[NR]=$6; after[NR]=$8 }
   function median(a, n,   s, i, j, t) { for (i = 1; i <= n; i++) s[i] = a[i];
     for (i = 1; i <= n; i++) for (j = i + 1; j <= n; j++) if (s[j] < s[i]) { t = s[i]; s[i] = s[j]; s[j] = t }

@@ -17,8 +17,11 @@ cookie=$(mcookie)
 # clients look for one under the display's number, known once it runs.
 xauth -q -f "$XAUTHORITY" add :0 . "$cookie"
 mkfifo "$dir/display"
+# -noreset: without it the server resets whenever its last client leaves (a
+# helper that only set a property, say), and a program connecting just then is
+# turned away.
 # shellcheck disable=SC2086 # the server's arguments are words
-Xvfb -displayfd 3 -nolisten tcp -auth "$XAUTHORITY" $server_args 3>"$dir/display" 2>"$dir/log" &
+Xvfb -displayfd 3 -nolisten tcp -noreset -auth "$XAUTHORITY" $server_args 3>"$dir/display" 2>"$dir/log" &
 xvfb=$!
 if ! read -r number < "$dir/display"; then
   cat "$dir/log" >&2

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 TEST(QueryUnescape, DecodesPercentEscapesAndKeepsSafeBytes)
 {
@@ -39,15 +40,12 @@ TEST(QueryUnescape, StopsAtTheFirstBadByteKeepingWhatCameBefore)
 
 TEST(QueryUnescape, RejectsShortAndNonHexEscapes)
 {
-    std::string out;
-    EXPECT_FALSE(youtube_parser::query_unescape("ab%4", out));
-    EXPECT_EQ(out, "ab");
-    EXPECT_FALSE(youtube_parser::query_unescape("ab%", out));
-    EXPECT_EQ(out, "ab");
-    EXPECT_FALSE(youtube_parser::query_unescape("%41%4g", out));
-    EXPECT_EQ(out, "A");
-    EXPECT_FALSE(youtube_parser::query_unescape("%%41", out));
-    EXPECT_EQ(out, "");
+    const std::pair<const char*, const char*> cases[] = {{"ab%4", "ab"}, {"ab%", "ab"}, {"%41%4g", "A"}, {"%%41", ""}};
+    for (const auto& [in, kept] : cases) {
+        std::string out;
+        EXPECT_FALSE(youtube_parser::query_unescape(in, out)) << in;
+        EXPECT_EQ(out, kept) << in;
+    }
 }
 
 TEST(UnicodeUnescape, ReplacesEachEscapeByOneByte)

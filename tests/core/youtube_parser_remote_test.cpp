@@ -87,17 +87,6 @@ TEST_F(ParserExchange, DoneReplyIsTheRecordAndThePageIsPostedAsIs)
                   "\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n" + page);
 }
 
-TEST_F(ParserExchange, DoneReplyOfAnyRecord)
-{
-    parser_result sent;
-    sent.title = "Served";
-    sent.length_seconds = 18446744073709551615u;
-    sent.urls.push_back({"http://h/a?itag=43&", "medium", "video/webm"});
-    sent.urls.push_back({"http://h/b?itag=18&", "medium", "video/mp4"});
-    scripted_server service(reply("DONE: " + save_parser_result(sent)));
-    EXPECT_EQ(*youtube_parser::parse_html_remote(page, service.url(service_path), false), sent);
-}
-
 TEST_F(ParserExchange, ServiceVerdictIsFinalEvenWithFallback)
 {
     scripted_server service(reply("YERR: This video is private."));

@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -21,8 +23,8 @@ std::string read_page(const std::string& name)
     return text.str();
 }
 
-// The youtube_error message a page raises, or "" when it raises none.
-std::string notice_of(const std::string& page)
+// The youtube_error message a page raises, if any.
+std::optional<std::string> notice_of(const std::string& page)
 {
     youtube_parser parser(page);
     try {
@@ -30,7 +32,7 @@ std::string notice_of(const std::string& page)
     } catch (const youtube_error& e) {
         return e.what();
     }
-    return "";
+    return std::nullopt;
 }
 
 std::string stream_page(const std::string& map, const std::string& rest = "")
@@ -72,18 +74,6 @@ TEST_F(WatchPage, SignaturesComeFromSigOrS)
     EXPECT_THROW((void)parser.urls[4].get_param("signature"), std::out_of_range);
 }
 
-TEST_F(WatchPage, PrintsTheStreamAddress)
-{
-    ASSERT_TRUE(parser.parse());
-    const std::string base =
-        "http://r4---sn-25g7rn7k.c.youtube.com/videoplayback?algorithm=throttle-factor&burst=40&expire=1353520800"
-        "&factor=1.25&fallback_host=tc.v6.cache5.c.youtube.com&fexp=900222&id=42a9736c7b2a520d&ip=203.0.113.7"
-        "&itag=5&key=yt1&quality=small&source=youtube"
-        "&sparams=algorithm%2Cburst%2Ccp%2Cfactor%2Cid%2Cip%2Cipbits%2Citag%2Csource%2Cexpire&";
-    EXPECT_EQ(parser.urls[4].url(), base + "type=video/x-flv&");
-    EXPECT_EQ(parser.urls[4].url_without_type(), base);
-}
-
 TEST_F(WatchPage, ReadsLengthThumbnailTitleAndDescription)
 {
     ASSERT_TRUE(parser.parse());
@@ -107,17 +97,48 @@ TEST_F(WatchPage, ReadsLengthThumbnailTitleAndDescription)
     EXPECT_EQ(parser.description.substr(description.size() + 1), raw_description.substr(description.size() + 1));
 }
 
-TEST(WatchPageNotices, EachNoticeBecomesAYoutubeError)
+TEST(WatchPageNotices, WhichNoticeIsRaisedAndItsText)
 {
-    EXPECT_EQ(notice_of(read_page("notice_unavailable.html")), "This video has been removed by the user.");
-    EXPECT_EQ(notice_of(read_page("notice_player_unavailable.html")), "This video is private.");
-    // " \" " goes wherever it stands, joining the words around it.
-    EXPECT_EQ(notice_of(read_page("notice_unrated.html")),
-              "This video may be inappropriate for some users. To view it,sign inand confirm your age.");
-    EXPECT_EQ(notice_of(read_page("notice_verify_age.html")),
-              "This video may contain content that is inappropriate for some users, as flagged by YouTube's user "
-              "community.");
-    EXPECT_EQ(notice_of(read_page("streams.html")), "");
+    const std::string unavailable = R"(<div id="unavailable-message"><div class="yt-alert-message">
+Removed.</div>)";
+    const std::string unrated = R"(<span class="yt-badge-rating-signal yt-badge-rating-signal-unrated">U</span>
+<p class="rating-info">Unrated.</p>)";
+    const struct {
+        std::string page;
+        std::optional<std::string> notice;
+    } cases[] = {
+        {read_page("notice_unavailable.html"), "This video has been removed by the user."},
+        {read_page("notice_player_unavailable.html"), "This video is private."},
+        // " \" " goes wherever it stands, joining the words around it.
+        {read_page("notice_unrated.html"),
+         "This video may be inappropriate for some users. To view it,sign inand confirm your age."},
+        {read_page("notice_verify_age.html"), "This video may contain content that is inappropriate for some users, "
+                                              "as flagged by YouTube's user community."},
+        {read_page("streams.html"), std::nullopt},
+        // The later notice in the list wins, wherever it stands.
+        {unrated + unavailable, "Unrated."},
+        {unavailable + unrated, "Unrated."},
+        // The first two skip the byte after their tag (the service writes a line break there).
+        {R"(<div id="unavailable-message"><div class="yt-alert-message">XGone.</div>)", "Gone."},
+        {R"(<div id="watch7-player-unavailable"><h1 class="message">XPrivate.</h1>)", "Private."},
+        {R"(<div id="verify-details"><p class="rating-info">XAge.</p>)", "XAge."},
+        // Only the verify notice loses its quote references.
+        {R"(<div id="verify-details"><p class="rating-info">Content &#8220;x&#8221; is </p>)", "Content x is"},
+        {"<span class=\"yt-badge-rating-signal yt-badge-rating-signal-unrated\">\n"
+         "<p class=\"rating-info\">&#8220;x&#8221;</p>",
+         "&#8220;x&#8221;"},
+        // Incomplete: second marker missing, end marker missing, second marker only
+        // before the first, text that would start past the page.
+        {R"(<div id="unavailable-message"><div>Removed.</div>)", std::nullopt},
+        {"<div id=\"watch7-player-unavailable\"><h1 class=\"message\">\nPrivate.", std::nullopt},
+        {R"(<p class="rating-info">Old.</p><div id="verify-details">)", std::nullopt},
+        {R"(<div id="unavailable-message"><div class="yt-alert-message">)", std::nullopt},
+        // An empty text raises nothing; a blank one an empty message.
+        {R"(<div id="verify-details"><p class="rating-info"></p>)", std::nullopt},
+        {R"(<div id="verify-details"><p class="rating-info">   </p>)", ""},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(notice_of(c.page), c.notice) << c.page.substr(0, 80);
 }
 
 TEST(WatchPageNotices, ParseStopsAtTheNoticeWithNothingFilled)
@@ -129,63 +150,11 @@ TEST(WatchPageNotices, ParseStopsAtTheNoticeWithNothingFilled)
     EXPECT_TRUE(parser.title.empty());
 }
 
-TEST(WatchPageNotices, LaterNoticeInTheListWins)
+TEST(WatchPageStreams, RtmpeRaisesAfterEarlierStreams)
 {
-    const std::string unavailable = R"(<div id="unavailable-message"><div class="yt-alert-message">
-Removed.</div>)";
-    const std::string unrated = R"(<span class="yt-badge-rating-signal yt-badge-rating-signal-unrated">U</span>
-<p class="rating-info">Unrated.</p>)";
-    EXPECT_EQ(notice_of(unrated + unavailable), "Unrated.");
-    EXPECT_EQ(notice_of(unavailable + unrated), "Unrated.");
-}
-
-TEST(WatchPageNotices, FirstTwoNoticesSkipOneByteAfterTheirTag)
-{
-    // The service writes a line break there; whatever stands there is dropped.
-    EXPECT_EQ(notice_of(R"(<div id="unavailable-message"><div class="yt-alert-message">XGone.</div>)"), "Gone.");
-    EXPECT_EQ(notice_of(R"(<div id="watch7-player-unavailable"><h1 class="message">XPrivate.</h1>)"), "Private.");
-    EXPECT_EQ(notice_of(R"(<div id="verify-details"><p class="rating-info">XAge.</p>)"), "XAge.");
-}
-
-TEST(WatchPageNotices, VerifyNoticeDropsQuoteReferencesOnly)
-{
-    EXPECT_EQ(notice_of(R"(<div id="verify-details"><p class="rating-info">Content &#8220;x&#8221; is </p>)"),
-              "Content x is");
-    // Only the fourth notice loses its quote references.
-    EXPECT_EQ(notice_of(R"(<span class="yt-badge-rating-signal yt-badge-rating-signal-unrated">
-<p class="rating-info">&#8220;x&#8221;</p>)"),
-              "&#8220;x&#8221;");
-}
-
-TEST(WatchPageNotices, IncompleteNoticesAreIgnored)
-{
-    // Second marker missing, end marker missing, second marker only before the first.
-    EXPECT_EQ(notice_of(R"(<div id="unavailable-message"><div>Removed.</div>)"), "");
-    EXPECT_EQ(notice_of("<div id=\"watch7-player-unavailable\"><h1 class=\"message\">\nPrivate."), "");
-    EXPECT_EQ(notice_of(R"(<p class="rating-info">Old.</p><div id="verify-details">)"), "");
-    // The marker at the very end: the text would start past the page.
-    EXPECT_EQ(notice_of(R"(<div id="unavailable-message"><div class="yt-alert-message">)"), "");
-}
-
-TEST(WatchPageNotices, EmptyOrBlankNoticeText)
-{
-    // An empty text raises nothing; a blank one raises an empty message.
-    EXPECT_EQ(notice_of(R"(<div id="verify-details"><p class="rating-info"></p>)"), "");
-    const std::string blank = R"(<div id="verify-details"><p class="rating-info">   </p>)";
-    youtube_parser blank_parser(blank);
-    EXPECT_THROW(blank_parser.check_for_errors(), youtube_error);
-}
-
-TEST(WatchPageStreams, RtmpeOnlyPageRaisesAfterEarlierStreams)
-{
-    const std::string page = read_page("rtmpe_only.html");
-    youtube_parser parser(page);
-    try {
-        parser.parse();
-        FAIL() << "expected youtube_error";
-    } catch (const youtube_error& e) {
-        EXPECT_STREQ(e.what(), "rtmpe: that video is only available over rtmpe.");
-    }
+    const std::string only = read_page("rtmpe_only.html");
+    youtube_parser parser(only);
+    EXPECT_THROW(parser.parse(), youtube_error);
     EXPECT_TRUE(parser.urls.empty());
     EXPECT_TRUE(parser.title.empty());
 
@@ -207,26 +176,30 @@ TEST(WatchPageStreams, PageWithoutStreamMapLeavesEverythingEmpty)
     EXPECT_EQ(parser.length_seconds, 0u);
 }
 
-TEST(WatchPageStreams, EntriesAreUnescapedBeforeSplitting)
+TEST(WatchPageStreams, WhichEntriesBecomeStreams)
 {
-    // "%26" becomes "&" first, so the descriptor sees "url=a" and "b".
-    const std::string page = stream_page("url=a%26b");
-    youtube_parser parser(page);
-    ASSERT_TRUE(parser.parse());
-    ASSERT_EQ(parser.urls.size(), 1u);
-    EXPECT_EQ(parser.urls[0].file(), "a");
-    EXPECT_EQ(parser.urls[0].url(), "a?a=a&b=b&");
-}
-
-TEST(WatchPageStreams, UnusableEntriesAreSkipped)
-{
-    // A blank ends the unescaping: "itag=18 x..." keeps just "itag=18", which has no address.
-    const std::string page =
-        stream_page(R"(itag=18 x\u0026url=http%3A%2F%2Fh%2Fskipped,,fallback_host=tc,url=http%3A%2F%2Fh%2Fkept)");
-    youtube_parser parser(page);
-    ASSERT_TRUE(parser.parse());
-    ASSERT_EQ(parser.urls.size(), 1u);
-    EXPECT_EQ(parser.urls[0].file(), "http://h/kept");
+    const struct {
+        std::string page;
+        std::vector<std::string> files;
+    } cases[] = {
+        // "%26" becomes "&" first, so the descriptor sees "url=a" and "b".
+        {stream_page("url=a%26b"), {"a"}},
+        // A blank ends the unescaping: "itag=18 x..." keeps just "itag=18", which has no address.
+        {stream_page(R"(itag=18 x\u0026url=http%3A%2F%2Fh%2Fskipped,,fallback_host=tc,url=http%3A%2F%2Fh%2Fkept)"),
+         {"http://h/kept"}},
+        // A map without its closing quote runs to the page end.
+        {R"("url_encoded_fmt_stream_map": "url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fb)",
+         {"http://h/a", "http://h/b"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.page);
+        youtube_parser parser(c.page);
+        ASSERT_TRUE(parser.parse());
+        std::vector<std::string> files;
+        for (const auto& u : parser.urls)
+            files.push_back(u.file());
+        EXPECT_EQ(files, c.files);
+    }
 }
 
 TEST(WatchPageStreams, EntryWithUrlTextButNoAddressThrows)
@@ -244,15 +217,6 @@ TEST(WatchPageStreams, WideEscapeThrowsOverflowKeepingEarlierStreams)
     youtube_parser parser(page);
     EXPECT_THROW(parser.parse(), boost::numeric::positive_overflow);
     EXPECT_EQ(parser.urls.size(), 1u);
-}
-
-TEST(WatchPageStreams, MapWithoutClosingQuoteRunsToPageEnd)
-{
-    const std::string page = R"("url_encoded_fmt_stream_map": "url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fb)";
-    youtube_parser parser(page);
-    ASSERT_TRUE(parser.parse());
-    ASSERT_EQ(parser.urls.size(), 2u);
-    EXPECT_EQ(parser.urls[1].file(), "http://h/b");
 }
 
 TEST(WatchPageLength, ReadsTheNumberUpToCommaOrBrace)

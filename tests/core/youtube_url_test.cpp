@@ -37,12 +37,6 @@ TEST(YoutubeUrl, SplitsAddressAndPrintsParametersInKeyOrder)
     EXPECT_EQ(u.params().count("url"), 0u);
 }
 
-TEST(YoutubeUrl, SameParametersInAnotherOrderPrintTheSameAddress)
-{
-    EXPECT_EQ(parsed("quality=small&url=http://h/p?b=2&a=1").url(),
-              parsed("url=http://h/p?a=1&quality=small&b=2").url());
-}
-
 TEST(YoutubeUrl, AddressQueryOverridesEntryParameters)
 {
     // The address's own first parameter is read after every token of the entry.
@@ -83,11 +77,6 @@ TEST(YoutubeUrl, EmptyAndBareTokensBecomeParameters)
     equals.parse_query("k=v=w&=x");
     EXPECT_EQ(equals.get_param("k"), "v=w");
     EXPECT_EQ(equals.get_param(""), "x");
-}
-
-TEST(YoutubeUrl, NoParametersPrintsJustTheQuestionMark)
-{
-    EXPECT_EQ(youtube_url("url=x").url(), "?");
 }
 
 TEST(YoutubeUrl, MissingKeysThrowOutOfRange)

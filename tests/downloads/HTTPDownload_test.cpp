@@ -5,7 +5,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -135,21 +134,15 @@ TEST_F(Transfer, NoLengthHeaderReportsOnce)
     EXPECT_EQ(contents(file).size(), 30000);
 }
 
-TEST_F(Transfer, CutOrStalledTransfersFail)
+TEST_F(Transfer, StalledTransferTimesOut)
 {
     const std::string cut = "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nonly half of it";
-    scripted_server reset(cut);
-    watched w1(file, reset.url());
-    w1.run();
-    EXPECT_TRUE(w1.download->error());
-    EXPECT_EQ(w1.finishes, 1);
-
     scripted_server stalled(std::vector<scripted_server::reply>{{cut, cut.size()}});
-    watched w2(dir.path() + "/second", stalled.url());
-    w2.run(std::chrono::milliseconds(300));
-    ASSERT_TRUE(w2.download->error());
-    EXPECT_EQ(w2.download->error()->description, "No data arrived for 0.3 s; the transfer timed out.");
-    EXPECT_EQ(w2.finishes, 1);
+    watched w(file, stalled.url());
+    w.run(std::chrono::milliseconds(300));
+    ASSERT_TRUE(w.download->error());
+    EXPECT_EQ(w.download->error()->description, "No data arrived for 0.3 s; the transfer timed out.");
+    EXPECT_EQ(w.finishes, 1);
 }
 
 TEST_F(Transfer, CancelEndsWithoutEvents)
@@ -174,12 +167,4 @@ TEST_F(Transfer, UnwritableFileFailsTheTransfer)
     ASSERT_TRUE(w.download->error());
     EXPECT_EQ(w.download->error()->domain, "file");
     EXPECT_EQ(w.finishes, 1);
-}
-
-TEST(TransferNames, UuidsAreUpperCaseAndFresh)
-{
-    const QRegularExpression form("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$");
-    const QString a = HTTPDownload::generateUuidString();
-    EXPECT_TRUE(form.match(a).hasMatch()) << a.toStdString();
-    EXPECT_NE(a, HTTPDownload::generateUuidString());
 }

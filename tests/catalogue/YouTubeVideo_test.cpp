@@ -39,38 +39,40 @@ void spin_until(const std::function<bool()>& done)
 
 } // namespace
 
-TEST(StreamChoice, BestPrefersRankThenTheLastMp4)
+TEST(StreamChoice, BestAndLowest)
 {
-    const auto medium_webm = stream("medium", "video/webm");
-    const auto medium_mp4 = stream("medium", "video/mp4");
-    const auto large_flv = stream("large", "video/x-flv");
-    const auto large_mp4 = stream("large", "video/mp4");
-    const auto large_mp4_again = stream("large", "video/mp4; codecs=\"avc1\"");
-    const auto video = with_streams({medium_webm, medium_mp4, large_flv, large_mp4, large_mp4_again});
-    EXPECT_EQ(video->UrlWithBestQuality(), large_mp4_again);
-    EXPECT_EQ(video->UrlWithLowestQuality(), medium_webm);
-
-    // Without an MP4 among the best, the first of them.
-    const auto hd_webm = stream("hd720", "video/webm");
-    const auto hd_flv = stream("hd720", "video/x-flv");
-    EXPECT_EQ(with_streams({medium_mp4, hd_webm, hd_flv})->UrlWithBestQuality(), hd_webm);
-    // "contains", not "begins with".
-    const auto odd_mp4 = stream("hd720", "x-video/mp4");
-    EXPECT_EQ(with_streams({hd_webm, odd_mp4})->UrlWithBestQuality(), odd_mp4);
-}
-
-TEST(StreamChoice, UnknownQualitiesRankBelowSmall)
-{
-    const auto small_webm = stream("small", "video/webm");
-    const auto odd_mp4 = stream("hd1080", "video/mp4");
-    const auto video = with_streams({small_webm, odd_mp4});
-    EXPECT_EQ(video->UrlWithBestQuality(), small_webm);
-    EXPECT_EQ(video->UrlWithLowestQuality(), odd_mp4);
-
-    EXPECT_EQ(with_streams({stream("HD720", "video/webm"), stream("", "video/x-flv")})->UrlWithBestQuality(), nullptr);
-    EXPECT_EQ(with_streams({stream("HD720", "video/webm"), odd_mp4})->UrlWithBestQuality(), odd_mp4);
-    EXPECT_EQ(with_streams({})->UrlWithBestQuality(), nullptr);
-    EXPECT_EQ(with_streams({})->UrlWithLowestQuality(), nullptr);
+    // Indexes into the streams; -1: none, -2: not checked.
+    const struct {
+        std::vector<std::pair<const char*, const char*>> streams;
+        int best;
+        int lowest;
+    } cases[] = {
+        // Rank first, then the last MP4 of that rank.
+        {{{"medium", "video/webm"}, {"medium", "video/mp4"}, {"large", "video/x-flv"}, {"large", "video/mp4"},
+          {"large", "video/mp4; codecs=\"avc1\""}},
+         4, 0},
+        // Without an MP4 among the best, the first of them; "mp4" anywhere in the type counts.
+        {{{"medium", "video/mp4"}, {"hd720", "video/webm"}, {"hd720", "video/x-flv"}}, 1, -2},
+        {{{"hd720", "video/webm"}, {"hd720", "x-video/mp4"}}, 1, -2},
+        // Unknown qualities rank below small, and alone are no choice at all.
+        {{{"small", "video/webm"}, {"hd1080", "video/mp4"}}, 0, 1},
+        {{{"HD720", "video/webm"}, {"", "video/x-flv"}}, -1, -2},
+        {{{"HD720", "video/webm"}, {"hd1080", "video/mp4"}}, 1, -2},
+        {{}, -1, -1},
+    };
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        SCOPED_TRACE(i);
+        YouTubeVideo::StreamList streams;
+        for (const auto& [quality, type] : cases[i].streams)
+            streams.append(stream(quality, type));
+        const auto video = with_streams({});
+        video->setUrls(streams);
+        const auto at = [&](int index) { return index < 0 ? nullptr : streams[index]; };
+        EXPECT_EQ(video->UrlWithBestQuality(), at(cases[i].best));
+        if (cases[i].lowest != -2) {
+            EXPECT_EQ(video->UrlWithLowestQuality(), at(cases[i].lowest));
+        }
+    }
 }
 
 TEST(StreamChoice, LabelsPickTheFirstMatch)
@@ -242,16 +244,4 @@ TEST_F(VideoRecord, UnreadablePageIsAYoutubeError)
     } catch (const youtube_error& e) {
         EXPECT_STREQ(e.what(), "The video page could not be read (map::at:  key not found).");
     }
-}
-
-TEST_F(VideoRecord, AsyncCompletionAfterStreams)
-{
-    service.set_page("x", page_with_local_thumbnail());
-    const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("x"))), parser);
-    std::atomic<bool> finished{false};
-    video->parseUrlsAsync([&] { finished = true; }, nullptr);
-    spin_until([&] { return finished.load(); });
-    ASSERT_TRUE(finished);
-    EXPECT_EQ(video->Urls().size(), 5);
-    EXPECT_FALSE(video->isLoading());
 }

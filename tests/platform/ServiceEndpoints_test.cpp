@@ -10,10 +10,6 @@ TEST(ServiceEndpoints, OneBaseMovesAllThree)
     EXPECT_EQ(e.feed.toString(), "http://127.0.0.1:8123");
     EXPECT_EQ(e.domain, "127.0.0.1");
     EXPECT_EQ(e.parserService.toString(), "http://127.0.0.1:8123/cgi-bin/zor.parser");
-
-    const auto d = ServiceEndpoints::defaults();
-    EXPECT_EQ(d.domain, "youtube.com");
-    EXPECT_EQ(d.parserService.path(), "/cgi-bin/zor.parser");
 }
 
 TEST(ServiceEndpoints, OptionBeatsEnvironmentBeatsDefaults)

@@ -4,10 +4,6 @@
 #include "service/HttpServer.h"
 #include "service/ServiceRouter.h"
 #include "service/StreamSignature.h"
-#include "service/WatchPageWriter.h"
-
-#include "core/parser_result.h"
-#include "core/youtube_parser.h"
 
 #include <gtest/gtest.h>
 
@@ -76,20 +72,6 @@ Reply get(unsigned short port, const std::string& target, const std::string& ext
     return roundTrip(port, "GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + extra + "\r\n");
 }
 
-Reply post(unsigned short port, const std::string& target, const std::string& body)
-{
-    return roundTrip(port, "POST " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: " +
-                              std::to_string(body.size()) + "\r\n\r\n" + body);
-}
-
-std::size_t count(const std::string& text, const std::string& what)
-{
-    std::size_t n = 0;
-    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
-        ++n;
-    return n;
-}
-
 class Service : public ::testing::Test {
 protected:
     void SetUp() override
@@ -100,11 +82,9 @@ protected:
         for (int i = 0; i < 100000; ++i)
             media += static_cast<char>(i * 7 + i / 256);
         std::ofstream(Catalogue::mediaPath(dir, "clip", *findStreamFormat(22)), std::ios::binary) << media;
-        std::ofstream(Catalogue::thumbnailPath(dir, "clip"), std::ios::binary) << "JPEG";
 
         Video clip{"clip", 30, VideoKind::normal, "Café & Crème", "A tone.", {22}};
-        Video hidden{"hidden", 60, VideoKind::notice2, "Private Rehearsal", "", {}};
-        catalogue = Catalogue(dir, {clip, hidden});
+        catalogue = Catalogue(dir, {clip});
     }
     void TearDown() override
     {
@@ -167,46 +147,6 @@ TEST_F(Service, StreamsWholeOrInRangesAndOnlyWhenSigned)
     EXPECT_EQ(roundTrip(port, "POST " + streamTarget() + " HTTP/1.1\r\nContent-Length: 0\r\n\r\n").status, 405);
 }
 
-TEST_F(Service, FeedAndPagesPointBackAtTheServer)
-{
-    const auto port = serve();
-    const Reply feed = get(port, "/feeds/api/videos?alt=rss&q=CAF%C3%89+cr%C3%A8me");
-    EXPECT_EQ(feed.status, 200);
-    EXPECT_EQ(count(feed.body, "<item>"), 1u);
-    EXPECT_NE(feed.body.find("<title>Café &amp; Crème</title>"), std::string::npos);
-    EXPECT_NE(feed.body.find("http://127.0.0.1/vi/clip/default.jpg"), std::string::npos);
-    EXPECT_NE(feed.body.find("<yt:duration seconds='30'/>"), std::string::npos);
-    EXPECT_EQ(count(get(port, "/feeds/api/videos?alt=rss&q=").body, "<item>"), 2u);
-    EXPECT_EQ(count(get(port, "/feeds/api/videos?alt=rss&q=&start-index=2").body, "<item>"), 1u);
-    EXPECT_EQ(count(get(port, "/feeds/api/videos?alt=rss&q=nothing+here").body, "<item>"), 0u);
-
-    const Reply page = get(port, "/watch?v=clip");
-    EXPECT_EQ(page.status, 200);
-    EXPECT_EQ(page.body, WatchPageWriter("http://127.0.0.1").write(*catalogue.find("clip")));
-    EXPECT_EQ(get(port, "/watch?v=nosuch").status, 404);
-
-    const Reply thumbnail = get(port, "/vi/clip/hqdefault.jpg");
-    EXPECT_EQ(thumbnail.status, 200);
-    EXPECT_EQ(thumbnail.body, "JPEG");
-    EXPECT_EQ(get(port, "/vi/../../etc/passwd").status, 404);
-    EXPECT_EQ(get(port, "/nowhere").status, 404);
-}
-
-TEST_F(Service, ParserServiceAnswersAsTheProgramExpects)
-{
-    const auto port = serve();
-    const std::string page = WatchPageWriter("http://127.0.0.1").write(*catalogue.find("clip"));
-    const Reply done = post(port, "/cgi-bin/zor.parser", page);
-    ASSERT_EQ(done.body.rfind("DONE: ", 0), 0u) << done.body;
-    parser_result remote;
-    load_parser_result(std::string_view(done.body).substr(6), remote);
-    EXPECT_EQ(remote, *youtube_parser::parse_html(page));
-
-    const Reply notice = post(port, "/cgi-bin/zor.parser", WatchPageWriter("x").write(*catalogue.find("hidden")));
-    EXPECT_EQ(notice.body, "YERR: This video is private.");
-    EXPECT_EQ(get(port, "/cgi-bin/zor.parser").status, 405);
-}
-
 TEST_F(Service, StopEndsAStalledStream)
 {
     Faults faults;
@@ -229,6 +169,8 @@ TEST_F(Service, MalformedRequestsGetAClearAnswer)
     EXPECT_EQ(roundTrip(port, "GET / HTTP/1.1\r\nX: " + std::string(HttpServer::headerLimit, 'a') + "\r\n\r\n").status,
               400);
     EXPECT_EQ(roundTrip(port, "POST /cgi-bin/zor.parser HTTP/1.1\r\nContent-Length: 999999999999\r\n\r\n").status, 413);
+    // Nothing outside the thumbnails folder is served.
+    EXPECT_EQ(get(port, "/vi/../../etc/passwd").status, 404);
     // The server lives on.
     EXPECT_EQ(get(port, "/watch?v=clip").status, 200);
 }

@@ -115,7 +115,7 @@ TEST_F(FeedSearch, AtMostEightThumbnailsAtOnce)
     EXPECT_FALSE(search->videos().back()->thumbnail().isNull());
 }
 
-TEST_F(FeedSearch, NotFoundIsOneErrorAndNoResults)
+TEST_F(FeedSearch, NotFoundIsAnErrorAndNoFeedNoItems)
 {
     service.set_feed_response("gone", {404, "<html>not here</html>", {}, {}});
     run("gone");
@@ -125,6 +125,13 @@ TEST_F(FeedSearch, NotFoundIsOneErrorAndNoResults)
     EXPECT_TRUE(events.found.empty());
     EXPECT_EQ(events.progress.back(), std::make_pair(0.75, 26.0));
     EXPECT_TRUE(search->isDone());
+
+    service.set_feed_response("html", {200, "<html><body>maintenance</body></html>", {}, {}});
+    run("html");
+    service.set_feed_response("text", {200, "not xml at all", {}, {}});
+    run("text");
+    EXPECT_EQ(events.found, (std::vector<qulonglong>{0, 0}));
+    EXPECT_EQ(events.errors.size(), 1u);
 }
 
 TEST_F(FeedSearch, NoConnectionIsAnError)
@@ -139,17 +146,6 @@ TEST_F(FeedSearch, NoConnectionIsAnError)
     EXPECT_NE(events.errors[0].domain, "YouTubeSearch::response");
     EXPECT_FALSE(events.errors[0].description.isEmpty());
     EXPECT_TRUE(events.found.empty());
-}
-
-TEST_F(FeedSearch, BodyThatIsNoFeedHasNoItems)
-{
-    service.set_feed_response("html", {200, "<html><body>maintenance</body></html>", {}, {}});
-    run("html");
-    EXPECT_EQ(events.found, std::vector<qulonglong>{0});
-    service.set_feed_response("text", {200, "not xml at all", {}, {}});
-    run("text");
-    EXPECT_EQ(events.found, (std::vector<qulonglong>{0, 0}));
-    EXPECT_TRUE(events.errors.empty());
 }
 
 TEST_F(FeedSearch, OnlyTheLatestOfTwoQuickSearchesReports)

@@ -159,42 +159,31 @@ TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
     EXPECT_EQ(service.count("/cgi-bin/zor.parser"), 1u);
 }
 
-TEST_F(VideoRecord, ServiceRecordWithoutStreamsKeepsTheFeedFields)
-{
-    parser_result empty;
-    empty.title = "From the service";
-    empty.length_seconds = 99;
-    service.set_parser_reply("DONE: " + save_parser_result(empty));
-    service.set_page("abc", "<html>a page</html>");
-    const auto video = from_feed({"abc", "Feed title", "Feed text", "42"});
-    video->parseUrls();
-    EXPECT_TRUE(video->Urls().isEmpty());
-    EXPECT_EQ(video->title(), "Feed title");
-    EXPECT_EQ(video->description(), "Feed text");
-    EXPECT_EQ(video->seconds(), 42);
-}
-
-TEST_F(VideoRecord, ServiceStreamsReplaceTheFeedFields)
+TEST_F(VideoRecord, ServiceFieldsReplaceTheFeedsOnlyWithStreams)
 {
     parser_result served;
     served.title = std::string("Served title\0\0", 14);
     served.description = "Served text";
     served.length_seconds = 7;
-    served.urls.push_back({"http://h/v?itag=22&type=video/mp4;+codecs=\"avc1\"&", "hd720", "video/mp4"});
     served.thumbnail = service.thumbnail_url("missing");
-    service.set_parser_reply("DONE: " + save_parser_result(served));
     service.set_page("abc", "<html>a page</html>");
-    const auto video = from_feed({"abc", "Feed title", "Feed text", "42"});
-    ASSERT_FALSE(video->thumbnail().isNull());
-    video->parseUrls();
-    ASSERT_EQ(video->Urls().size(), 1);
-    EXPECT_EQ(video->Urls()[0]->url().toString(QUrl::FullyEncoded),
-              "http://h/v?itag=22&type=video/mp4;+codecs=%22avc1%22&");
-    EXPECT_EQ(video->title(), "Served title");
-    EXPECT_EQ(video->description(), "Served text");
-    EXPECT_EQ(video->seconds(), 7);
-    // The service's picture replaces the feed's, even when it cannot be had.
-    EXPECT_TRUE(video->thumbnail().isNull());
+    for (const bool with_streams : {false, true}) {
+        SCOPED_TRACE(with_streams);
+        if (with_streams)
+            served.urls.push_back({"http://h/v?itag=22&type=video/mp4;+codecs=\"avc1\"&", "hd720", "video/mp4"});
+        service.set_parser_reply("DONE: " + save_parser_result(served));
+        const auto video = from_feed({"abc", "Feed title", "Feed text", "42"});
+        ASSERT_FALSE(video->thumbnail().isNull());
+        video->parseUrls();
+        ASSERT_EQ(video->Urls().size(), with_streams ? 1 : 0);
+        EXPECT_EQ(video->title(), with_streams ? "Served title" : "Feed title");
+        EXPECT_EQ(video->description(), with_streams ? "Served text" : "Feed text");
+        EXPECT_EQ(video->seconds(), with_streams ? 7 : 42);
+        // The service's picture replaces the feed's, even when it cannot be had.
+        if (with_streams) {
+            EXPECT_TRUE(video->thumbnail().isNull());
+        }
+    }
 }
 
 TEST_F(VideoRecord, PageNotThereEndsQuietly)

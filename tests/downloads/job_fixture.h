@@ -17,7 +17,6 @@
 #include <map>
 #include <mutex>
 #include <string>
-#include <vector>
 
 class JobTest : public ::testing::Test {
 protected:
@@ -41,11 +40,11 @@ protected:
     QString cache() const { return home_.path() + "/.cache/Melodrift"; }
     QStringList log() const { return log_.lines(); }
 
-    // Serves path -> (status, body); anything else is a 404.
-    void serve(const std::string& path, std::string body, int status = 200)
+    // Serves path -> body; anything else is a 404.
+    void serve(const std::string& path, std::string body)
     {
         std::lock_guard lock(mutex_);
-        routes_[path] = {status, std::move(body)};
+        routes_[path] = std::move(body);
     }
     QUrl url(const std::string& path) const { return QUrl(QString::fromStdString(server_.base() + path)); }
     std::size_t requests(const std::string& path) const { return server_.count(path); }
@@ -62,18 +61,11 @@ protected:
         return YouTubeUrl::init({server_.base() + path, "medium", type});
     }
 
-    // Turns the event loop until the job reaches a final state (or 60 s pass),
-    // recording every state it reports.
-    std::vector<DownloadItem::State> runUntilEnd(const std::shared_ptr<DownloadItem>& job)
+    // Turns the event loop until the job reaches a final state (or 60 s pass).
+    void runUntilEnd(const std::shared_ptr<DownloadItem>& job)
     {
-        std::vector<DownloadItem::State> states;
-        job->newDataEvent.set([&states](DownloadItem& j) {
-            if (states.empty() || states.back() != j.state())
-                states.push_back(j.state());
-        });
         job->startDownload();
         waitFor([&] { return isFinal(job->state()); });
-        return states;
     }
 
     static bool isFinal(DownloadItem::State s)
@@ -100,12 +92,12 @@ private:
     std::map<std::string, QByteArray> saved_;
     mutable std::mutex mutex_;
     log_capture log_;
-    std::map<std::string, std::pair<int, std::string>> routes_;
+    std::map<std::string, std::string> routes_;
     route_server server_{[this](const route_server::request& r) -> route_server::response {
         std::lock_guard lock(mutex_);
         const auto it = routes_.find(r.target);
         if (it == routes_.end())
             return {404, "no such stream", {}, {}};
-        return {it->second.first, it->second.second, {}, {}};
+        return {200, it->second, {}, {}};
     }};
 };

@@ -8,19 +8,17 @@
 
 TEST(QueryUnescape, DecodesPercentEscapesAndKeepsSafeBytes)
 {
-    std::string out = "stale";
-    EXPECT_TRUE(youtube_parser::query_unescape("url=http%3A%2f%2Fh%2Fp%3Fa%3D1%26b%3D2", out));
-    EXPECT_EQ(out, "url=http://h/p?a=1&b=2");
-
-    const std::string safe = "azAZ09!$&'()*+,-./:;=@_~";
-    EXPECT_TRUE(youtube_parser::query_unescape(safe, out));
-    EXPECT_EQ(out, safe); // "+" is not a blank here
-
-    EXPECT_TRUE(youtube_parser::query_unescape("%00%ff%22", out));
-    EXPECT_EQ(out, std::string("\0\xff\"", 3));
-
-    EXPECT_TRUE(youtube_parser::query_unescape("", out));
-    EXPECT_EQ(out, "");
+    const std::pair<std::string, std::string> cases[] = {
+        {"url=http%3A%2f%2Fh%2Fp%3Fa%3D1%26b%3D2", "url=http://h/p?a=1&b=2"},
+        {"azAZ09!$&'()*+,-./:;=@_~", "azAZ09!$&'()*+,-./:;=@_~"}, // "+" is not a blank here
+        {"%00%ff%22", std::string("\0\xff\"", 3)},
+        {"", ""},
+    };
+    for (const auto& [in, decoded] : cases) {
+        std::string out = "stale";
+        EXPECT_TRUE(youtube_parser::query_unescape(in, out)) << in;
+        EXPECT_EQ(out, decoded) << in;
+    }
 }
 
 TEST(QueryUnescape, StopsAtTheFirstBadByteKeepingWhatCameBefore)

@@ -37,27 +37,26 @@ TEST(YoutubeUrl, SplitsAddressAndPrintsParametersInKeyOrder)
     EXPECT_EQ(u.params().count("url"), 0u);
 }
 
-TEST(YoutubeUrl, AddressQueryOverridesEntryParameters)
+TEST(YoutubeUrl, WhereEachParameterComesFrom)
 {
-    // The address's own first parameter is read after every token of the entry.
-    const auto u = parsed("itag=5&url=http://h/p?itag=18");
-    EXPECT_EQ(u.get_param("itag"), "18");
-    EXPECT_EQ(parsed("url=http://h/p?s=FROM_ADDRESS&sig=FROM_ENTRY").get_param("signature"), "FROM_ADDRESS");
-}
-
-TEST(YoutubeUrl, SignatureKeysAreRenamedValuesKeptAsTheyCame)
-{
-    EXPECT_EQ(parsed("url=http://h/p&s=A%2FB.C").get_param("signature"), "A%2FB.C");
-    EXPECT_EQ(parsed("sig=ABC&url=http://h/p").get_param("signature"), "ABC");
-    EXPECT_EQ(parsed("url=http://h/p?x=1&sig=1&s=2").get_param("signature"), "2");
-}
-
-TEST(YoutubeUrl, AddressWithoutQuestionMarkIsAlsoReadAsQuery)
-{
-    const auto u = parsed("url=http://h/p&itag=5");
-    EXPECT_EQ(u.file(), "http://h/p");
-    EXPECT_EQ(u.get_param("http://h/p"), "http://h/p");
-    EXPECT_EQ(u.url(), "http://h/p?http://h/p=http://h/p&itag=5&");
+    const struct {
+        const char* entry;
+        const char* key;
+        const char* value;
+    } cases[] = {
+        // The address's own first parameter is read after every token of the entry.
+        {"itag=5&url=http://h/p?itag=18", "itag", "18"},
+        {"url=http://h/p?s=FROM_ADDRESS&sig=FROM_ENTRY", "signature", "FROM_ADDRESS"},
+        // Signature keys are renamed, their values kept as they came.
+        {"url=http://h/p&s=A%2FB.C", "signature", "A%2FB.C"},
+        {"sig=ABC&url=http://h/p", "signature", "ABC"},
+        {"url=http://h/p?x=1&sig=1&s=2", "signature", "2"},
+        // An address without "?" is also read as a query.
+        {"url=http://h/p&itag=5", "http://h/p", "http://h/p"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(parsed(c.entry).get_param(c.key), c.value) << c.entry;
+    EXPECT_EQ(parsed("url=http://h/p&itag=5").url(), "http://h/p?http://h/p=http://h/p&itag=5&");
 }
 
 TEST(YoutubeUrl, EmptyAndBareTokensBecomeParameters)

@@ -110,24 +110,22 @@ TEST_F(Transfer, BodyGoesToTheFileAsItArrives)
     EXPECT_EQ(w.percents.back(), 100);
 }
 
-TEST_F(Transfer, NotFoundKeepsTheBodyAndReportsTheStatus)
+TEST_F(Transfer, WithoutALengthProgressIsReportedOnce)
 {
-    scripted_server server("HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\nConnection: close\r\n\r\nnot here!");
-    watched w(file, server.url());
-    w.run();
-    ASSERT_TRUE(w.download->error());
-    EXPECT_EQ(w.download->error()->domain, "http.download");
-    EXPECT_EQ(w.download->error()->code, 404);
-    EXPECT_FALSE(w.download->length());
+    // A 404 is no transfer: the status is the error, its body is kept.
+    scripted_server not_found("HTTP/1.1 404 Not Found\r\nContent-Length: 9\r\nConnection: close\r\n\r\nnot here!");
+    watched missing(file, not_found.url());
+    missing.run();
+    ASSERT_TRUE(missing.download->error());
+    EXPECT_EQ(missing.download->error()->domain, "http.download");
+    EXPECT_EQ(missing.download->error()->code, 404);
+    EXPECT_FALSE(missing.download->length());
     EXPECT_EQ(contents(file), "not here!");
-    EXPECT_EQ(w.percents, std::vector<int>{INT_MIN});
-    EXPECT_EQ(w.finishes, 1);
-}
+    EXPECT_EQ(missing.percents, std::vector<int>{INT_MIN});
+    EXPECT_EQ(missing.finishes, 1);
 
-TEST_F(Transfer, NoLengthHeaderReportsOnce)
-{
-    scripted_server server(ok(std::string(30000, 'z'), false));
-    watched w(file, server.url());
+    scripted_server unknown_length(ok(std::string(30000, 'z'), false));
+    watched w(file, unknown_length.url());
     w.run();
     EXPECT_FALSE(w.download->error());
     EXPECT_EQ(w.percents, std::vector<int>{INT_MIN});

@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <mutex>
 
 namespace {
 
@@ -21,10 +20,10 @@ std::shared_ptr<YouTubeUrl> stream(const char* quality, const char* type)
     return YouTubeUrl::init({std::string("http://h/") + quality, quality, type});
 }
 
-std::shared_ptr<YouTubeVideo> with_streams(std::initializer_list<std::shared_ptr<YouTubeUrl>> streams)
+std::shared_ptr<YouTubeVideo> with_streams(const YouTubeVideo::StreamList& streams)
 {
     auto video = YouTubeVideo::initFromURL(QUrl("http://h/watch?v=x"), QUrl());
-    video->setUrls(YouTubeVideo::StreamList(streams));
+    video->setUrls(streams);
     return video;
 }
 
@@ -65,8 +64,7 @@ TEST(StreamChoice, BestAndLowest)
         YouTubeVideo::StreamList streams;
         for (const auto& [quality, type] : cases[i].streams)
             streams.append(stream(quality, type));
-        const auto video = with_streams({});
-        video->setUrls(streams);
+        const auto video = with_streams(streams);
         const auto at = [&](int index) { return index < 0 ? nullptr : streams[index]; };
         EXPECT_EQ(video->UrlWithBestQuality(), at(cases[i].best));
         if (cases[i].lowest != -2) {

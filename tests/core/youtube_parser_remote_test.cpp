@@ -62,15 +62,6 @@ TEST_F(ParserExchange, LocalParseCopiesTheParser)
     EXPECT_EQ(local->urls[1].url, parser.urls[1].url());
 }
 
-TEST_F(ParserExchange, LocalParseOfPagesWithoutStreamsOrLabels)
-{
-    const std::string no_map = read_data("watch/no_stream_map.html");
-    EXPECT_EQ(*youtube_parser::parse_html(no_map), parser_result());
-
-    const std::string unlabelled = R"("url_encoded_fmt_stream_map": "url=http%3A%2F%2Fh%2Fp\u0026type=video%2Fmp4")";
-    EXPECT_THROW(youtube_parser::parse_html(unlabelled), std::out_of_range);
-}
-
 TEST_F(ParserExchange, DoneReplyIsTheRecordAndThePageIsPostedAsIs)
 {
     const std::string archive = read_data("parser_result/two_streams.archive");
@@ -87,17 +78,22 @@ TEST_F(ParserExchange, DoneReplyIsTheRecordAndThePageIsPostedAsIs)
                   "\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n" + page);
 }
 
-TEST_F(ParserExchange, ServiceVerdictIsFinalEvenWithFallback)
+TEST_F(ParserExchange, VerdictsReachTheCallerWithOrWithoutFallback)
 {
-    scripted_server service(reply("YERR: This video is private."));
-    for (const bool fallback : {true, false}) {
+    const auto expect_private = [](const std::string& sent, const std::string& address, bool fallback) {
         try {
-            youtube_parser::parse_html_remote(page, service.url(service_path), fallback);
-            ADD_FAILURE() << "no youtube_error";
+            youtube_parser::parse_html_remote(sent, address, fallback);
+            ADD_FAILURE() << "no youtube_error from " << address;
         } catch (const youtube_error& e) {
             EXPECT_STREQ(e.what(), "This video is private.");
         }
-    }
+    };
+    // The service's verdict is final; so is the local one when the service fails.
+    scripted_server verdict(reply("YERR: This video is private."));
+    expect_private(page, verdict.url(service_path), true);
+    expect_private(page, verdict.url(service_path), false);
+    scripted_server garbage(reply("garbage"));
+    expect_private(read_data("watch/notice_player_unavailable.html"), garbage.url(service_path), true);
 }
 
 TEST_F(ParserExchange, FailuresFallBackToTheLocalParse)
@@ -136,18 +132,6 @@ TEST_F(ParserExchange, OversizedReplyFallsBack)
     const std::string archive = "DONE: " + save_parser_result(sent);
     scripted_server service(reply(archive + std::string(64 * 1024 * 1024 + 1 - archive.size(), ' ')));
     EXPECT_EQ(*youtube_parser::parse_html_remote(page, service.url(service_path), true), *local);
-}
-
-TEST_F(ParserExchange, LocalParseErrorsReachTheCaller)
-{
-    const std::string notice = read_data("watch/notice_player_unavailable.html");
-    scripted_server service(reply("garbage"));
-    try {
-        youtube_parser::parse_html_remote(notice, service.url(service_path), true);
-        ADD_FAILURE() << "no youtube_error";
-    } catch (const youtube_error& e) {
-        EXPECT_STREQ(e.what(), "This video is private.");
-    }
 }
 
 TEST_F(ParserExchange, SeveralExchangesAtOnce)

@@ -1,12 +1,9 @@
 #include "downloads/AudioDownloadItem.h"
-#include "downloads/FFmpeg.h"
 #include "downloads/Settings.h"
 #include "downloads/VideoDownloadItem.h"
 
 #include "job_fixture.h"
 #include "media.h"
-
-#include <QCryptographicHash>
 
 #include <algorithm>
 
@@ -122,16 +119,5 @@ TEST_F(MediaJobs, CancelWhileConvertingOrCopyingLeavesNothing)
         EXPECT_EQ(job->state(), State::Canceled) << job->destinationfile().toStdString();
         EXPECT_FALSE(job->hasPlayButton());
     }
-    EXPECT_TRUE(files(downloads()).isEmpty()) << files(downloads()).join(", ").toStdString();
-}
-
-TEST_F(MediaJobs, NoConverterIsAFailureWithAReason)
-{
-    FFmpeg::setExecutableOverride(QString());
-    const auto job = AudioDownloadItem::initWithBitrate(video("No converter"), clip("webm", "video/webm"), 320);
-    runUntilEnd(job);
-    FFmpeg::setExecutableOverride(std::nullopt);
-    EXPECT_EQ(job->state(), State::Failed);
-    EXPECT_TRUE(job->failureReason().contains("ffmpeg")) << job->failureReason().toStdString();
     EXPECT_TRUE(files(downloads()).isEmpty()) << files(downloads()).join(", ").toStdString();
 }

@@ -124,8 +124,6 @@ TEST(ProgressChunk, ReadsTheTimeOfItsOwnKindOfReportOnly)
     }
 }
 
-// --- Argument lists and the executable -------------------------------------
-
 TEST(ConverterCommand, AudioListAddsMp3Suffix)
 {
     EXPECT_EQ(FFmpeg::audioArguments("/in/a", "/out/T.mp3", 128).last(), "/out/T.mp3");
@@ -133,55 +131,10 @@ TEST(ConverterCommand, AudioListAddsMp3Suffix)
     EXPECT_EQ(FFmpeg::audioArguments("/in/a", "/out/T.mp3.part", 320).last(), "/out/T.mp3.part.mp3");
 }
 
-class ExecutableLookup : public ::testing::Test {
-protected:
-    ~ExecutableLookup() override { FFmpeg::setExecutableOverride(std::nullopt); }
-    QTemporaryDir dir;
-};
-
-TEST_F(ExecutableLookup, PrefersTheProgramsFolderThenPath)
-{
-    QDir(dir.path()).mkpath("app");
-    QDir(dir.path()).mkpath("bin");
-    QDir(dir.path()).mkpath("plain");
-    const QString app = dir.path() + "/app", bin = dir.path() + "/bin", plain = dir.path() + "/plain";
-    writeExecutable(app + "/ffmpeg", "#!/bin/sh\n");
-    writeExecutable(bin + "/ffmpeg", "#!/bin/sh\n");
-    writeExecutable(plain + "/ffmpeg", "#!/bin/sh\n", false);
-
-    EXPECT_EQ(FFmpeg::locateExecutable(app, {bin}), app + "/ffmpeg");
-    EXPECT_EQ(FFmpeg::locateExecutable(plain, {plain, bin}), bin + "/ffmpeg");
-    EXPECT_EQ(FFmpeg::locateExecutable(QString(), {bin}), bin + "/ffmpeg");
-    EXPECT_EQ(FFmpeg::locateExecutable(plain, {}), QString());
-    EXPECT_EQ(FFmpeg::locateExecutable(QString(), {plain}), QString());
-}
-
-TEST_F(ExecutableLookup, VideoListFollowsTheEncodersOnOffer)
-{
-    // A program that lists libfaac among its encoders gets the list as first written.
-    const QString faac = dir.path() + "/ffmpeg";
-    writeExecutable(faac, "#!/bin/sh\necho ' V....D libx264  H.264'\necho ' A..... libfaac  AAC'\n");
-    FFmpeg::setExecutableOverride(faac);
-    const QStringList original{"-i",      "/in/a.flv", "-r",  "30",    "-vcodec", "libx264",
-                               "-acodec", "libfaac",   "-ar", "44000", "-ab",     "320k",
-                               "-ac",     "2",         "-y",  "-crf",  "21",      "/out/T.mp4"};
-    EXPECT_EQ(FFmpeg::videoArguments("/in/a.flv", "/out/T.mp4"), original);
-
-    // Without libfaac (or without any program) the built-in encoder at a rate it accepts.
-    QStringList today = original;
-    today[7] = "aac";
-    today[9] = "44100";
-    FFmpeg::setExecutableOverride(QString());
-    EXPECT_EQ(FFmpeg::videoArguments("/in/a.flv", "/out/T.mp4"), today);
-    if (const QString real = QStandardPaths::findExecutable("ffmpeg"); !real.isEmpty()) {
-        FFmpeg::setExecutableOverride(real);
-        EXPECT_EQ(FFmpeg::videoArguments("/in/a.flv", "/out/T.mp4"), today);
-    }
-}
-
 // --- Runs against stand-in programs -----------------------------------------
 
-// A stand-in ffmpeg: a script that writes chosen output and exits as told.
+// A stand-in ffmpeg: a script that writes chosen output and exits as told; also
+// the place to try the lookup of the program.
 class ScriptedConverter : public ::testing::Test {
 protected:
     ~ScriptedConverter() override { FFmpeg::setExecutableOverride(std::nullopt); }
@@ -199,6 +152,42 @@ protected:
     log_capture log;
     std::shared_ptr<FFmpeg> converter = FFmpeg::create("/in/a.webm", dir.path() + "/out.mp4");
 };
+
+TEST_F(ScriptedConverter, PrefersTheProgramsFolderThenPath)
+{
+    QDir(dir.path()).mkpath("app");
+    QDir(dir.path()).mkpath("bin");
+    QDir(dir.path()).mkpath("plain");
+    const QString app = dir.path() + "/app", bin = dir.path() + "/bin", plain = dir.path() + "/plain";
+    writeExecutable(app + "/ffmpeg", "#!/bin/sh\n");
+    writeExecutable(bin + "/ffmpeg", "#!/bin/sh\n");
+    writeExecutable(plain + "/ffmpeg", "#!/bin/sh\n", false);
+
+    EXPECT_EQ(FFmpeg::locateExecutable(app, {bin}), app + "/ffmpeg");
+    EXPECT_EQ(FFmpeg::locateExecutable(plain, {plain, bin}), bin + "/ffmpeg");
+    EXPECT_EQ(FFmpeg::locateExecutable(QString(), {bin}), bin + "/ffmpeg");
+    EXPECT_EQ(FFmpeg::locateExecutable(plain, {}), QString());
+    EXPECT_EQ(FFmpeg::locateExecutable(QString(), {plain}), QString());
+}
+
+TEST_F(ScriptedConverter, VideoListFollowsTheEncodersOnOffer)
+{
+    // A program that lists libfaac among its encoders gets the list as first written.
+    const QString faac = dir.path() + "/ffmpeg";
+    writeExecutable(faac, "#!/bin/sh\necho ' V....D libx264  H.264'\necho ' A..... libfaac  AAC'\n");
+    FFmpeg::setExecutableOverride(faac);
+    const QStringList original{"-i",      "/in/a.flv", "-r",  "30",    "-vcodec", "libx264",
+                               "-acodec", "libfaac",   "-ar", "44000", "-ab",     "320k",
+                               "-ac",     "2",         "-y",  "-crf",  "21",      "/out/T.mp4"};
+    EXPECT_EQ(FFmpeg::videoArguments("/in/a.flv", "/out/T.mp4"), original);
+
+    // Without libfaac (here: without any program) the built-in encoder at a rate it accepts.
+    QStringList today = original;
+    today[7] = "aac";
+    today[9] = "44100";
+    FFmpeg::setExecutableOverride(QString());
+    EXPECT_EQ(FFmpeg::videoArguments("/in/a.flv", "/out/T.mp4"), today);
+}
 
 TEST_F(ScriptedConverter, ReportsEachNewSecondOnce)
 {

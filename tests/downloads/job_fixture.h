@@ -38,7 +38,6 @@ protected:
 
     QString downloads() const { return home_.path() + "/Downloads"; }
     QString cache() const { return home_.path() + "/.cache/Melodrift"; }
-    QStringList log() const { return log_.lines(); }
 
     // Serves path -> body; anything else is a 404.
     void serve(const std::string& path, std::string body)

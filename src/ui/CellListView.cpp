@@ -1,7 +1,22 @@
 #include "ui/CellListView.h"
 
 #include <QAbstractItemModel>
+#include <QAccessibleWidget>
 #include <QVBoxLayout>
+
+namespace {
+
+// Qt's own interface for scroll areas reads past its list of children when a
+// scroll bar comes or goes between two questions of a screen reader, and the
+// program dies. The plain widget interface checks the index it is given.
+QAccessibleInterface* checkedAccessible(const QString& className, QObject* object)
+{
+    if (className == QLatin1String("CellListView") && object->isWidgetType())
+        return new QAccessibleWidget(static_cast<QWidget*>(object), QAccessible::Client);
+    return nullptr;
+}
+
+} // namespace
 
 CellListView::CellListView(QWidget* parent)
     : QScrollArea(parent), content_(new QWidget), layout_(new QVBoxLayout(content_))
@@ -13,6 +28,8 @@ CellListView::CellListView(QWidget* parent)
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    static const bool factoryInstalled = (QAccessible::installFactory(checkedAccessible), true);
+    Q_UNUSED(factoryInstalled);
 }
 
 void CellListView::setModel(QAbstractItemModel* model, CellFactory makeCell)

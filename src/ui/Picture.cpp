@@ -1,8 +1,10 @@
 #include "ui/Picture.h"
 
+#include <QGuiApplication>
 #include <QHash>
 #include <QIconEngine>
 #include <QPainter>
+#include <QPalette>
 #include <QSvgRenderer>
 
 QPixmap Picture::pixmap(const QString& resource, QSize size, qreal devicePixelRatio)
@@ -36,23 +38,32 @@ public:
     }
     QPixmap scaledPixmap(const QSize& size, QIcon::Mode mode, QIcon::State, qreal scale) override
     {
-        const QString key = QStringLiteral("%1@%2x%3@%4").arg(resource_).arg(size.width()).arg(size.height()).arg(scale);
+        const QString key = QStringLiteral("%1@%2x%3@%4/%5").arg(resource_).arg(size.width()).arg(size.height()).arg(scale).arg(mode);
         auto found = cache_.find(key);
         if (found == cache_.end())
-            found = cache_.insert(key, Picture::pixmap(resource_, size, scale));
-        if (mode != QIcon::Disabled)
-            return *found;
-        QPixmap faded(found->size());
-        faded.setDevicePixelRatio(found->devicePixelRatio());
-        faded.fill(Qt::transparent);
-        QPainter painter(&faded);
-        painter.setOpacity(0.4);
-        painter.drawPixmap(0, 0, *found);
-        return faded;
+            found = cache_.insert(key, draw(size, mode, scale));
+        return *found;
     }
     QIconEngine* clone() const override { return new SvgIconEngine(resource_); }
 
 private:
+    QPixmap draw(const QSize& size, QIcon::Mode mode, qreal scale) const
+    {
+        QPixmap picture = Picture::pixmap(resource_, size, scale);
+        if (mode != QIcon::Disabled && mode != QIcon::Selected)
+            return picture;
+        QPainter painter(&picture);
+        if (mode == QIcon::Disabled) {
+            painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
+            painter.fillRect(picture.rect(), QColor(0, 0, 0, 102));
+        } else {
+            // On a selected row the picture takes the row's text colour: grey on blue is hard to see.
+            painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+            painter.fillRect(picture.rect(), QGuiApplication::palette().color(QPalette::HighlightedText));
+        }
+        return picture;
+    }
+
     const QString resource_;
     QHash<QString, QPixmap> cache_;
 };

@@ -29,19 +29,8 @@ QString PreviewPage::mimeOf(const QString& type)
 
 QString PreviewPage::escapeHtml(const QString& text)
 {
-    QString escaped;
-    escaped.reserve(text.size());
-    for (const QChar c : text) {
-        switch (c.unicode()) {
-        case '&': escaped += QLatin1String("&amp;"); break;
-        case '<': escaped += QLatin1String("&lt;"); break;
-        case '>': escaped += QLatin1String("&gt;"); break;
-        case '"': escaped += QLatin1String("&quot;"); break;
-        case '\'': escaped += QLatin1String("&#39;"); break;
-        default: escaped += c;
-        }
-    }
-    return escaped;
+    // Qt leaves the apostrophe alone; attribute values may be quoted with it.
+    return text.toHtmlEscaped().replace(QLatin1Char('\''), QLatin1String("&#39;"));
 }
 
 QString PreviewPage::escapeJavaScript(const QString& text)

@@ -40,25 +40,24 @@ class Search(DesktopTest):
         folder = os.path.join(self.home, "Downloads")
         return sorted(os.listdir(folder)) if os.path.isdir(folder) else []
 
+    def saved(self, run, words, title, button, suffix):
+        """Searches, presses the row's button and waits for the job; the saved file."""
+        self.search(run, words)
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, button, root=run.row(title)))
+        self.finished(run, title)
+        path = os.path.join(self.home, "Downloads", title + suffix)
+        self.assertTrue(os.path.isfile(path), self.downloads())
+        return path
+
     def test_words_then_download_audio_and_video(self):
         run = self.start()
-        self.search(run, "glider")
-        row = run.row(GLIDER)
-        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download audio", root=row))
-        self.finished(run, GLIDER)
-        mp3 = os.path.join(self.home, "Downloads", GLIDER + ".mp3")
-        self.assertTrue(os.path.isfile(mp3), self.downloads())
+        mp3 = self.saved(run, "glider", GLIDER, "Download audio", ".mp3")
         self.assertEqual(probe(mp3, "stream=codec_name"), "mp3")
         self.assertEqual(probe(mp3, "stream=bit_rate"), "320000")
 
         # A video offered as WebM only becomes an H.264 MP4.
         run.click(run.wait(pyatspi.ROLE_LIST_ITEM, "Search"))
-        self.search(run, "mandelbrot")
-        row = run.row(MANDELBROT)
-        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download video", root=row))
-        self.finished(run, MANDELBROT)
-        mp4 = os.path.join(self.home, "Downloads", MANDELBROT + ".mp4")
-        self.assertTrue(os.path.isfile(mp4), self.downloads())
+        mp4 = self.saved(run, "mandelbrot", MANDELBROT, "Download video", ".mp4")
         self.assertEqual(probe(mp4, "stream=codec_name", "v:0"), "h264")
 
     @unittest.skipIf(os.environ.get("MELODRIFT_E2E_NO_WEB_ENGINE"), "the web engine is not run under ThreadSanitizer")

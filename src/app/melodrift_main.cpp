@@ -79,13 +79,13 @@ int main(int argc, char** argv)
         // Qt's own notes (the web engine's set-up, say) are for --verbose too.
         QLoggingCategory::setFilterRules(QStringLiteral("*.info=false\n*.debug=false"));
     }
-    platform::Localization::install();
-
     // A second start brings the running window to the front and ends.
     platform::SingleInstance instance(QStringLiteral("melodrift.socket"));
     const QByteArray request = address.isEmpty() ? QByteArrayLiteral("raise") : "open " + address.toUtf8();
     if (instance.handOver(request))
         return 0;
+    // Only the program that stays shows text.
+    platform::Localization::install();
 
     AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(arguments));
     QObject::connect(&instance, &platform::SingleInstance::messageReceived, &delegate, [&delegate](const QByteArray& message) {

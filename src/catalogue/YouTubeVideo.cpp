@@ -6,8 +6,11 @@
 #include "core/youtube_parser.h"
 #include "platform/BlockingHttp.h"
 #include "platform/Log.h"
+#include "platform/MainThread.h"
 #include "platform/Text.h"
 #include "platform/WorkerPool.h"
+
+#include <QPointer>
 
 #include <limits>
 
@@ -157,6 +160,23 @@ void YouTubeVideo::parseUrlsAsync(std::function<void()> done, std::function<void
                 onError(e);
         }
     });
+}
+
+void YouTubeVideo::parseUrlsAsync(const QObject* context, std::function<void(const QString& error)> then)
+{
+    const QPointer<const QObject> guard(context);
+    auto answer = [guard, then = std::move(then)](const QString& error) {
+        platform::MainThread::post([guard, then, error] {
+            if (guard)
+                then(error);
+        });
+    };
+    parseUrlsAsync([answer] { answer(QString()); },
+                   [answer](const youtube_error& e) {
+                       const QString message = QString::fromUtf8(e.what());
+                       Log::line(QStringLiteral("YouTube-Error: ") + message);
+                       answer(message);
+                   });
 }
 
 int YouTubeVideo::GetQuality(const QString& quality)

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QList>
 #include <QMap>
+#include <QObject>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -42,6 +43,9 @@ public:
     // parseUrls on the shared worker pool, then done, or onError with the error.
     // Both run on the worker thread.
     void parseUrlsAsync(std::function<void()> done, std::function<void(const youtube_error&)> onError);
+    // The same, answered on the main thread while context lives: an empty error
+    // when the streams were read, else the reason, which is also logged.
+    void parseUrlsAsync(const QObject* context, std::function<void(const QString& error)> then);
 
     // The highest-ranked stream, an MP4 one among equals (the last); none when no
     // stream has a known rank, unless one of unknown rank is MP4.

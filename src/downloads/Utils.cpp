@@ -22,4 +22,3 @@ std::optional<QString> Utils::DoCmdWithResult(const QString& command)
     return text;
 }
 
-void Utils::DoCmd(const QString&) {}

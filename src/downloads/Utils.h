@@ -11,5 +11,4 @@ public:
     // when bash cannot be run or the output is not UTF-8.
     static std::optional<QString> DoCmdWithResult(const QString& command);
     // Does nothing, on purpose.
-    static void DoCmd(const QString& command);
 };

@@ -46,9 +46,7 @@ void Notifications::notify(const QString& summary, const QString& body)
     QVariantMap hints;
     hints.insert(QStringLiteral("desktop-entry"), desktopEntry_);
     // The body is plain text to us; servers that read markup must not see any.
-    QString text = body;
-    text.replace(QLatin1Char('&'), QLatin1String("&amp;")).replace(QLatin1Char('<'), QLatin1String("&lt;")).replace(QLatin1Char('>'), QLatin1String("&gt;"));
-    call << applicationName_ << 0u << desktopEntry_ << summary << text << QStringList{pressed, applicationName_}
+    call << applicationName_ << 0u << desktopEntry_ << summary << body.toHtmlEscaped() << QStringList{pressed, applicationName_}
          << hints << -1;
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* done) {

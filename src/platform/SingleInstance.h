@@ -21,7 +21,6 @@ public:
     // True when a running program took the message (this one ends); false when
     // this is the first, which now listens for the later ones.
     bool handOver(const QByteArray& message);
-    QString socketPath() const { return path_; }
 
 signals:
     void messageReceived(const QByteArray& message);

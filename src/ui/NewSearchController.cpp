@@ -2,13 +2,11 @@
 
 #include "catalogue/YouTubeSearch.h"
 #include "catalogue/YouTubeVideo.h"
-#include "core/youtube_error.h"
 #include "downloads/AudioDownloadItem.h"
 #include "downloads/VideoDownloadItem.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "platform/MainThread.h"
-#include "platform/WorkerPool.h"
 #include "ui/AlertPresenter.h"
 #include "ui/PZBackgroundView.h"
 #include "ui/PZScrollView.h"
@@ -201,21 +199,9 @@ void NewSearchController::searchTextChange()
         Log::line(QStringLiteral("Search URL: ") + url.host());
         wordsSearch_.reset();
         const int generation = ++addressSearch_;
-        const QPointer<NewSearchController> self(this);
-        const QUrl parserService = endpoints_.parserService;
-        platform::WorkerPool::run([self, generation, url, parserService] {
-            const auto video = YouTubeVideo::initFromURL(url, parserService);
-            QString error;
-            try {
-                video->parseUrls();
-            } catch (const youtube_error& e) {
-                error = QString::fromUtf8(e.what());
-                Log::line(QStringLiteral("YouTube-Error: ") + error);
-            }
-            platform::MainThread::post([self, generation, video, error] {
-                if (self)
-                    self->addressParsed(generation, video, error);
-            });
+        const auto video = YouTubeVideo::initFromURL(url, endpoints_.parserService);
+        video->parseUrlsAsync(this, [this, generation, video](const QString& error) {
+            addressParsed(generation, video, error);
         });
     } else {
         Log::line(QStringLiteral("Search: ") + text);
@@ -318,24 +304,12 @@ void NewSearchController::downloadButton(int row, bool audio)
     const auto video = model_->video(row);
     if (!video)
         return;
-    const QPointer<NewSearchController> self(this);
-    video->parseUrlsAsync(
-        [self, video, audio] {
-            platform::MainThread::post([self, video, audio] {
-                if (self)
-                    self->streamsFound(video, audio);
-            });
-        },
-        [self, video](const youtube_error& error) {
-            const QString message = QString::fromUtf8(error.what());
-            Log::line(QStringLiteral("YouTube-Error: ") + message);
-            platform::MainThread::post([self, video, message] {
-                if (!self)
-                    return;
-                self->model_->reloadRow(self->model_->rowOf(video.get()));
-                self->alerts_.showAlert(QStringLiteral("YouTube:"), message, self->mainView_->window());
-            });
-        });
+    video->parseUrlsAsync(this, [this, video, audio](const QString& error) {
+        if (error.isEmpty())
+            return streamsFound(video, audio);
+        model_->reloadRow(model_->rowOf(video.get()));
+        alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
+    });
     model_->reloadRow(row);
 }
 
@@ -347,10 +321,16 @@ void NewSearchController::streamsFound(const std::shared_ptr<YouTubeVideo>& vide
         alerts_.showAlert(QStringLiteral("YouTube:"), Localization::string("Search.NoStream"), mainView_->window());
         return;
     }
+    startDownload(video, best, audio);
+}
+
+void NewSearchController::startDownload(const std::shared_ptr<YouTubeVideo>& video,
+                                        const std::shared_ptr<YouTubeUrl>& stream, bool audio)
+{
     if (audio)
-        downloadEvent(*this, AudioDownloadItem::initWithBitrate(video, best, audioBitrate));
+        downloadEvent(*this, AudioDownloadItem::initWithBitrate(video, stream, audioBitrate));
     else
-        downloadEvent(*this, VideoDownloadItem::init(video, best));
+        downloadEvent(*this, VideoDownloadItem::init(video, stream));
 }
 
 void NewSearchController::bringWindowToFront()
@@ -365,14 +345,14 @@ void NewSearchController::audioEvent(PreviewController&, const std::shared_ptr<Y
                                      const std::shared_ptr<YouTubeUrl>& stream)
 {
     bringWindowToFront();
-    downloadEvent(*this, AudioDownloadItem::initWithBitrate(video, stream, audioBitrate));
+    startDownload(video, stream, true);
 }
 
 void NewSearchController::videoEvent(PreviewController&, const std::shared_ptr<YouTubeVideo>& video,
                                      const std::shared_ptr<YouTubeUrl>& stream)
 {
     bringWindowToFront();
-    downloadEvent(*this, VideoDownloadItem::init(video, stream));
+    startDownload(video, stream, false);
 }
 
 namespace {
@@ -450,31 +430,32 @@ void NewSearchController::run(QAbstractAnimation* animation)
     if (running_)
         running_->setCurrentTime(running_->totalDuration());
     running_ = animation;
-    if (!animationsEnabled) {
-        animation->start(QAbstractAnimation::DeleteWhenStopped);
-        animation->setCurrentTime(animation->totalDuration());
-        return;
-    }
     animation->start(QAbstractAnimation::DeleteWhenStopped);
+    if (!animationsEnabled)
+        animation->setCurrentTime(animation->totalDuration());
 }
 
 QRect NewSearchController::searchBarFrame(bool atTop) const
 {
     const int w = mainView_->width();
-    const int h = mainView_->height();
     const int barHeight = searchBar_->sizeHint().height();
     if (atTop)
         return {10, 10, std::max(w - 20, 0), barHeight};
     const int barWidth = std::clamp(w - 40, 0, 560);
-    const int logoBottom = std::max(20, h * 28 / 100 - 64) + 128;
-    return {(w - barWidth) / 2, logoBottom + 28, barWidth, barHeight};
+    return {(w - barWidth) / 2, logoFrame().bottom() + 29, barWidth, barHeight};
+}
+
+QRect NewSearchController::logoFrame() const
+{
+    constexpr int side = 128;
+    return {(mainView_->width() - side) / 2, std::max(20, mainView_->height() * 28 / 100 - 64), side, side};
 }
 
 void NewSearchController::placeViews()
 {
     const int w = mainView_->width();
     const int h = mainView_->height();
-    imageView_->setGeometry((w - 128) / 2, std::max(20, h * 28 / 100 - 64), 128, 128);
+    imageView_->setGeometry(logoFrame());
     const QRect bar = searchBarFrame(resultsShown_);
     // While the bar moves to the top, the animation places it.
     if (!barMoving_)

@@ -89,6 +89,7 @@ private:
     void searchIsFinish();
     void downloadButton(int row, bool audio);
     void streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio);
+    void startDownload(const std::shared_ptr<YouTubeVideo>& video, const std::shared_ptr<YouTubeUrl>& stream, bool audio);
     void showStatus(const QString& text);
     void bringWindowToFront();
 
@@ -100,6 +101,7 @@ private:
     void placeViews();
     // Where the search bar stands: under the logo, or at the top over the results.
     QRect searchBarFrame(bool atTop) const;
+    QRect logoFrame() const;
 
     const platform::ServiceEndpoints endpoints_;
     AlertPresenter& alerts_;

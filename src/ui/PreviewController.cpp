@@ -1,11 +1,9 @@
 #include "ui/PreviewController.h"
 
 #include "catalogue/YouTubeVideo.h"
-#include "core/youtube_error.h"
 #include "platform/Desktop.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
-#include "platform/MainThread.h"
 #include "ui/AlertPresenter.h"
 #include "ui/ElidedLabel.h"
 #include "ui/PZBackgroundView.h"
@@ -127,22 +125,12 @@ void PreviewController::setVideo(const std::shared_ptr<YouTubeVideo>& video)
     // The engine starts while the streams are found.
     ensureWebView();
 
-    const QPointer<PreviewController> self(this);
-    video->parseUrlsAsync(
-        [self, video] {
-            platform::MainThread::post([self, video] {
-                if (self)
-                    self->parsed(video);
-            });
-        },
-        [self, video](const youtube_error& error) {
-            const QString message = QString::fromUtf8(error.what());
-            platform::Log::line(QStringLiteral("YouTube-Error: ") + message);
-            platform::MainThread::post([self, video, message] {
-                if (self)
-                    self->failed(video, message);
-            });
-        });
+    video->parseUrlsAsync(this, [this, video](const QString& error) {
+        if (error.isEmpty())
+            parsed(video);
+        else
+            failed(video, error);
+    });
 }
 
 void PreviewController::parsed(const std::shared_ptr<YouTubeVideo>& video)

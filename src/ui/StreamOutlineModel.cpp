@@ -73,8 +73,6 @@ QVariant StreamOutlineModel::data(const QModelIndex& index, int role) const
             return bold;
         }
         return {};
-    case IsStreamRole:
-        return stream != nullptr;
     default:
         return {};
     }

@@ -18,8 +18,6 @@ class StreamOutlineModel : public QAbstractListModel {
 public:
     // A quality title ("HeaderCell") or a stream ("DataCell").
     using Item = std::variant<QString, std::shared_ptr<YouTubeUrl>>;
-    enum Role { IsStreamRole = Qt::UserRole + 1 };
-
     using QAbstractListModel::QAbstractListModel;
 
     void setVideo(const YouTubeVideo* video);

@@ -4,9 +4,9 @@
 #include "platform/ServiceEndpoints.h"
 #include "platform/SingleInstance.h"
 #include "ui/AppDelegate.h"
+#include "ui/AppStyle.h"
 
 #include <QApplication>
-#include <QIcon>
 #include <QLoggingCategory>
 
 #include <cstdio>
@@ -50,12 +50,12 @@ int main(int argc, char** argv)
     if (::geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
         qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
     QApplication app(argc, argv);
+    QApplication::setStyle(new AppStyle(QApplication::style()->name()));
     QApplication::setOrganizationName(QStringLiteral("Melodrift"));
     QApplication::setApplicationName(QStringLiteral("Melodrift"));
     QApplication::setApplicationVersion(AppDelegate::getVersion());
     // Desktops find the entry, and with it the name and icon, by this.
     QGuiApplication::setDesktopFileName(QStringLiteral("org.melodrift.Melodrift"));
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/images/logo.png")));
 
     // What Qt left of the arguments is ours.
     const QStringList arguments = QApplication::arguments();

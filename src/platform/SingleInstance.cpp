@@ -4,8 +4,12 @@
 
 #include <QDir>
 #include <QLocalSocket>
-#include <QLockFile>
+#include <QFile>
 #include <QStandardPaths>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 namespace platform {
 
@@ -46,16 +50,21 @@ bool SingleInstance::send(const QByteArray& message) const
 
 bool SingleInstance::handOver(const QByteArray& message)
 {
-    // Two programs started at once must not both find the socket unused.
-    QLockFile lock(path_ + QStringLiteral(".lock"));
-    lock.setStaleLockTime(0);
-    lock.tryLock(5 * waitMilliseconds);
-    if (send(message))
-        return true;
-    QLocalServer::removeServer(path_);
-    if (!server_.listen(path_))
-        Log::line(QStringLiteral("Cannot listen for later starts at %1: %2").arg(path_, server_.errorString()));
-    return false;
+    // Two programs started at once must not both find the socket unused. An
+    // flock() goes with the process that held it, so a killed one leaves none.
+    const QByteArray lockPath = QFile::encodeName(path_ + QStringLiteral(".lock"));
+    const int lock = ::open(lockPath.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    for (int waited = 0; lock >= 0 && ::flock(lock, LOCK_EX | LOCK_NB) != 0 && waited < 5 * waitMilliseconds; waited += 10)
+        ::usleep(10 * 1000);
+    const bool handed = send(message);
+    if (!handed) {
+        QLocalServer::removeServer(path_);
+        if (!server_.listen(path_))
+            Log::line(QStringLiteral("Cannot listen for later starts at %1: %2").arg(path_, server_.errorString()));
+    }
+    if (lock >= 0)
+        ::close(lock);
+    return handed;
 }
 
 void SingleInstance::receive(QLocalSocket* socket)

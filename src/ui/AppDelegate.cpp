@@ -12,6 +12,7 @@
 #include "ui/DownloadsController.h"
 #include "ui/MenuDelegate.h"
 #include "ui/NewSearchController.h"
+#include "ui/Picture.h"
 #include "ui/SettingsWindowController.h"
 #include "ui/SidebarCellDelegate.h"
 
@@ -148,6 +149,9 @@ void AppDelegate::finishLaunching()
     window_->show();
     window_->raise();
     window_->activateWindow();
+    // After the window is up: its pictures are 320 KiB for the X server.
+    if (QApplication::windowIcon().isNull())
+        QApplication::setWindowIcon(Picture::logoIcon());
 }
 
 bool AppDelegate::applicationShouldHandleReopen()

@@ -19,6 +19,7 @@
 #include <QAction>
 #include <QEvent>
 #include <QGraphicsOpacityEffect>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -46,7 +47,6 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       alerts_(alerts),
       searcher_(YouTubeSearch::create(endpoints)),
       model_(new SearchResultModel(this)),
-      previewController_(new PreviewController(alerts, this)),
       mainView_(new PZBackgroundView),
       imageView_(new QLabel(mainView_)),
       searchBar_(new QWidget(mainView_)),
@@ -56,8 +56,8 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       statusLabel_(new QLabel(mainView_)),
       tableScrollView_(new PZScrollView(mainView_))
 {
-    // Drawn at build time; QPixmap picks "logo@2x.png" on a screen of two pixels per point.
-    imageView_->setPixmap(QPixmap(QStringLiteral(":/images/logo.png")));
+    // Drawn at build time, at one and two pixels per point.
+    imageView_->setPixmap(Picture::png(QStringLiteral(":/images/logo.png"), qGuiApp->devicePixelRatio()));
     imageView_->setAlignment(Qt::AlignCenter);
     imageView_->setAccessibleName(QStringLiteral("Melodrift"));
 
@@ -164,9 +164,17 @@ void NewSearchController::listen()
 
 void NewSearchController::applicationDidFinishLaunching()
 {
-    previewController_->close();
+    if (previewController_)
+        previewController_->close();
     tableScrollView_->setDelegate(this);
     searchField_->setFocus();
+}
+
+PreviewController* NewSearchController::previewController()
+{
+    if (previewController_)
+        return previewController_;
+    previewController_ = new PreviewController(alerts_, this);
     const QPointer<NewSearchController> self(this);
     previewController_->audioEvent.set([self](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
                                               std::shared_ptr<YouTubeUrl> stream) {
@@ -178,6 +186,7 @@ void NewSearchController::applicationDidFinishLaunching()
         if (self)
             self->videoEvent(sender, video, stream);
     });
+    return previewController_;
 }
 
 bool NewSearchController::isWatchPage(const QUrl& url) const
@@ -286,7 +295,7 @@ void NewSearchController::showStatus(const QString& text)
 void NewSearchController::previewButtonClick(int row)
 {
     if (const auto video = model_->video(row))
-        previewController_->setVideo(video);
+        previewController()->setVideo(video);
 }
 
 void NewSearchController::downloadVideoButton(int row)

@@ -47,7 +47,8 @@ public:
     QLabel* statusLabel() const { return statusLabel_; }
     PZScrollView* tableScrollView() const { return tableScrollView_; }
     SearchResultModel* model() const { return model_; }
-    PreviewController* previewController() const { return previewController_; }
+    // The preview window, made on first use: a start never pays for it.
+    PreviewController* previewController();
     bool isFirstResult() const { return firstResult_; }
 
     // The window is built and about to be shown.
@@ -107,7 +108,7 @@ private:
     AlertPresenter& alerts_;
     std::shared_ptr<YouTubeSearch> searcher_;
     SearchResultModel* model_;
-    PreviewController* previewController_;
+    PreviewController* previewController_ = nullptr;
     QPointer<QWidget> mainView_;
     QLabel* imageView_;
     QWidget* searchBar_;

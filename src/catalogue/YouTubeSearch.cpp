@@ -74,14 +74,14 @@ void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started,
 
     if (response.error) {
         fail(*response.error);
-        done_ = true;
+        finish(started);
         return;
     }
     const QString body = QString::fromUtf8(response.body);
     if (response.status != 200) {
         fail({QStringLiteral("YouTubeSearch::response"), response.status,
               QStringLiteral("YouTubeSearch::response error %1").arg(response.status)});
-        done_ = true;
+        finish(started);
         return;
     }
 
@@ -126,7 +126,18 @@ void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started,
     if (isStale(started))
         return;
     newVideosEvent(*this, static_cast<qulonglong>(videos().size()));
-    done_ = true;
+    finish(started);
+}
+
+void YouTubeSearch::finish(const std::shared_ptr<const QUrl>& started)
+{
+    // Marked on the main thread, where searches start: one waiting there in
+    // waitForFinish sees it at once, the program never ends under this thread's
+    // feet, and a search started in between is not marked by this one.
+    platform::MainThread::post([self = shared_from_this(), started] {
+        if (!self->isStale(started))
+            self->done_ = true;
+    });
 }
 
 void YouTubeSearch::waitForFinish() const

@@ -55,6 +55,7 @@ private:
                   const platform::HttpResponse& response);
     bool isStale(const std::shared_ptr<const QUrl>& started) const { return currentUrl() != started; }
     void fail(const platform::Error& error);
+    void finish(const std::shared_ptr<const QUrl>& started);
 
     const platform::ServiceEndpoints endpoints_;
     platform::Property<QString> searchString_;

@@ -37,7 +37,8 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
         return response;
     }
 
-    QNetworkAccessManager manager;
+    std::optional<QNetworkAccessManager> own;
+    QNetworkAccessManager* manager = options.manager ? options.manager : &own.emplace();
     QNetworkRequest request(url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
     request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
@@ -45,7 +46,7 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
     request.setTransferTimeout(static_cast<int>(options.timeout.count()));
 
     QEventLoop loop;
-    QNetworkReply* reply = manager.get(request);
+    QNetworkReply* reply = manager->get(request);
     bool tooLarge = false;
     QObject::connect(reply, &QNetworkReply::readyRead, reply, [&] {
         if (response.body.size() + reply->bytesAvailable() > options.maxBytes) {

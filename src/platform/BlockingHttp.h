@@ -6,6 +6,8 @@
 #include <QByteArray>
 #include <QUrl>
 
+class QNetworkAccessManager;
+
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -34,6 +36,10 @@ public:
         // Once cancelled, a transfer under way is aborted and none is begun: the
         // response is then an error.
         std::shared_ptr<CancelToken> cancel;
+        // The calling thread's manager, for a thread that makes many GETs: a
+        // manager runs its transfers on a thread of its own, which one made
+        // per GET would start and join each time. None: one for this GET.
+        QNetworkAccessManager* manager = nullptr;
     };
 
     static HttpResponse get(const QUrl& url);

@@ -1,5 +1,9 @@
 #include "platform/FetchPool.h"
 
+#include <QNetworkAccessManager>
+
+#include <optional>
+
 namespace platform {
 
 FetchPool::FetchPool(std::size_t width)
@@ -41,6 +45,9 @@ void FetchPool::get(const QUrl& url, std::shared_ptr<CancelToken> cancel, Done d
 
 void FetchPool::serve()
 {
+    // Made for the first GET, not here: a pool made on the way out of the
+    // program must not be building managers as the application goes.
+    std::optional<QNetworkAccessManager> manager;
     for (;;) {
         Task task;
         {
@@ -53,6 +60,7 @@ void FetchPool::serve()
         }
         BlockingHttp::Options options;
         options.cancel = std::move(task.cancel);
+        options.manager = manager ? &*manager : &manager.emplace();
         task.done(BlockingHttp::get(task.url, options));
     }
 }

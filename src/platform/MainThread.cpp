@@ -100,11 +100,14 @@ bool MainThread::isCurrent()
 
 void MainThread::runUntil(const std::function<bool()>& done)
 {
+    QTimer tick;
+    tick.start(20);
     while (!done()) {
-        QEventLoop loop;
-        QTimer::singleShot(20, &loop, &QEventLoop::quit);
-        loop.exec();
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+        // What an event loop of its own would have deleted on its way out.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
 }
+
 
 } // namespace platform

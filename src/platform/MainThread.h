@@ -12,7 +12,9 @@ public:
     // Runs work on the main thread and waits for it (at once when called there).
     static void invokeAndWait(const std::function<void()>& work);
     static bool isCurrent();
-    // Runs the calling thread's events until done() holds, checking every 20 ms.
+    // Runs the calling thread's events until done() holds, checked after each
+    // event and at least every 20 ms: what another thread makes hold is seen at
+    // once when it is posted here.
     static void runUntil(const std::function<bool()>& done);
 };
 

@@ -56,8 +56,7 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       statusLabel_(new QLabel(mainView_)),
       tableScrollView_(new PZScrollView(mainView_))
 {
-    // Drawn at build time, at one and two pixels per point.
-    imageView_->setPixmap(Picture::png(QStringLiteral(":/images/logo.png"), qGuiApp->devicePixelRatio()));
+    imageView_->setPixmap(Picture::pixmap(QStringLiteral(":/images/logo.svg"), QSize(128, 128), qGuiApp->devicePixelRatio()));
     imageView_->setAlignment(Qt::AlignCenter);
     imageView_->setAccessibleName(QStringLiteral("Melodrift"));
 

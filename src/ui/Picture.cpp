@@ -1,7 +1,5 @@
 #include "ui/Picture.h"
 
-#include <QImageReader>
-
 #include <QGuiApplication>
 #include <QHash>
 #include <QIconEngine>
@@ -77,31 +75,10 @@ QIcon Picture::icon(const QString& resource)
     return QIcon(new SvgIconEngine(resource));
 }
 
-QPixmap Picture::png(const QString& resource)
-{
-    QImageReader reader(resource, "png");
-    reader.setAutoDetectImageFormat(false);
-    return QPixmap::fromImage(reader.read());
-}
-
-QPixmap Picture::png(const QString& resource, qreal devicePixelRatio)
-{
-    if (devicePixelRatio > 1.0) {
-        QString twice = resource;
-        twice.insert(twice.lastIndexOf(QLatin1Char('.')), QLatin1String("@2x"));
-        QPixmap picture = png(twice);
-        if (!picture.isNull()) {
-            picture.setDevicePixelRatio(2.0);
-            return picture;
-        }
-    }
-    return png(resource);
-}
-
 QIcon Picture::logoIcon()
 {
     QIcon icon;
-    for (const char* resource : {":/images/logo.png", ":/images/logo@2x.png"})
-        icon.addPixmap(png(QString::fromLatin1(resource)));
+    for (const int side : {128, 256})
+        icon.addPixmap(pixmap(QStringLiteral(":/images/logo.svg"), QSize(side, side), 1.0));
     return icon;
 }

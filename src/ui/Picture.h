@@ -13,11 +13,6 @@ public:
     static QPixmap pixmap(const QString& resource, QSize size, qreal devicePixelRatio);
     // The picture at 16 pixels, for list rows and buttons, drawn when first shown.
     static QIcon icon(const QString& resource);
-    // A PNG resource, read by Qt's own PNG reader alone: a reader left to find
-    // the format offers the file to every image plugin, loading them all.
-    static QPixmap png(const QString& resource);
-    // The same, or its "@2x" twin on a screen of two pixels per point.
-    static QPixmap png(const QString& resource, qreal devicePixelRatio);
-    // The logo at one and two pixels per point, for the window's icon.
+    // The logo at 128 and 256 pixels, for the window's icon.
     static QIcon logoIcon();
 };

@@ -35,4 +35,10 @@ ServiceEndpoints ServiceEndpoints::fromEnvironment(const QStringList& arguments)
     return defaults();
 }
 
+bool ServiceEndpoints::isWatchPage(const QUrl& url) const
+{
+    const QString host = url.host();
+    return url.isValid() && !host.isEmpty() && !domain.isEmpty() && host.endsWith(domain, Qt::CaseInsensitive);
+}
+
 } // namespace platform

@@ -23,6 +23,9 @@ struct ServiceEndpoints {
     // "--service BASE" (or "--service=BASE") in arguments, else the environment
     // variable, else the defaults.
     static ServiceEndpoints fromEnvironment(const QStringList& arguments);
+
+    // A watch page of the service: its host is the domain or ends with it.
+    bool isWatchPage(const QUrl& url) const;
 };
 
 } // namespace platform

@@ -34,6 +34,7 @@ using platform::Localization;
 
 AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter* alerts, QObject* parent)
     : QObject(parent),
+      endpoints_(endpoints),
       ownAlerts_(alerts ? nullptr : std::make_unique<AlertPresenter>()),
       window_(new QMainWindow),
       menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, this)),
@@ -199,7 +200,7 @@ QString AppDelegate::droppedAddress(const QMimeData& data) const
     if (text.isEmpty() && data.hasText())
         text = data.text().trimmed();
     const QUrl url(text, QUrl::StrictMode);
-    return menu_->getNewSearchController()->isWatchPage(url) ? text : QString();
+    return endpoints_.isWatchPage(url) ? text : QString();
 }
 
 bool AppDelegate::eventFilter(QObject* watched, QEvent* event)

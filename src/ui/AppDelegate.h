@@ -63,6 +63,7 @@ private:
     void announce(const DownloadItem& item);
     void finishLaunching();
 
+    const platform::ServiceEndpoints endpoints_;
     std::unique_ptr<AlertPresenter> ownAlerts_;
     QPointer<QMainWindow> window_;
     MenuDelegate* menu_;

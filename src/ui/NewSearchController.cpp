@@ -188,13 +188,6 @@ PreviewController* NewSearchController::previewController()
     return previewController_;
 }
 
-bool NewSearchController::isWatchPage(const QUrl& url) const
-{
-    const QString host = url.host();
-    return url.isValid() && !host.isEmpty() && !endpoints_.domain.isEmpty() &&
-           host.endsWith(endpoints_.domain, Qt::CaseInsensitive);
-}
-
 void NewSearchController::searchTextChange()
 {
     const QString text = searchField_->text().trimmed();
@@ -203,7 +196,7 @@ void NewSearchController::searchTextChange()
     statusLabel_->hide();
     loader_->show();
     const QUrl url(text, QUrl::StrictMode);
-    if (isWatchPage(url)) {
+    if (endpoints_.isWatchPage(url)) {
         Log::line(QStringLiteral("Search URL: ") + url.host());
         wordsSearch_.reset();
         const int generation = ++addressSearch_;

@@ -57,8 +57,6 @@ public:
     void searchTextChange();
     // Searches text as if it had been typed or pasted into the field.
     void searchFor(const QString& text);
-    // The host of a watch-page address: the service's domain or one ending with it.
-    bool isWatchPage(const QUrl& url) const;
 
     void previewButtonClick(int row);
     void downloadVideoButton(int row);

@@ -151,11 +151,10 @@ private slots:
 
         // The host test: the service's domain or any host ending with it.
         const platform::ServiceEndpoints elsewhere{QUrl("https://feeds.video.test"), "video.test", QUrl()};
-        NewSearchController other(elsewhere, alerts);
-        QVERIFY(other.isWatchPage(QUrl("https://video.test/watch?v=a")));
-        QVERIFY(other.isWatchPage(QUrl("https://m.video.test/watch?v=a")));
-        QVERIFY(!other.isWatchPage(QUrl("https://video.test.example/watch?v=a")));
-        QVERIFY(!other.isWatchPage(QUrl("tom and jerry")));
+        QVERIFY(elsewhere.isWatchPage(QUrl("https://video.test/watch?v=a")));
+        QVERIFY(elsewhere.isWatchPage(QUrl("https://m.video.test/watch?v=a")));
+        QVERIFY(!elsewhere.isWatchPage(QUrl("https://video.test.example/watch?v=a")));
+        QVERIFY(!elsewhere.isWatchPage(QUrl("tom and jerry")));
     }
 
     void aNoticeIsAnAlertAndTheViewStaysUsable()

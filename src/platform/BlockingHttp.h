@@ -6,11 +6,11 @@
 #include <QByteArray>
 #include <QUrl>
 
-class QNetworkAccessManager;
-
 #include <chrono>
 #include <memory>
 #include <optional>
+
+class QNetworkAccessManager;
 
 namespace platform {
 

@@ -60,7 +60,9 @@ void FetchPool::serve()
         }
         BlockingHttp::Options options;
         options.cancel = std::move(task.cancel);
-        options.manager = manager ? &*manager : &manager.emplace();
+        if (!manager)
+            manager.emplace();
+        options.manager = &*manager;
         task.done(BlockingHttp::get(task.url, options));
     }
 }

@@ -109,5 +109,4 @@ void MainThread::runUntil(const std::function<bool()>& done)
     }
 }
 
-
 } // namespace platform

@@ -56,7 +56,7 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       statusLabel_(new QLabel(mainView_)),
       tableScrollView_(new PZScrollView(mainView_))
 {
-    imageView_->setPixmap(Picture::pixmap(QStringLiteral(":/images/logo.svg"), QSize(128, 128), qGuiApp->devicePixelRatio()));
+    imageView_->setPixmap(Picture::logo(qGuiApp->devicePixelRatio()));
     imageView_->setAlignment(Qt::AlignCenter);
     imageView_->setAccessibleName(QStringLiteral("Melodrift"));
 
@@ -448,7 +448,7 @@ QRect NewSearchController::searchBarFrame(bool atTop) const
 
 QRect NewSearchController::logoFrame() const
 {
-    constexpr int side = 128;
+    constexpr int side = Picture::logoSide;
     return {(mainView_->width() - side) / 2, std::max(20, mainView_->height() * 28 / 100 - 64), side, side};
 }
 

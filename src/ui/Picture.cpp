@@ -75,10 +75,18 @@ QIcon Picture::icon(const QString& resource)
     return QIcon(new SvgIconEngine(resource));
 }
 
+QPixmap Picture::logo(qreal devicePixelRatio)
+{
+    return pixmap(QStringLiteral(":/images/logo.svg"), QSize(logoSide, logoSide), devicePixelRatio);
+}
+
 QIcon Picture::logoIcon()
 {
     QIcon icon;
-    for (const int side : {128, 256})
-        icon.addPixmap(pixmap(QStringLiteral(":/images/logo.svg"), QSize(side, side), 1.0));
+    for (const qreal ratio : {1.0, 2.0}) {
+        QPixmap picture = logo(ratio);
+        picture.setDevicePixelRatio(1.0); // an icon's sizes are in pixels
+        icon.addPixmap(picture);
+    }
     return icon;
 }

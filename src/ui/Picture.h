@@ -13,6 +13,9 @@ public:
     static QPixmap pixmap(const QString& resource, QSize size, qreal devicePixelRatio);
     // The picture at 16 pixels, for list rows and buttons, drawn when first shown.
     static QIcon icon(const QString& resource);
-    // The logo at 128 and 256 pixels, for the window's icon.
+    // The logo, 128 points square.
+    static constexpr int logoSide = 128;
+    static QPixmap logo(qreal devicePixelRatio);
+    // The logo at one and two pixels per point, for the window's icon.
     static QIcon logoIcon();
 };

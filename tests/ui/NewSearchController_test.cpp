@@ -157,17 +157,6 @@ private slots:
         QVERIFY(!elsewhere.isWatchPage(QUrl("tom and jerry")));
     }
 
-    void aNoticeIsAnAlertAndTheViewStaysUsable()
-    {
-        enter(service->watch("UHJpdmF0ZTE"));
-        QTRY_COMPARE_WITH_TIMEOUT(alerts.shown.size(), 1, 20000);
-        QCOMPARE(alerts.shown.first(), qMakePair(QString("YouTube:"), QString("This video is private.")));
-        QTRY_VERIFY(search->loader()->isHidden());
-        enter("glider");
-        settle(1);
-        QCOMPARE(titles(*search->model()), QStringList({"Game of Life: Glider Parade"}));
-    }
-
     void progressFollowsTheSearch()
     {
         QList<QPair<int, int>> seen;

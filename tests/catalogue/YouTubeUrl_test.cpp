@@ -38,13 +38,11 @@ TEST(YouTubeUrl, TypeLabelsAndSuffixesByPrefix)
 
 TEST(YouTubeUrl, QualityLabelsComeFromTheTextsExceptHd720)
 {
-    EXPECT_EQ(stream("small", "video/mp4")->localizedQuality(), "Small");
-    EXPECT_EQ(stream("medium", "video/mp4")->localizedQuality(), "Medium");
-    EXPECT_EQ(stream("large", "video/mp4")->localizedQuality(), "Large");
-    EXPECT_EQ(stream("hd720", "video/mp4")->localizedQuality(), "hd720");
-    EXPECT_EQ(stream("SMALL", "video/mp4")->localizedQuality(), "SMALL");
-    EXPECT_EQ(stream("hd1080", "video/mp4")->localizedQuality(), "hd1080");
-    EXPECT_EQ(stream("medium", "video/mp4")->quality(), "medium");
+    const std::pair<const char*, const char*> cases[] = {{"small", "Small"}, {"medium", "Medium"},
+                                                         {"large", "Large"}, {"hd720", "hd720"},
+                                                         {"SMALL", "SMALL"}, {"hd1080", "hd1080"}};
+    for (const auto& [quality, label] : cases)
+        EXPECT_EQ(stream(quality, "video/mp4")->localizedQuality(), label) << quality;
 }
 
 TEST(YouTubeUrl, QuotesInTheAddressAreRepaired)

@@ -115,20 +115,15 @@ TEST_F(VideoRecord, FeedItemFields)
     EXPECT_FALSE(video->isLoading());
     EXPECT_TRUE(video->Urls().isEmpty());
     EXPECT_EQ(service.count("/thumb/abc.png"), 1u);
-}
-
-TEST_F(VideoRecord, FeedItemWithoutPictureOrLength)
-{
-    const auto video = from_feed({"missing", "T", "", "n/a"});
-    EXPECT_TRUE(video->thumbnail().isNull());
-    EXPECT_EQ(video->seconds(), 0);
+    EXPECT_EQ(from_feed({"missing", "T", "", "n/a"})->seconds(), 0);
 
     // An item that lacks everything but a title leaves the rest empty.
     const TBXML bare(QStringLiteral("<rss><channel><item><title>Only</title></item></channel></rss>"));
-    const auto only = YouTubeVideo::initFromXML(TBXML::childElementNamed("item", bare.rootXMLElement()->firstChild), parser);
+    const auto only =
+        YouTubeVideo::initFromXML(TBXML::childElementNamed("item", bare.rootXMLElement()->firstChild), parser);
     EXPECT_EQ(only->title(), "Only");
     EXPECT_TRUE(only->link().isEmpty());
-    EXPECT_EQ(only->seconds(), 0);
+    EXPECT_TRUE(only->thumbnail().isNull());
 }
 
 TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
@@ -182,17 +177,6 @@ TEST_F(VideoRecord, ServiceFieldsReplaceTheFeedsOnlyWithStreams)
             EXPECT_TRUE(video->thumbnail().isNull());
         }
     }
-}
-
-TEST_F(VideoRecord, PageNotThereEndsQuietly)
-{
-    service.set_page("gone", "<html>removed</html>", 404);
-    const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("gone"))), parser);
-    video->parseUrls();
-    EXPECT_TRUE(video->Urls().isEmpty());
-    EXPECT_FALSE(video->isLoading());
-    EXPECT_FALSE(video->loadHTML());
-    EXPECT_EQ(service.count("/cgi-bin/zor.parser"), 0u);
 }
 
 TEST_F(VideoRecord, ServiceVerdictReachesTheErrorCallback)

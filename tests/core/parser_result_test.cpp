@@ -60,30 +60,27 @@ TEST(ParserResultArchive, WireFormatIsFixed)
 
 TEST(ParserResultArchive, RoundTripsEmptyAndManyStreams)
 {
-    parser_result empty;
-    parser_result read_empty;
-    read_empty.title = "stale";
-    load_parser_result(save_parser_result(empty), read_empty);
-    EXPECT_EQ(read_empty, empty);
-
     parser_result many;
     many.urls.resize(5000);
-    parser_result read_many;
-    load_parser_result(save_parser_result(many), read_many);
-    EXPECT_EQ(read_many.urls.size(), 5000u);
+    for (const parser_result& sent : {parser_result(), many}) {
+        parser_result read;
+        read.title = "stale";
+        load_parser_result(save_parser_result(sent), read);
+        EXPECT_EQ(read, sent);
+    }
 }
 
 TEST(ParserResultArchive, MalformedTextIsRefused)
 {
     const std::string good = fixture();
-    for (const std::string& text : {
-             std::string(), std::string("DONE"), std::string("22 serialization::archive 99 0 0 0  0  0  0 0 0 0 0"),
-             std::string("22 serialization::nonsense 18 0 0"), good.substr(0, good.size() / 2), header + "0 0 x",
-             // A declared string length of a terabyte, or one byte more than there is.
-             header + "0 0 1099511627776 abc", header + "0 0 4 abc",
-             // Stream counts that the rest could not hold.
-             header + "0 0 0  0  0  0 0 0 1000000000000 0", header + "0 0 0  0  0  0 0 0 3 0 0 0 0  0  0  ",
-             header + "0 0 0  0  0  0 0 0 18446744073709551615 0"})
+    for (const std::string& text :
+         {std::string(), std::string("DONE"), std::string("22 serialization::archive 99 0 0 0  0  0  0 0 0 0 0"),
+          std::string("22 serialization::nonsense 18 0 0"), good.substr(0, good.size() / 2), header + "0 0 x",
+          // A declared string length of a terabyte, or one byte more than there is.
+          header + "0 0 1099511627776 abc", header + "0 0 4 abc",
+          // Stream counts that the rest could not hold.
+          header + "0 0 0  0  0  0 0 0 1000000000000 0", header + "0 0 0  0  0  0 0 0 3 0 0 0 0  0  0  ",
+          header + "0 0 0  0  0  0 0 0 18446744073709551615 0"})
         EXPECT_TRUE(refused(text)) << text;
     EXPECT_FALSE(refused(header + "0 0 3 abc 0  0  0 0 0 0 0"));
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <cstdint>
 #include <optional>
 #include <sstream>
 #include <stdexcept>
@@ -42,14 +43,10 @@ std::string stream_page(const std::string& map, const std::string& rest = "")
 
 } // namespace
 
-class WatchPage : public ::testing::Test {
-protected:
-    const std::string page = read_page("streams.html");
-    youtube_parser parser{page};
-};
-
-TEST_F(WatchPage, ReadsEveryStreamInPageOrderWithItsSignature)
+TEST(WatchPage, ReadsEveryStreamAndTheFieldsOfARealisticPage)
 {
+    const std::string page = read_page("streams.html");
+    youtube_parser parser(page);
     ASSERT_TRUE(parser.parse());
     ASSERT_EQ(parser.urls.size(), 5u);
 
@@ -68,21 +65,13 @@ TEST_F(WatchPage, ReadsEveryStreamInPageOrderWithItsSignature)
     EXPECT_EQ(parser.urls[2].get_param("signature"),
               "88A8C1D2E3F4A5B6C7D8E9F0A1B2C3D4E5F6A7B8C9.D0E1F2A3B4C5D6E7F8A9B0C1D2E3F4A5B6C7D8E9F0");
     EXPECT_THROW((void)parser.urls[4].get_param("signature"), std::out_of_range);
-}
 
-TEST_F(WatchPage, ReadsLengthThumbnailTitleAndDescription)
-{
-    ASSERT_TRUE(parser.parse());
     EXPECT_EQ(parser.length_seconds, 213u);
     EXPECT_EQ(parser.thumbnail, "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg");
-
     // The title keeps the raw length, padded with zero bytes after the decoded text.
     const std::string title = "Tom & Jerry \xE2\x80\x93 \"The Chase\"";
     const std::string raw_title = "Tom &amp; Jerry &#8211; &quot;The Chase&quot;";
-    EXPECT_EQ(parser.title.size(), raw_title.size());
-    EXPECT_EQ(parser.title.substr(0, title.size()), title);
-    EXPECT_EQ(parser.title.substr(title.size()), std::string(raw_title.size() - title.size(), '\0'));
-
+    EXPECT_EQ(parser.title, title + std::string(raw_title.size() - title.size(), '\0'));
     // The description is decoded in place: after its zero byte the raw text goes on.
     const std::string description =
         "Caf\xC3\xA9 scenes & a long chase \xE2\x80\x94 music \xC2\xA9 2012 by \"The Band\". Enjoy!";
@@ -102,135 +91,120 @@ Removed.</div>)";
     const struct {
         std::string page;
         std::optional<std::string> notice;
-    } cases[] = {
-        {read_page("notice_unavailable.html"), "This video has been removed by the user."},
-        {read_page("notice_player_unavailable.html"), "This video is private."},
-        // " \" " goes wherever it stands, joining the words around it.
-        {read_page("notice_unrated.html"),
-         "This video may be inappropriate for some users. To view it,sign inand confirm your age."},
-        {read_page("notice_verify_age.html"), "This video may contain content that is inappropriate for some users, "
-                                              "as flagged by YouTube's user community."},
-        {read_page("streams.html"), std::nullopt},
-        // The later notice in the list wins, wherever it stands.
-        {unrated + unavailable, "Unrated."},
-        {unavailable + unrated, "Unrated."},
-        // The first two skip the byte after their tag (the service writes a line break there).
-        {R"(<div id="unavailable-message"><div class="yt-alert-message">XGone.</div>)", "Gone."},
-        {R"(<div id="watch7-player-unavailable"><h1 class="message">XPrivate.</h1>)", "Private."},
-        {R"(<div id="verify-details"><p class="rating-info">XAge.</p>)", "XAge."},
-        // Only the verify notice loses its quote references.
-        {R"(<div id="verify-details"><p class="rating-info">Content &#8220;x&#8221; is </p>)", "Content x is"},
-        {"<span class=\"yt-badge-rating-signal yt-badge-rating-signal-unrated\">\n"
-         "<p class=\"rating-info\">&#8220;x&#8221;</p>",
-         "&#8220;x&#8221;"},
-        // Incomplete: second marker missing, end marker missing, second marker only
-        // before the first, text that would start past the page.
-        {R"(<div id="unavailable-message"><div>Removed.</div>)", std::nullopt},
-        {"<div id=\"watch7-player-unavailable\"><h1 class=\"message\">\nPrivate.", std::nullopt},
-        {R"(<p class="rating-info">Old.</p><div id="verify-details">)", std::nullopt},
-        {R"(<div id="unavailable-message"><div class="yt-alert-message">)", std::nullopt},
-        // An empty text raises nothing; a blank one an empty message.
-        {R"(<div id="verify-details"><p class="rating-info"></p>)", std::nullopt},
-        {R"(<div id="verify-details"><p class="rating-info">   </p>)", ""},
-    };
+    } cases[] = {{read_page("notice_unavailable.html"), "This video has been removed by the user."},
+                 {read_page("notice_player_unavailable.html"), "This video is private."},
+                 // " \" " goes wherever it stands, joining the words around it.
+                 {read_page("notice_unrated.html"),
+                  "This video may be inappropriate for some users. To view it,sign inand confirm your age."},
+                 {read_page("notice_verify_age.html"),
+                  "This video may contain content that is inappropriate for some users, "
+                  "as flagged by YouTube's user community."},
+                 {read_page("streams.html"), std::nullopt},
+                 // The later notice in the list wins, wherever it stands.
+                 {unrated + unavailable, "Unrated."},
+                 {unavailable + unrated, "Unrated."},
+                 // The first two skip the byte after their tag (the service writes a line break there).
+                 {R"(<div id="unavailable-message"><div class="yt-alert-message">XGone.</div>)", "Gone."},
+                 {R"(<div id="watch7-player-unavailable"><h1 class="message">XPrivate.</h1>)", "Private."},
+                 {R"(<div id="verify-details"><p class="rating-info">XAge.</p>)", "XAge."},
+                 // Only the verify notice loses its quote references.
+                 {R"(<div id="verify-details"><p class="rating-info">Content &#8220;x&#8221; is </p>)", "Content x is"},
+                 {"<span class=\"yt-badge-rating-signal yt-badge-rating-signal-unrated\">\n"
+                  "<p class=\"rating-info\">&#8220;x&#8221;</p>",
+                  "&#8220;x&#8221;"},
+                 // Incomplete: second marker missing, end marker missing, second marker only
+                 // before the first, text that would start past the page.
+                 {R"(<div id="unavailable-message"><div>Removed.</div>)", std::nullopt},
+                 {"<div id=\"watch7-player-unavailable\"><h1 class=\"message\">\nPrivate.", std::nullopt},
+                 {R"(<p class="rating-info">Old.</p><div id="verify-details">)", std::nullopt},
+                 {R"(<div id="unavailable-message"><div class="yt-alert-message">)", std::nullopt},
+                 // An empty text raises nothing; a blank one an empty message.
+                 {R"(<div id="verify-details"><p class="rating-info"></p>)", std::nullopt},
+                 {R"(<div id="verify-details"><p class="rating-info">   </p>)", ""}};
     for (const auto& c : cases)
         EXPECT_EQ(notice_of(c.page), c.notice) << c.page.substr(0, 80);
 }
 
-TEST(WatchPageNotices, ParseStopsAtTheNoticeWithNothingFilled)
+TEST(WatchPage, WhichEntriesBecomeStreamsAndWhereParsingStops)
 {
-    const std::string page = read_page("notice_player_unavailable.html") + stream_page("url=http://h/p");
-    youtube_parser parser(page);
-    EXPECT_THROW(parser.parse(), youtube_error);
-    EXPECT_TRUE(parser.urls.empty());
-    EXPECT_TRUE(parser.title.empty());
-}
-
-TEST(WatchPageStreams, RtmpeRaisesAfterEarlierStreams)
-{
-    const std::string only = read_page("rtmpe_only.html");
-    youtube_parser parser(only);
-    EXPECT_THROW(parser.parse(), youtube_error);
-    EXPECT_TRUE(parser.urls.empty());
-    EXPECT_TRUE(parser.title.empty());
-
-    const std::string mixed = stream_page(R"(url=http%3A%2F%2Fh%2Fa\u0026quality=small,conn=rtmpe%3A%2F%2Fh)");
-    youtube_parser mixed_parser(mixed);
-    EXPECT_THROW(mixed_parser.parse(), youtube_error);
-    EXPECT_EQ(mixed_parser.urls.size(), 1u);
-}
-
-TEST(WatchPageStreams, PageWithoutStreamMapLeavesEverythingEmpty)
-{
-    const std::string page = read_page("no_stream_map.html");
-    youtube_parser parser(page);
-    EXPECT_FALSE(parser.parse());
-    EXPECT_TRUE(parser.urls.empty());
-    EXPECT_TRUE(parser.title.empty());
-    EXPECT_TRUE(parser.description.empty());
-    EXPECT_TRUE(parser.thumbnail.empty());
-    EXPECT_EQ(parser.length_seconds, 0u);
-}
-
-TEST(WatchPageStreams, WhichEntriesBecomeStreams)
-{
+    enum class end { done, no_map, notice, out_of_range, overflow };
     const struct {
         std::string page;
+        end outcome;
         std::vector<std::string> files;
     } cases[] = {
+        {read_page("no_stream_map.html"), end::no_map, {}},
+        // A notice or an rtmpe stream stops everything, after the streams before it.
+        {read_page("notice_player_unavailable.html") + stream_page("url=http://h/p"), end::notice, {}},
+        {read_page("rtmpe_only.html"), end::notice, {}},
+        {stream_page(R"(url=http%3A%2F%2Fh%2Fa\u0026quality=small,conn=rtmpe%3A%2F%2Fh)"), end::notice, {"http://h/a"}},
         // "%26" becomes "&" first, so the descriptor sees "url=a" and "b".
-        {stream_page("url=a%26b"), {"a"}},
+        {stream_page("url=a%26b"), end::done, {"a"}},
         // A blank ends the unescaping: "itag=18 x..." keeps just "itag=18", which has no address.
         {stream_page(R"(itag=18 x\u0026url=http%3A%2F%2Fh%2Fskipped,,fallback_host=tc,url=http%3A%2F%2Fh%2Fkept)"),
+         end::done,
          {"http://h/kept"}},
         // A map without its closing quote runs to the page end.
         {R"("url_encoded_fmt_stream_map": "url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fb)",
+         end::done,
          {"http://h/a", "http://h/b"}},
-    };
+        // "url" inside another key is no address: the entry is kept, then the lookup throws.
+        {stream_page(R"(url=http%3A%2F%2Fh%2Fa,curl=1)"), end::out_of_range, {"http://h/a", ""}},
+        {stream_page(R"(url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fcaf\u00e9)"), end::overflow, {"http://h/a"}}};
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.page);
+        SCOPED_TRACE(c.page.substr(0, 100));
         youtube_parser parser(c.page);
-        ASSERT_TRUE(parser.parse());
+        end outcome = end::done;
+        try {
+            outcome = parser.parse() ? end::done : end::no_map;
+        } catch (const youtube_error&) {
+            outcome = end::notice;
+        } catch (const std::out_of_range&) {
+            outcome = end::out_of_range;
+        } catch (const boost::numeric::positive_overflow&) {
+            outcome = end::overflow;
+        }
+        EXPECT_EQ(outcome, c.outcome);
         std::vector<std::string> files;
         for (const auto& u : parser.urls)
             files.push_back(u.file());
         EXPECT_EQ(files, c.files);
+        if (outcome != end::done) {
+            EXPECT_TRUE(parser.title.empty() && parser.description.empty() && parser.thumbnail.empty());
+            EXPECT_EQ(parser.length_seconds, 0u);
+        }
     }
 }
 
-TEST(WatchPageStreams, EntryWithUrlTextButNoAddressThrows)
+TEST(WatchPage, FieldsRunToTheirEndMarkers)
 {
-    const std::string page = stream_page(R"(url=http%3A%2F%2Fh%2Fa,curl=1)");
-    youtube_parser parser(page);
-    EXPECT_THROW(parser.parse(), std::out_of_range);
-    ASSERT_EQ(parser.urls.size(), 2u);
-    EXPECT_EQ(parser.urls[1].file(), "");
-}
-
-TEST(WatchPageStreams, WideEscapeThrowsOverflowKeepingEarlierStreams)
-{
-    const std::string page = stream_page(R"(url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fcaf\u00e9)");
-    youtube_parser parser(page);
-    EXPECT_THROW(parser.parse(), boost::numeric::positive_overflow);
-    EXPECT_EQ(parser.urls.size(), 1u);
-}
-
-TEST(WatchPageLength, ReadsTheNumberUpToCommaOrBrace)
-{
-    const auto length_of = [](const std::string& tail) {
-        const std::string page = stream_page("", tail);
+    const struct {
+        std::string tail; // after an empty stream map
+        std::uint64_t length;
+        std::string title;
+        std::string thumbnail;
+        std::string description;
+    } cases[] = {
+        {R"("length_seconds": 61, "x": 1)", 61, "", "", ""},
+        {R"("length_seconds": 18446744073709551615})", 18446744073709551615u, "", "", ""},
+        {R"("length_second": 61)", 0, "", "", ""},
+        {R"(, "length_seconds": 7)", 7, "", "", ""},
+        {R"(<meta property="og:title" content="Plain title">)", 0, "Plain title", "", ""},
+        // Without its closing quote the title runs to the page end.
+        {R"(<meta property="og:title" content="Tom &amp; Jerry)", 0, std::string("Tom & Jerry\0\0\0\0", 15), "", ""},
+        {R"(<link itemprop="thumbnailUrl" href="http://i/x.jpg?a=1"><meta name="description" )"
+         R"(content="a "quoted" &lt;word&gt;">)",
+         0, "", "http://i/x.jpg?a=1", "a \"quoted\" <word>"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.tail);
+        const std::string page = stream_page("") + c.tail;
         youtube_parser parser(page);
         parser.parse();
-        return parser.length_seconds;
-    };
-    EXPECT_EQ(length_of(R"("length_seconds": 61, "x": 1)"), 61u);
-    EXPECT_EQ(length_of(R"("length_seconds": 18446744073709551615)"), 18446744073709551615u);
-    EXPECT_EQ(length_of(R"("length_second": 61)"), 0u);
-
-    const std::string at_end = stream_page("") + R"("length_seconds": 7)";
-    youtube_parser parser(at_end);
-    parser.parse();
-    EXPECT_EQ(parser.length_seconds, 7u);
+        EXPECT_EQ(parser.length_seconds, c.length);
+        EXPECT_EQ(parser.title, c.title);
+        EXPECT_EQ(parser.thumbnail, c.thumbnail);
+        EXPECT_STREQ(parser.description.c_str(), c.description.c_str());
+    }
 }
 
 TEST(WatchPageLength, AnythingButAWholeUnsignedNumberIsAParserError)
@@ -250,28 +224,4 @@ TEST(WatchPageLength, AnythingButAWholeUnsignedNumberIsAParserError)
             EXPECT_EQ(parser.urls.size(), 1u);
         }
     }
-}
-
-TEST(WatchPageTitle, RawTitleRunsToTheNextQuoteOrThePageEnd)
-{
-    const std::string plain = stream_page("") + R"(<meta property="og:title" content="Plain title">)";
-    youtube_parser parser(plain);
-    parser.parse();
-    EXPECT_EQ(parser.title, "Plain title");
-
-    const std::string open = stream_page("") + R"(<meta property="og:title" content="Tom &amp; Jerry)";
-    youtube_parser open_parser(open);
-    open_parser.parse();
-    EXPECT_EQ(open_parser.title, std::string("Tom & Jerry\0\0\0\0", 15));
-}
-
-TEST(WatchPageTitle, ThumbnailAndDescriptionRunToTheirEndMarker)
-{
-    const std::string page = stream_page("") +
-                             R"(<link itemprop="thumbnailUrl" href="http://i/x.jpg?a=1"><meta name="description" )"
-                             R"(content="a "quoted" &lt;word&gt;">)";
-    youtube_parser parser(page);
-    parser.parse();
-    EXPECT_EQ(parser.thumbnail, "http://i/x.jpg?a=1");
-    EXPECT_STREQ(parser.description.c_str(), "a \"quoted\" <word>");
 }

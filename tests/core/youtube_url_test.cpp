@@ -35,6 +35,17 @@ TEST(YoutubeUrl, SplitsAddressAndPrintsParametersInKeyOrder)
     EXPECT_EQ(u.type(), "video/mp4");
     EXPECT_EQ(u.quality(), "medium");
     EXPECT_EQ(u.params().count("url"), 0u);
+    // Only "type" itself is left out.
+    EXPECT_EQ(parsed("url=http://h/p?type=a&typex=b&ty=c").url_without_type(), "http://h/p?ty=c&typex=b&");
+
+    // Empty and bare tokens become parameters; the first "=" splits.
+    const std::pair<const char*, const char*> queries[] = {
+        {"a&&b", "?=&a=a&b=b&"}, {"", "?=&"}, {"k=v=w&=x", "?=x&k=v=w&"}};
+    for (const auto& [query, printed] : queries) {
+        youtube_url q("");
+        q.parse_query(query);
+        EXPECT_EQ(q.url(), printed) << query;
+    }
 }
 
 TEST(YoutubeUrl, WhereEachParameterComesFrom)
@@ -43,39 +54,18 @@ TEST(YoutubeUrl, WhereEachParameterComesFrom)
         const char* entry;
         const char* key;
         const char* value;
-    } cases[] = {
-        // The address's own first parameter is read after every token of the entry.
-        {"itag=5&url=http://h/p?itag=18", "itag", "18"},
-        {"url=http://h/p?s=FROM_ADDRESS&sig=FROM_ENTRY", "signature", "FROM_ADDRESS"},
-        // Signature keys are renamed, their values kept as they came.
-        {"url=http://h/p&s=A%2FB.C", "signature", "A%2FB.C"},
-        {"sig=ABC&url=http://h/p", "signature", "ABC"},
-        {"url=http://h/p?x=1&sig=1&s=2", "signature", "2"},
-        // An address without "?" is also read as a query.
-        {"url=http://h/p&itag=5", "http://h/p", "http://h/p"},
-    };
+    } cases[] = {// The address's own first parameter is read after every token of the entry.
+                 {"itag=5&url=http://h/p?itag=18", "itag", "18"},
+                 {"url=http://h/p?s=FROM_ADDRESS&sig=FROM_ENTRY", "signature", "FROM_ADDRESS"},
+                 // Signature keys are renamed, their values kept as they came.
+                 {"url=http://h/p&s=A%2FB.C", "signature", "A%2FB.C"},
+                 {"sig=ABC&url=http://h/p", "signature", "ABC"},
+                 {"url=http://h/p?x=1&sig=1&s=2", "signature", "2"},
+                 // An address without "?" is also read as a query.
+                 {"url=http://h/p&itag=5", "http://h/p", "http://h/p"}};
     for (const auto& c : cases)
         EXPECT_EQ(parsed(c.entry).get_param(c.key), c.value) << c.entry;
     EXPECT_EQ(parsed("url=http://h/p&itag=5").url(), "http://h/p?http://h/p=http://h/p&itag=5&");
-}
-
-TEST(YoutubeUrl, EmptyAndBareTokensBecomeParameters)
-{
-    youtube_url u("");
-    u.parse_query("a&&b");
-    EXPECT_EQ(u.params().size(), 3u);
-    EXPECT_EQ(u.get_param(""), "");
-    EXPECT_EQ(u.get_param("a"), "a");
-    EXPECT_EQ(u.url(), "?=&a=a&b=b&");
-
-    youtube_url empty("");
-    empty.parse_query("");
-    EXPECT_EQ(empty.url(), "?=&");
-
-    youtube_url equals("");
-    equals.parse_query("k=v=w&=x");
-    EXPECT_EQ(equals.get_param("k"), "v=w");
-    EXPECT_EQ(equals.get_param(""), "x");
 }
 
 TEST(YoutubeUrl, MissingKeysThrowOutOfRange)
@@ -90,10 +80,4 @@ TEST(YoutubeUrl, MissingKeysThrowOutOfRange)
     expect_key_not_found([&] { (void)u.quality(); });
     expect_key_not_found([&] { (void)u.get_param("url"); });
     EXPECT_EQ(u.url_without_type(), u.url());
-}
-
-TEST(YoutubeUrl, KeyNamedLikeTypeButLongerIsKept)
-{
-    const auto u = parsed("url=http://h/p?type=a&typex=b&ty=c");
-    EXPECT_EQ(u.url_without_type(), "http://h/p?ty=c&typex=b&");
 }

@@ -1,119 +1,259 @@
-#include "downloads/DownloadItem.h"
+// Download jobs in a temporary home against a loopback server; the media jobs run
+// the real ffmpeg on clips made for the test.
+#include "downloads/AudioDownloadItem.h"
+#include "downloads/Settings.h"
+#include "downloads/VideoDownloadItem.h"
 
-#include "job_fixture.h"
+#include "log_capture.h"
+#include "media.h"
+#include "route_server.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <mutex>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 
 using State = DownloadItem::State;
+using Jobs = std::vector<std::shared_ptr<DownloadItem>>;
 
-TEST_F(JobTest, DestinationStaysInsideTheDownloadsFolder)
+class JobTest : public ::testing::Test {
+protected:
+    JobTest()
+    {
+        qputenv("HOME", QFile::encodeName(home_.path()));
+        qputenv("XDG_CACHE_HOME", QFile::encodeName(home_.path() + "/.cache"));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home_.path() + "/.config"));
+        // Qt reads the settings folder once per process: tell it again.
+        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, home_.path() + "/.config");
+    }
+
+    QString downloads() const { return home_.path() + "/Downloads"; }
+    QString cache() const { return home_.path() + "/.cache/Melodrift"; }
+
+    // Serves path -> body; anything else is a 404.
+    std::shared_ptr<YouTubeUrl> serve(const std::string& path, const QByteArray& body, const std::string& type)
+    {
+        std::lock_guard lock(mutex_);
+        routes_[path] = body.toStdString();
+        return YouTubeUrl::init({server_.base() + path, "medium", type});
+    }
+    std::size_t requests(const std::string& path) const { return server_.count(path); }
+
+    static std::shared_ptr<YouTubeVideo> video(const QString& title)
+    {
+        auto v = YouTubeVideo::initFromURL(QUrl("http://127.0.0.1/watch?v=x"), QUrl());
+        v->setTitle(title);
+        v->setSeconds(3);
+        return v;
+    }
+
+    // Starts the jobs and turns the event loop until all have ended (or 60 s pass).
+    static void run(const Jobs& jobs)
+    {
+        for (const auto& job : jobs)
+            job->startDownload();
+        waitFor([&] {
+            return std::all_of(jobs.begin(), jobs.end(), [](const auto& j) {
+                return j->state() == State::Done || j->state() == State::Failed || j->state() == State::Canceled;
+            });
+        });
+    }
+
+    static void waitFor(const std::function<bool()>& condition, int milliseconds = 60000)
+    {
+        for (int waited = 0; waited < milliseconds && !condition(); waited += 10) {
+            QEventLoop loop;
+            QTimer::singleShot(10, &loop, &QEventLoop::quit);
+            loop.exec();
+        }
+    }
+
+    static QStringList files(const QString& folder)
+    {
+        return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+    }
+
+private:
+    QTemporaryDir home_;
+    log_capture log_;
+    std::mutex mutex_;
+    std::map<std::string, std::string> routes_;
+    route_server server_{[this](const route_server::request& r) -> route_server::response {
+        std::lock_guard lock(mutex_);
+        const auto it = routes_.find(r.target);
+        return it == routes_.end() ? route_server::response{404, "no such stream", {}, {}}
+                                   : route_server::response{200, it->second, {}, {}};
+    }};
+};
+
+TEST(Destination, StaysInsideTheFolderAndWithinLimits)
 {
     const QString d = "/home/u/Downloads";
-    EXPECT_EQ(DownloadItem::destinationFor(d, "Song"), d + "/Song");
-    EXPECT_EQ(DownloadItem::destinationFor(d, "AC/DC - Live"), d + "/AC/DC - Live");
-    EXPECT_EQ(DownloadItem::destinationFor(d, "../../etc/passwd"), d + "/_/_/etc/passwd");
-    EXPECT_EQ(DownloadItem::destinationFor(d, "/"), d + "/_/_");
-    EXPECT_EQ(DownloadItem::destinationFor(d, ""), d + "/_");
-    EXPECT_EQ(DownloadItem::destinationFor(d, "a/./b//c/.."), d + "/a/_/b/_/c/_");
-    EXPECT_EQ(DownloadItem::destinationFor(d, QString("before") + QChar(0) + "after"), d + "/before");
-}
-
-TEST_F(JobTest, DestinationLengthLimits)
-{
-    const QString d = "/home/u/Downloads";
-    // Names of 100 characters: the whole path is cut at 1000 characters.
-    QString title;
+    QString deep; // the whole path is cut at 1000 characters
     for (int i = 0; i < 12; ++i)
-        title += QString(99, QChar('a' + i)) + "/";
-    EXPECT_EQ(DownloadItem::destinationFor(d, title).size(), 1000);
-    QString exact(1000 - d.size() - 1, 'x');
-    for (const int at : {200, 400, 600, 800})
-        exact[at] = '/';
-    EXPECT_EQ(DownloadItem::destinationFor(d, exact), d + "/" + exact);
-
-    // One long name is cut to fit the file system, between characters, with room
-    // for " (n)" and a suffix.
+        deep += QString(99, QChar('a' + i)) + "/";
     const QString accented(200, QChar(0xE9)); // 400 bytes of UTF-8
-    const QString name = DownloadItem::destinationFor(d, accented).mid(d.size() + 1);
-    EXPECT_EQ(name, QString(115, QChar(0xE9)));
-    EXPECT_LE(name.toUtf8().size() + QByteArray(" (99999).webm").size(), 255);
     const QString emoji = QString::fromUtf8("\xF0\x9F\x8E\xB5").repeated(100);
-    EXPECT_EQ(DownloadItem::destinationFor(d, emoji).mid(d.size() + 1), emoji.left(2 * 57));
+    const struct {
+        QString title, expected;
+    } cases[] = {
+        {"../../etc/passwd", "_/_/etc/passwd"},
+        {"a/./b//c/..", "a/_/b/_/c/_"},
+        {QString("before") + QChar(0) + "after", "before"},
+        {deep, deep.left(1000 - d.size() - 1)},
+        // A long name is cut between characters, with room for " (n)" and a suffix.
+        {accented, QString(115, QChar(0xE9))},
+        {emoji, emoji.left(2 * 57)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.title.left(30).toStdString());
+        EXPECT_EQ(DownloadItem::destinationFor(d, c.title), d + "/" + c.expected);
+    }
 }
 
-TEST_F(JobTest, CacheFolderAndFreshNames)
+TEST_F(JobTest, FreshCacheNamesAndCleanupSparesFilesInUse)
 {
     const QString first = DownloadItem::getCacheFile();
     EXPECT_TRUE(first.startsWith(cache() + "/"));
-    EXPECT_TRUE(QDir(cache()).exists());
-    QFile(first).open(QIODevice::WriteOnly);
+    ASSERT_TRUE(QFile(first).open(QIODevice::WriteOnly));
     EXPECT_NE(DownloadItem::getCacheFile(), first);
-}
 
-TEST_F(JobTest, CleanupEmptiesTheCacheButForFilesInUse)
-{
-    DownloadItem::Cleanup(); // nothing there yet: nothing happens
-    const QString folder = DownloadItem::getCacheFolder();
-    QFile(folder + "/left over").open(QIODevice::WriteOnly);
-    QFile(folder + "/.hidden").open(QIODevice::WriteOnly);
-    QDir(folder).mkpath("sub/deeper");
-    QFile(folder + "/sub/deeper/file").open(QIODevice::WriteOnly);
-    QFile(folder + "/in use").open(QIODevice::WriteOnly);
+    QFile(cache() + "/.hidden").open(QIODevice::WriteOnly);
+    QDir(cache()).mkpath("sub/deeper");
+    QFile(cache() + "/sub/deeper/file").open(QIODevice::WriteOnly);
     // Another instance's running job holds its file.
-    const int fd = ::open(QFile::encodeName(folder + "/in use").constData(), O_RDONLY);
+    const int fd = ::open(QFile::encodeName(cache() + "/in use").constData(), O_RDONLY | O_CREAT, 0600);
     ASSERT_EQ(::flock(fd, LOCK_SH), 0);
-
     DownloadItem::Cleanup();
-    EXPECT_EQ(files(folder), QStringList{"in use"});
-    EXPECT_TRUE(QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
+    EXPECT_EQ(QDir(cache()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{"in use"});
     ::close(fd);
     DownloadItem::Cleanup();
-    EXPECT_TRUE(files(folder).isEmpty());
+    EXPECT_TRUE(files(cache()).isEmpty());
 }
 
-TEST_F(JobTest, OneTransferWithBoundedProgress)
+TEST_F(JobTest, StartsOnceAndCancelIsFinal)
 {
-    serve("/stream.mp4", std::string(200000, 's'));
-    const auto job = DownloadItem::create(video("A title"), stream("/stream.mp4", "video/mp4"));
-    EXPECT_EQ(job->destinationfile(), downloads() + "/A title");
-
-    std::vector<std::pair<qint64, qint64>> progress;
-    job->newDataEvent.set([&](DownloadItem& j) {
-        if (j.state() == State::Downloading && j.progressValue())
-            progress.emplace_back(*j.progressValue(), *j.progressMaxValue());
-    });
+    const auto job = DownloadItem::create(video("A title"), serve("/stream.mp4", QByteArray(200000, 's'), "video/mp4"));
     job->startDownload();
     job->startDownload();
     waitFor([&] { return job->state() == State::TransferDone; });
-
     ASSERT_EQ(job->state(), State::TransferDone);
     EXPECT_EQ(requests("/stream.mp4"), 1u);
     EXPECT_EQ(QFile(job->tempfile()).size(), 200000);
-    ASSERT_FALSE(progress.empty());
-    EXPECT_LE(progress.size(), 101u);
-    EXPECT_EQ(progress.back(), std::make_pair(qint64(200000), qint64(200000)));
-}
 
-TEST_F(JobTest, CancelIsFinal)
-{
-    const auto waiting = DownloadItem::create(video("Never started"), stream("/x.mp4", "video/mp4"));
+    const auto waiting = DownloadItem::create(video("Never started"), serve("/x.mp4", "x", "video/mp4"));
     waiting->cancel();
     EXPECT_EQ(waiting->state(), State::Canceled);
     EXPECT_FALSE(waiting->hasCancelButton());
     waiting->startDownload();
-    EXPECT_EQ(requests("/x.mp4"), 0u);
 
-    serve("/big.mp4", std::string(1 << 20, 'b'));
-    const auto running = DownloadItem::create(video("Stopped"), stream("/big.mp4", "video/mp4"));
+    const auto running =
+        DownloadItem::create(video("Stopped"), serve("/big.mp4", QByteArray(1 << 20, 'b'), "video/mp4"));
     running->startDownload();
     running->cancel();
-    EXPECT_FALSE(running->isDownloading());
     EXPECT_FALSE(running->progressValue());
-    EXPECT_FALSE(running->progressMaxValue());
     running->startDownload();
     waitFor([] { return false; }, 200);
     EXPECT_EQ(running->state(), State::Canceled);
+    EXPECT_EQ(requests("/x.mp4"), 0u);
     EXPECT_LE(requests("/big.mp4"), 1u);
+}
+
+class MediaJobs : public JobTest {
+protected:
+    static void SetUpTestSuite()
+    {
+        clips = new QTemporaryDir;
+        for (const char* suffix : {"webm", "mp4", "flv"})
+            ASSERT_TRUE(media::make(clips->path() + "/clip." + suffix, 3)) << suffix;
+    }
+    static void TearDownTestSuite() { delete clips; }
+
+    std::shared_ptr<YouTubeUrl> clip(const std::string& suffix)
+    {
+        const QByteArray bytes = media::contents(clips->path() + "/clip." + QString::fromStdString(suffix));
+        return serve("/clip." + suffix, bytes, "video/" + (suffix == "flv" ? "x-flv" : suffix));
+    }
+
+    static inline QTemporaryDir* clips = nullptr;
+};
+
+TEST_F(MediaJobs, TwoJobsWithOneTitleAtOnceSkipTheUsersFile)
+{
+    QDir().mkpath(downloads());
+    QFile own(downloads() + "/Same.mp3");
+    ASSERT_TRUE(own.open(QIODevice::WriteOnly));
+    own.write("the user's own file");
+    own.close();
+    const Jobs jobs{AudioDownloadItem::initWithBitrate(video("Same"), clip("webm"), 192),
+                    AudioDownloadItem::initWithBitrate(video("Same"), clip("flv"), 192)};
+    run(jobs);
+    for (const auto& job : jobs) {
+        ASSERT_EQ(job->state(), State::Done) << job->failureReason().toStdString();
+        EXPECT_EQ(media::probe(job->fileToPlay(), "stream=codec_name"), "mp3");
+    }
+    EXPECT_EQ(files(downloads()), QStringList({"Same (1).mp3", "Same (2).mp3", "Same.mp3"}));
+    EXPECT_EQ(media::contents(downloads() + "/Same.mp3"), "the user's own file");
+}
+
+TEST_F(MediaJobs, HostileTitlesStayInDownloads)
+{
+    Settings::setConvertVideos(false);
+    const struct {
+        QString title, file;
+    } cases[] = {
+        {QString(300, 'L'), QString(231, 'L') + ".flv"}, // room kept for " (n)" and the suffix
+        {"../escape", "_/escape.flv"},
+        {"/", "_/_.flv"},
+        {"a/b", "a/b.flv"},
+        {"..", "_.flv"},
+        {"", "_ (1).flv"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.title.left(30).toStdString());
+        const auto job = VideoDownloadItem::init(video(c.title), clip("flv"));
+        run({job});
+        ASSERT_EQ(job->state(), State::Done) << job->failureReason().toStdString();
+        EXPECT_EQ(job->fileToPlay().toStdString(), (downloads() + "/" + c.file).toStdString());
+        EXPECT_TRUE(QFile::exists(job->fileToPlay()));
+    }
+}
+
+TEST_F(MediaJobs, FailedOrCancelledJobsLeaveNothing)
+{
+    Settings::setConvertVideos(true);
+    const auto garbage = AudioDownloadItem::initWithBitrate(
+        video("Garbage"), serve("/garbage.webm", QByteArray(50000, 'g'), "video/webm"), 320);
+    // Converting either kind, and copying (an MP4 stream is copied even when converting).
+    const Jobs cancelled{AudioDownloadItem::initWithBitrate(video("Stopped audio"), clip("webm"), 320),
+                         VideoDownloadItem::init(video("Stopped video"), clip("webm")),
+                         VideoDownloadItem::init(video("Copy stopped"), clip("mp4"))};
+    for (const auto& job : cancelled) {
+        job->newDataEvent.set([](DownloadItem& j) {
+            if (j.state() == State::Converting || j.state() == State::Copying)
+                j.cancel();
+        });
+    }
+    run({garbage, cancelled[0], cancelled[1], cancelled[2]});
+    // Whatever the converters do after this, the jobs stay cancelled.
+    waitFor([] { return false; }, 1500);
+    EXPECT_EQ(garbage->state(), State::Failed);
+    EXPECT_FALSE(garbage->failureReason().isEmpty());
+    EXPECT_FALSE(garbage->hasPlayButton());
+    EXPECT_FALSE(QFile::exists(garbage->tempfile()));
+    for (const auto& job : cancelled) {
+        EXPECT_EQ(job->state(), State::Canceled) << job->destinationfile().toStdString();
+        EXPECT_FALSE(job->hasPlayButton());
+    }
+    EXPECT_TRUE(files(downloads()).isEmpty()) << files(downloads()).join(", ").toStdString();
 }

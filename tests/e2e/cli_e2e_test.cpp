@@ -1,10 +1,100 @@
-#include "e2e.h"
+// End-to-end runs: melodrift-service started on loopback with the demo catalogue,
+// melodrift-cli run against it in a home of its own.
+#include "media.h"
+#include "service_process.h"
 
+#include <QDir>
 #include <QRegularExpression>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
 
-using namespace e2e;
+#include <functional>
+#include <memory>
+#include <thread>
 
 namespace {
+
+const QString catalogueDir = QStringLiteral(MELODRIFT_CATALOGUE);
+
+struct video {
+    QString id;
+    qint64 seconds = 0;
+    QString kind; // normal, notice1..notice4, rtmpe
+    QString title;
+};
+
+std::vector<video> catalogue()
+{
+    std::vector<video> videos;
+    for (const QByteArray& line : media::contents(catalogueDir + "/catalogue.tsv").split('\n')) {
+        const QList<QByteArray> f = line.split('\t');
+        if (f.size() == 4)
+            videos.push_back(
+                {QString::fromUtf8(f[0]), f[1].toLongLong(), QString::fromUtf8(f[2]), QString::fromUtf8(f[3])});
+    }
+    return videos;
+}
+
+// The media file of one stream of a video, by itag; empty when there is none.
+QString mediaFile(const QString& id, int itag)
+{
+    const QStringList found =
+        QDir(catalogueDir + "/media").entryList({QStringLiteral("%1-%2.*").arg(id).arg(itag)}, QDir::Files);
+    return found.isEmpty() ? QString() : catalogueDir + "/media/" + found.first();
+}
+
+struct result {
+    int status = -1;
+    QString output; // standard output and error together
+};
+
+// A running melodrift-service on the demo catalogue; stopped when it goes.
+struct service : service_process {
+    explicit service(const QStringList& options = {})
+        : service_process(QStringLiteral(MELODRIFT_SERVICE_BINARY), catalogueDir, options)
+    {
+    }
+};
+
+// melodrift-cli with its own home, cache and settings, against one service.
+class cli {
+public:
+    cli() { QDir().mkpath(downloads()); }
+    QString downloads() const { return home_.path() + "/Downloads"; }
+    QString cache() const { return home_.path() + "/.cache/Melodrift"; }
+
+    // Starts a run and leaves it going; finish() collects it.
+    std::unique_ptr<ChildProcess> start(const QString& base, const QStringList& args) const
+    {
+        const QString env =
+            QStringLiteral("HOME=%1 XDG_CACHE_HOME=%1/.cache XDG_CONFIG_HOME=%1/.config").arg(home_.path());
+        // One stream for both outputs, in the order they were written.
+        QStringList command{
+            QStringLiteral("-c"),        QStringLiteral("unset MELODRIFT_SERVICE; exec env %1 \"$@\" 2>&1").arg(env),
+            QStringLiteral("sh"),        QStringLiteral(MELODRIFT_CLI_BINARY),
+            QStringLiteral("--service"), base};
+        auto p = std::make_unique<ChildProcess>();
+        if (!p->start(QStringLiteral("/bin/sh"), command + args, ChildProcess::Capture::StandardOutput))
+            return nullptr;
+        return p;
+    }
+
+    static result finish(ChildProcess* p)
+    {
+        result r;
+        if (!p)
+            return r;
+        r.output = QString::fromUtf8(p->readAll());
+        const ChildProcess::Exit exit = p->wait();
+        r.status = exit.exited ? exit.code : 128 + exit.signal;
+        return r;
+    }
+
+    result run(const QString& base, const QStringList& args) const { return finish(start(base, args).get()); }
+
+private:
+    QTemporaryDir home_;
+};
 
 // The last line a run printed: where the file went, on success.
 QString lastLine(const QString& output)
@@ -20,16 +110,11 @@ const video* find(const std::vector<video>& videos, const std::function<bool(con
     return nullptr;
 }
 
-bool has(const video& v, int itag)
-{
-    return !mediaFile(v.id, itag).isEmpty();
-}
-
 } // namespace
 
 class EndToEnd : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_FALSE(videos.empty()) << "no catalogue in " << catalogueDir().toStdString(); }
+    void SetUp() override { ASSERT_FALSE(videos.empty()) << "no catalogue in " << catalogueDir.toStdString(); }
 
     // A normal video whose best stream is that itag.
     const video* bestIs(int itag) const
@@ -38,7 +123,7 @@ protected:
             if (v.kind != "normal")
                 return false;
             for (const int better : {22, 35, 18, 43, 36, 17, 5}) {
-                if (has(v, better))
+                if (!mediaFile(v.id, better).isEmpty())
                     return better == itag;
             }
             return false;
@@ -84,7 +169,7 @@ TEST_F(EndToEnd, Mp4StreamIsCopiedAndWebmConverted)
 
     const result copied = user.run(s.base(), {"video", "--convert", s.watch(mp4->id)});
     ASSERT_EQ(copied.status, 0) << copied.output.toStdString();
-    EXPECT_EQ(bytes(lastLine(copied.output)), bytes(mediaFile(mp4->id, 22)));
+    EXPECT_EQ(media::contents(lastLine(copied.output)), media::contents(mediaFile(mp4->id, 22)));
 
     const result converted = user.run(s.base(), {"video", "--convert", s.watch(webm->id)});
     ASSERT_EQ(converted.status, 0) << converted.output.toStdString();
@@ -93,7 +178,7 @@ TEST_F(EndToEnd, Mp4StreamIsCopiedAndWebmConverted)
 
     const result kept = user.run(s.base(), {"video", "--no-convert", s.watch(webm->id)});
     ASSERT_EQ(kept.status, 0) << kept.output.toStdString();
-    EXPECT_EQ(bytes(lastLine(kept.output)), bytes(mediaFile(webm->id, 43)));
+    EXPECT_EQ(media::contents(lastLine(kept.output)), media::contents(mediaFile(webm->id, 43)));
 }
 
 TEST_F(EndToEnd, ParserServiceDownOrWrongStillDownloads)
@@ -108,7 +193,7 @@ TEST_F(EndToEnd, ParserServiceDownOrWrongStillDownloads)
             << listed.output.toStdString();
         const result saved = user.run(s.base(), {"video", "--no-convert", s.watch(v->id)});
         ASSERT_EQ(saved.status, 0) << mode << ": " << saved.output.toStdString();
-        EXPECT_EQ(bytes(lastLine(saved.output)), bytes(mediaFile(v->id, 22)));
+        EXPECT_EQ(media::contents(lastLine(saved.output)), media::contents(mediaFile(v->id, 22)));
     }
 }
 
@@ -135,7 +220,8 @@ TEST_F(EndToEnd, BrokenStreamsFailWithAReasonAndLeaveNothing)
 {
     const video* v = bestIs(22);
     ASSERT_TRUE(v);
-    const QStringList faults[] = {{"--fail-stream", v->id + "=404"}, {"--cut-stream", v->id}, {"--stall-stream", v->id}};
+    const QStringList faults[] = {
+        {"--fail-stream", v->id + "=404"}, {"--cut-stream", v->id}, {"--stall-stream", v->id}};
     for (const QStringList& fault : faults) {
         service s(fault);
         const result r = user.run(s.base(), {"--timeout", "2", "audio", s.watch(v->id)});
@@ -181,6 +267,6 @@ TEST_F(EndToEnd, SecondProgramLeavesTheFirstOnesDownloadAlone)
 
     const result r = cli::finish(running.get());
     ASSERT_EQ(r.status, 0) << r.output.toStdString();
-    EXPECT_EQ(bytes(lastLine(r.output)), bytes(mediaFile(first->id, 22)));
+    EXPECT_EQ(media::contents(lastLine(r.output)), media::contents(mediaFile(first->id, 22)));
     // (The second one's converted stream stays in the cache until the next start.)
 }

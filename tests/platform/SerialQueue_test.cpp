@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <future>
+#include <numeric>
 #include <thread>
-#include <vector>
 
 TEST(SerialQueue, RunsTasksInOrderOnOneThreadOfItsOwn)
 {
@@ -22,29 +22,27 @@ TEST(SerialQueue, RunsTasksInOrderOnOneThreadOfItsOwn)
                 finished.set_value();
         });
     finished.get_future().wait();
-    ASSERT_EQ(order.size(), 50u);
-    for (int i = 0; i < 50; ++i)
-        EXPECT_EQ(order[static_cast<std::size_t>(i)], i);
-    for (const auto& id : threads)
-        EXPECT_EQ(id, threads.front());
+    std::vector<int> expected(50);
+    std::iota(expected.begin(), expected.end(), 0);
+    EXPECT_EQ(order, expected);
+    EXPECT_EQ(std::count(threads.begin(), threads.end(), threads.front()), 50);
     EXPECT_NE(threads.front(), std::this_thread::get_id());
 }
 
 TEST(SerialQueue, MayBeDestroyedByItsOwnTask)
 {
     auto* queue = new platform::SerialQueue;
-    std::promise<void> gate;
-    std::promise<void> destroyed;
-    std::atomic<bool> later_ran{false};
+    std::promise<void> gate, destroyed;
+    std::atomic<bool> laterRan{false};
     // All three are queued before the first runs.
     queue->post([opened = gate.get_future().share()] { opened.wait(); });
     queue->post([queue, &destroyed] {
         delete queue;
         destroyed.set_value();
     });
-    queue->post([&later_ran] { later_ran = true; });
+    queue->post([&laterRan] { laterRan = true; });
     gate.set_value();
     destroyed.get_future().wait();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(later_ran);
+    EXPECT_FALSE(laterRan);
 }

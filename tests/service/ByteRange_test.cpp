@@ -2,34 +2,21 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-
 using service::ByteRange;
 using Kind = ByteRange::Kind;
 
-namespace {
-
-struct Case {
-    const char* header;
-    std::uint64_t size;
-    Kind kind;
-    std::uint64_t first = 0;
-    std::uint64_t last = 0;
-};
-
-} // namespace
-
 TEST(ByteRange, AnswersWhatTheHeaderAsks)
 {
-    const Case cases[] = {
-        // What a player seeking in a stream sends.
+    const struct {
+        const char* header;
+        std::uint64_t size;
+        Kind kind;
+        std::uint64_t first = 0, last = 0;
+    } cases[] = {
+        // What a player seeking in a stream sends; an end past the body is cut to it.
         {"bytes=0-", 1000, Kind::partial, 0, 999},
-        {"bytes=500-", 1000, Kind::partial, 500, 999},
-        {"bytes=10-19", 1000, Kind::partial, 10, 19},
         {"bytes=999-999", 1000, Kind::partial, 999, 999},
-        // An end past the body is cut to the body.
         {"bytes=900-5000", 1000, Kind::partial, 900, 999},
-        {"bytes=0-18446744073709551615", 1000, Kind::partial, 0, 999},
         {"bytes=0-99999999999999999999999", 1000, Kind::partial, 0, 999},
         // The last n bytes, all of them when n is larger.
         {"bytes=-100", 1000, Kind::partial, 900, 999},
@@ -41,25 +28,23 @@ TEST(ByteRange, AnswersWhatTheHeaderAsks)
         {"bytes=99999999999999999999-", 1000, Kind::unsatisfiable},
         {"bytes=-0", 1000, Kind::unsatisfiable},
         {"bytes=0-", 0, Kind::unsatisfiable},
-        {"bytes=-1", 0, Kind::unsatisfiable},
         // Anything else is ignored and the whole body sent.
         {"", 1000, Kind::whole},
-        {"bytes", 1000, Kind::whole},
         {"items=0-1", 1000, Kind::whole},
         {"bytes=5-1", 1000, Kind::whole},
         {"bytes=0-1,5-9", 1000, Kind::whole},
         {"bytes=-", 1000, Kind::whole},
-        {"bytes=a-b", 1000, Kind::whole},
         {"bytes=+1-2", 1000, Kind::whole},
         {"bytes=1-2x", 1000, Kind::whole},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.header) + " of " + std::to_string(c.size));
         const ByteRange range = ByteRange::parse(c.header, c.size);
-        EXPECT_EQ(range.kind, c.kind) << '"' << c.header << "\" of " << c.size;
+        EXPECT_EQ(range.kind, c.kind);
         if (c.kind == Kind::partial && range.kind == Kind::partial) {
-            EXPECT_EQ(range.first, c.first) << c.header;
-            EXPECT_EQ(range.last, c.last) << c.header;
-            EXPECT_EQ(range.length(), c.last - c.first + 1) << c.header;
+            EXPECT_EQ(range.first, c.first);
+            EXPECT_EQ(range.last, c.last);
+            EXPECT_EQ(range.length(), c.last - c.first + 1);
         }
     }
 }

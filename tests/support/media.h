@@ -3,11 +3,9 @@
 // Tiny media files made with the real ffmpeg, and what ffprobe says of a file.
 #include "downloads/ChildProcess.h"
 
+#include <QFile>
 #include <QStandardPaths>
-#include <QString>
 #include <QStringList>
-
-#include <string>
 
 namespace media {
 
@@ -51,6 +49,13 @@ inline QString probe(const QString& path, const QString& entry, const QString& s
                     "default=noprint_wrappers=1:nokey=1", path},
         &out);
     return QString::fromUtf8(out).trimmed();
+}
+
+// A whole file; empty when it cannot be read.
+inline QByteArray contents(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 } // namespace media

@@ -2,12 +2,10 @@
 
 #include "service/HttpServer.h"
 
-#include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -35,7 +33,6 @@ public:
     route_server(const route_server&) = delete;
     route_server& operator=(const route_server&) = delete;
 
-    unsigned short port() const { return server_.port(); }
     // "http://127.0.0.1:PORT"
     std::string base() const;
     std::vector<request> requests() const;

@@ -1,7 +1,5 @@
 #include "scripted_server.h"
 
-#include "loopback.h"
-
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -39,11 +37,6 @@ std::size_t scripted_server::connections() const
     return requests_.size();
 }
 
-unsigned short scripted_server::closed_port()
-{
-    return loopback::closed_port();
-}
-
 void scripted_server::serve()
 {
     std::size_t next = 0;
@@ -69,7 +62,8 @@ void scripted_server::handle(int fd, const reply& r)
         requests_.push_back(request);
     }
 
-    for (auto waited = std::chrono::milliseconds(0); !stop_ && waited < r.delay; waited += std::chrono::milliseconds(10))
+    for (auto waited = std::chrono::milliseconds(0); !stop_ && waited < r.delay;
+         waited += std::chrono::milliseconds(10))
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
 
     const std::string_view bytes = std::string_view(r.bytes).substr(0, r.stall_after);

@@ -171,8 +171,9 @@ TEST_F(ScriptedConverter, FailsOnExitStatusSignalOrMissingOutput)
         useScript(c.script);
         converter->convertMP3(128);
         EXPECT_EQ(converter->succeeded(), !c.reason);
-        if (c.reason)
+        if (c.reason) {
             EXPECT_TRUE(converter->failureReason().startsWith(c.reason)) << converter->failureReason().toStdString();
+        }
     }
     EXPECT_TRUE(QFile::exists(path("song.mp3")));
 }

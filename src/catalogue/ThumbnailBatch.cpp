@@ -1,7 +1,40 @@
 #include "catalogue/ThumbnailBatch.h"
 
+#include <QBuffer>
+#include <QImageReader>
+
 #include <condition_variable>
 #include <mutex>
+
+namespace {
+
+// The formats the service's pictures come in, told by their first bytes.
+const char* formatOf(const QByteArray& bytes)
+{
+    if (bytes.startsWith("\xFF\xD8\xFF"))
+        return "jpeg";
+    if (bytes.startsWith("\x89PNG\r\n\x1A\n"))
+        return "png";
+    if (bytes.startsWith("GIF8"))
+        return "gif";
+    return nullptr;
+}
+
+// A named format is read by its own reader alone; a reader left to find one
+// loads every image plugin (the SVG one with its library), which held up the
+// first picture of every search.
+QImage decode(const QByteArray& bytes)
+{
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    const char* format = formatOf(bytes);
+    QImageReader reader(&buffer, format);
+    reader.setAutoDetectImageFormat(format == nullptr);
+    return reader.read();
+}
+
+} // namespace
 
 struct ThumbnailBatch::State {
     std::mutex mutex;
@@ -53,8 +86,5 @@ std::optional<QImage> ThumbnailBatch::wait(std::size_t i) const
             return std::nullopt;
         bytes = *state_->pictures[i];
     }
-    QImage image;
-    if (!bytes.isEmpty())
-        image.loadFromData(bytes);
-    return image;
+    return bytes.isEmpty() ? QImage() : decode(bytes);
 }

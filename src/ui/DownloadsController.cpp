@@ -17,14 +17,34 @@
 
 using platform::Localization;
 
-DownloadsController::DownloadsController(QObject* parent)
-    : QObject(parent),
-      view_(new PZBackgroundView),
-      model_(new DownloadListModel(this)),
-      tableView_(new CellListView),
-      emptyLabel_(new QLabel(Localization::string("Downloads.Empty"))),
-      openFolderButton_(new QPushButton(Localization::string("Downloads.OpenFolder")))
+DownloadsController::DownloadsController(QObject* parent) : QObject(parent), model_(new DownloadListModel(this)) {}
+
+QWidget* DownloadsController::view()
 {
+    // Made when first shown: most runs start on the search view.
+    if (!view_)
+        buildView();
+    return view_;
+}
+
+CellListView* DownloadsController::tableView()
+{
+    view();
+    return tableView_;
+}
+
+QPushButton* DownloadsController::openFolderButton()
+{
+    view();
+    return openFolderButton_;
+}
+
+void DownloadsController::buildView()
+{
+    view_ = new PZBackgroundView;
+    tableView_ = new CellListView;
+    emptyLabel_ = new QLabel(Localization::string("Downloads.Empty"));
+    openFolderButton_ = new QPushButton(Localization::string("Downloads.OpenFolder"));
     auto* header = new PZHeaderBackgroundView;
     auto* heading = new QLabel(Localization::string("Downloads.Title"));
     QFont large = heading->font();
@@ -50,7 +70,7 @@ DownloadsController::DownloadsController(QObject* parent)
     layout->addWidget(header);
     layout->addWidget(emptyLabel_, 1);
     layout->addWidget(tableView_, 1);
-    tableView_->hide();
+    showJobsOrEmpty();
 
     tableView_->setModel(model_, [this](const QModelIndex&) {
         auto* cell = new downloadlist::MainCell;
@@ -63,6 +83,13 @@ DownloadsController::DownloadsController(QObject* parent)
     connect(openFolderButton_, &QPushButton::clicked, this, &DownloadsController::openDownloadsFolder);
 }
 
+void DownloadsController::showJobsOrEmpty()
+{
+    const bool empty = model_->rowCount() == 0;
+    emptyLabel_->setVisible(empty);
+    tableView_->setVisible(!empty);
+}
+
 DownloadsController::~DownloadsController()
 {
     delete view_;
@@ -71,9 +98,10 @@ DownloadsController::~DownloadsController()
 void DownloadsController::addDownload(const std::shared_ptr<DownloadItem>& item)
 {
     model_->addDownload(item);
-    emptyLabel_->hide();
-    tableView_->show();
-    tableView_->ensureVisible(0, 0);
+    if (view_) {
+        showJobsOrEmpty();
+        tableView_->ensureVisible(0, 0);
+    }
     item->startDownload();
 }
 

@@ -20,10 +20,10 @@ public:
     explicit DownloadsController(QObject* parent = nullptr);
     ~DownloadsController() override;
 
-    QWidget* view() const { return view_; }
+    QWidget* view();
     DownloadListModel* model() const { return model_; }
-    CellListView* tableView() const { return tableView_; }
-    QPushButton* openFolderButton() const { return openFolderButton_; }
+    CellListView* tableView();
+    QPushButton* openFolderButton();
 
     // Shows the job in the top row and starts it.
     void addDownload(const std::shared_ptr<DownloadItem>& item);
@@ -32,9 +32,12 @@ public:
     void openDownloadsFolder();
 
 private:
+    void buildView();
+    void showJobsOrEmpty();
+
     QPointer<QWidget> view_;
     DownloadListModel* model_;
-    CellListView* tableView_;
-    QLabel* emptyLabel_;
-    QPushButton* openFolderButton_;
+    CellListView* tableView_ = nullptr;
+    QLabel* emptyLabel_ = nullptr;
+    QPushButton* openFolderButton_ = nullptr;
 };

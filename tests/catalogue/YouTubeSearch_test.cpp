@@ -76,10 +76,10 @@ protected:
 
 TEST_F(FeedSearch, ItemsReportInFeedOrderWhateverOrderTheirPicturesCome)
 {
-    // One picture not found, one that is no picture; the last picture comes first.
-    service.set_feed("cartoons", {{"5a", "First", "", "10"}, {"missing", "Second", "", "20"}, {"3c", "Third", "", "30"},
+    // One picture not found, one that is no picture, one a JPEG; the last picture comes first.
+    service.set_feed("cartoons", {{"5a", "First", "", "10"}, {"missing", "Second", "", "20"}, {"3jpeg", "Third", "", "30"},
                                   {"garbage", "Fourth", "", "40"}, {"2e", "Fifth", "", "50"}});
-    service.answer_thumbnails_in_order({"2e", "garbage", "3c", "missing", "5a"});
+    service.answer_thumbnails_in_order({"2e", "garbage", "3jpeg", "missing", "5a"});
     run("cartoons");
 
     const std::vector<std::pair<double, double>> expected{{0.5, 26.0}, {0.75, 26.0}, {1.0, 5.0}, {2.0, 5.0},

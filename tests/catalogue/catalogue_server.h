@@ -4,7 +4,8 @@
 // watch pages, thumbnails and the parser service, each switchable per test.
 // Thumbnails by id: one with "missing" in it is not found, "garbage" is no
 // picture, "stall" sends half a picture and holds on until the client gives up;
-// an id that begins with a number N gets a picture N pixels wide, any other 4.
+// an id that begins with a number N gets a picture N pixels wide, any other 4;
+// a PNG, or a JPEG when "jpeg" is in the id.
 #include "core/parser_result.h"
 #include "route_server.h"
 
@@ -112,14 +113,14 @@ public:
         return xml + "</channel>\n</rss>\n";
     }
 
-    static std::string png(int width = 4, int height = 3)
+    static std::string picture(int width, const char* format)
     {
-        QImage image(width, height, QImage::Format_RGB32);
+        QImage image(width, 3, QImage::Format_RGB32);
         image.fill(Qt::red);
         QByteArray bytes;
         QBuffer buffer(&bytes);
         buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "PNG");
+        image.save(&buffer, format);
         return bytes.toStdString();
     }
 
@@ -168,9 +169,10 @@ private:
             return {404, "", {}, {}};
         if (id.find("garbage") != std::string::npos)
             return {200, "GIF89a, or so it says", {}, {}};
-        route_server::response picture{200, png(std::isdigit(static_cast<unsigned char>(id[0])) ? std::stoi(id) : 4), {}, {}};
-        picture.stall = id.find("stall") != std::string::npos;
-        return picture;
+        const int width = std::isdigit(static_cast<unsigned char>(id[0])) ? std::stoi(id) : 4;
+        route_server::response reply{200, picture(width, id.find("jpeg") != std::string::npos ? "JPEG" : "PNG"), {}, {}};
+        reply.stall = id.find("stall") != std::string::npos;
+        return reply;
     }
 
     void hold(std::unique_lock<std::mutex>& lock, const std::string& id)

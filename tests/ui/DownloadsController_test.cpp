@@ -127,20 +127,22 @@ private slots:
 
         DownloadsController controller;
         DownloadListModel& model = *controller.model();
+        // The rows exist before the spy below: they repaint before it reads them.
+        CellListView& rows = *controller.tableView();
         auto now = TransferRate::Clock::now();
         model.setClock([&now] { return now += 100ms; });
         std::vector<std::pair<State, Shown>> seen;
         bool speedShown = false;
         const auto job = AudioDownloadItem::initWithBitrate(video("Clip"), stream(server.url("/clip.webm")), 320);
         QObject::connect(&model, &QAbstractItemModel::dataChanged, [&] {
-            const Shown now = shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0)));
+            const Shown now = shown(*static_cast<downloadlist::MainCell*>(rows.cellAt(0)));
             speedShown = speedShown || (now.detail.contains(" of ") && now.detail.contains("/s") && now.detail.contains("left"));
             if (seen.empty() || seen.back().first != job->state())
                 seen.emplace_back(job->state(), now);
         });
 
         model.addDownload(job);
-        const Shown waiting = shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0)));
+        const Shown waiting = shown(*static_cast<downloadlist::MainCell*>(rows.cellAt(0)));
         QCOMPARE(waiting.status, QString("Waiting"));
         QVERIFY(waiting.bar && waiting.spinning && waiting.cancel && !waiting.play);
 

@@ -86,8 +86,8 @@ int main(int argc, char** argv)
     const QByteArray request = address.isEmpty() ? QByteArrayLiteral("raise") : "open " + address.toUtf8();
     if (instance.handOver(request))
         return 0;
-    // The first text measured waits for fontconfig to read its whole set-up,
-    // a quarter of the start: a worker does that while the window is built.
+    // The first text measured waits for fontconfig to read its whole set-up
+    // (some 7 ms here): a worker does that while the window is built.
     platform::WorkerPool::run([] { QFontDatabase::families(); });
     // Only the program that stays shows text.
     platform::Localization::install();

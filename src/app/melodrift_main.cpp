@@ -3,12 +3,10 @@
 #include "platform/Log.h"
 #include "platform/ServiceEndpoints.h"
 #include "platform/SingleInstance.h"
-#include "platform/WorkerPool.h"
 #include "ui/AppDelegate.h"
 #include "ui/AppStyle.h"
 
 #include <QApplication>
-#include <QFontDatabase>
 #include <QLoggingCategory>
 
 #include <cstdio>
@@ -86,9 +84,6 @@ int main(int argc, char** argv)
     const QByteArray request = address.isEmpty() ? QByteArrayLiteral("raise") : "open " + address.toUtf8();
     if (instance.handOver(request))
         return 0;
-    // The first text measured waits for fontconfig to read its whole set-up
-    // (some 7 ms here): a worker does that while the window is built.
-    platform::WorkerPool::run([] { QFontDatabase::families(); });
     // Only the program that stays shows text.
     platform::Localization::install();
 

@@ -38,15 +38,6 @@ bool animationsEnabled = true;
 // The progress bar counts in hundredths: the search reports 0.5, 0.75, ...
 constexpr double progressScale = 100.0;
 
-// Drawn before the search field is made: the field's first measurement waits
-// for the fonts being set up at start, and the drawing fills that wait.
-QLabel* logoView(QWidget* parent)
-{
-    auto* view = new QLabel(parent);
-    view->setPixmap(Picture::logo(qGuiApp->devicePixelRatio()));
-    return view;
-}
-
 } // namespace
 
 NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts,
@@ -57,7 +48,7 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       searcher_(YouTubeSearch::create(endpoints)),
       model_(new SearchResultModel(this)),
       mainView_(new PZBackgroundView),
-      imageView_(logoView(mainView_)),
+      imageView_(new QLabel(mainView_)),
       searchBar_(new QWidget(mainView_)),
       searchField_(new QLineEdit),
       loader_(new QProgressBar),
@@ -65,6 +56,7 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       statusLabel_(new QLabel(mainView_)),
       tableScrollView_(new PZScrollView(mainView_))
 {
+    imageView_->setPixmap(Picture::logo(qGuiApp->devicePixelRatio()));
     imageView_->setAlignment(Qt::AlignCenter);
     imageView_->setAccessibleName(QStringLiteral("Melodrift"));
 

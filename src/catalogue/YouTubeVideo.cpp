@@ -87,6 +87,7 @@ std::optional<QString> YouTubeVideo::loadHTML()
 void YouTubeVideo::parseUrls()
 {
     setLoading(true);
+    const std::lock_guard once(parsing_);
     const std::optional<QString> html = loadHTML();
     if (!html) {
         setLoading(false);

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 
 struct TBXMLElement;
@@ -86,6 +87,9 @@ private:
     static QImage fetchImage(const QUrl& url);
 
     const QUrl parserService_;
+    // Held through a reading of the page: a second reading waits and finds the
+    // streams there, so they are extracted once and every caller gets the same.
+    std::mutex parsing_;
     platform::Property<QString> title_;
     platform::Property<QUrl> link_;
     platform::Property<std::optional<QString>> html_;

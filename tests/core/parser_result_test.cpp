@@ -1,10 +1,9 @@
 #include "core/parser_result.h"
 
+#include "test_data.h"
+
 #include <boost/archive/archive_exception.hpp>
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -25,10 +24,7 @@ parser_result two_streams()
 
 std::string fixture()
 {
-    std::ifstream in(std::string(MELODRIFT_TEST_DATA) + "/parser_result/two_streams.archive", std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return test_data("parser_result/two_streams.archive");
 }
 
 bool refused(const std::string& text)
@@ -53,21 +49,11 @@ TEST(ParserResultArchive, WireFormatIsFixed)
     const std::string text = fixture();
     ASSERT_FALSE(text.empty());
     parser_result read;
+    read.description = "stale";
+    read.urls.resize(3);
     load_parser_result(text, read);
     EXPECT_EQ(read, two_streams());
     EXPECT_EQ(save_parser_result(two_streams()), text);
-}
-
-TEST(ParserResultArchive, RoundTripsEmptyAndManyStreams)
-{
-    parser_result many;
-    many.urls.resize(5000);
-    for (const parser_result& sent : {parser_result(), many}) {
-        parser_result read;
-        read.title = "stale";
-        load_parser_result(save_parser_result(sent), read);
-        EXPECT_EQ(read, sent);
-    }
 }
 
 TEST(ParserResultArchive, MalformedTextIsRefused)

@@ -7,10 +7,10 @@
 #include "log_capture.h"
 #include "media.h"
 #include "route_server.h"
+#include "test_home.h"
 
 #include <QDir>
 #include <QEventLoop>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
@@ -28,17 +28,8 @@ using Jobs = std::vector<std::shared_ptr<DownloadItem>>;
 
 class JobTest : public ::testing::Test {
 protected:
-    JobTest()
-    {
-        qputenv("HOME", QFile::encodeName(home_.path()));
-        qputenv("XDG_CACHE_HOME", QFile::encodeName(home_.path() + "/.cache"));
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home_.path() + "/.config"));
-        // Qt reads the settings folder once per process: tell it again.
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, home_.path() + "/.config");
-    }
-
-    QString downloads() const { return home_.path() + "/Downloads"; }
-    QString cache() const { return home_.path() + "/.cache/Melodrift"; }
+    QString downloads() const { return home_.downloads(); }
+    QString cache() const { return home_.cache(); }
 
     // Serves path -> body; anything else is a 404.
     std::shared_ptr<YouTubeUrl> serve(const std::string& path, const QByteArray& body, const std::string& type)
@@ -84,7 +75,7 @@ protected:
     }
 
 private:
-    QTemporaryDir home_;
+    test_home home_;
     log_capture log_;
     std::mutex mutex_;
     std::map<std::string, std::string> routes_;
@@ -109,6 +100,8 @@ TEST(Destination, StaysInsideTheFolderAndWithinLimits)
     } cases[] = {
         {"../../etc/passwd", "_/_/etc/passwd"},
         {"a/./b//c/..", "a/_/b/_/c/_"},
+        {"/", "_/_"},
+        {"", "_"},
         {QString("before") + QChar(0) + "after", "before"},
         {deep, deep.left(1000 - d.size() - 1)},
         // A long name is cut between characters, with room for " (n)" and a suffix.
@@ -121,13 +114,10 @@ TEST(Destination, StaysInsideTheFolderAndWithinLimits)
     }
 }
 
-TEST_F(JobTest, FreshCacheNamesAndCleanupSparesFilesInUse)
+// (A second program beside a running download: the command-line runs.)
+TEST_F(JobTest, CleanupEmptiesTheCacheButForFilesInUse)
 {
-    const QString first = DownloadItem::getCacheFile();
-    EXPECT_TRUE(first.startsWith(cache() + "/"));
-    ASSERT_TRUE(QFile(first).open(QIODevice::WriteOnly));
-    EXPECT_NE(DownloadItem::getCacheFile(), first);
-
+    QDir(cache()).mkpath(".");
     QFile(cache() + "/.hidden").open(QIODevice::WriteOnly);
     QDir(cache()).mkpath("sub/deeper");
     QFile(cache() + "/sub/deeper/file").open(QIODevice::WriteOnly);
@@ -188,45 +178,34 @@ protected:
     static inline QTemporaryDir* clips = nullptr;
 };
 
-TEST_F(MediaJobs, TwoJobsWithOneTitleAtOnceSkipTheUsersFile)
+// Jobs at once: one title twice beside the user's own file, and titles that
+// would name something outside Downloads or too long a name.
+TEST_F(MediaJobs, NamesAreNeverTakenTwiceAndStayInDownloads)
 {
     QDir().mkpath(downloads());
     QFile own(downloads() + "/Same.mp3");
     ASSERT_TRUE(own.open(QIODevice::WriteOnly));
     own.write("the user's own file");
     own.close();
+    Settings::setConvertVideos(false);
     const Jobs jobs{AudioDownloadItem::initWithBitrate(video("Same"), clip("webm"), 192),
-                    AudioDownloadItem::initWithBitrate(video("Same"), clip("flv"), 192)};
+                    AudioDownloadItem::initWithBitrate(video("Same"), clip("flv"), 192),
+                    VideoDownloadItem::init(video("../escape"), clip("flv")),
+                    VideoDownloadItem::init(video(QString(300, 'L')), clip("flv")),
+                    VideoDownloadItem::init(video(""), clip("flv"))};
     run(jobs);
+    QStringList saved;
     for (const auto& job : jobs) {
         ASSERT_EQ(job->state(), State::Done) << job->failureReason().toStdString();
-        EXPECT_EQ(media::probe(job->fileToPlay(), "stream=codec_name"), "mp3");
+        ASSERT_TRUE(QFile::exists(job->fileToPlay()));
+        saved << job->fileToPlay().mid(downloads().size() + 1);
     }
-    EXPECT_EQ(files(downloads()), QStringList({"Same (1).mp3", "Same (2).mp3", "Same.mp3"}));
+    EXPECT_EQ(media::probe(jobs[0]->fileToPlay(), "stream=codec_name"), "mp3");
+    EXPECT_EQ(media::probe(jobs[1]->fileToPlay(), "stream=codec_name"), "mp3");
+    // Room is kept for " (n)" and the suffix.
+    saved.sort();
+    EXPECT_EQ(saved, QStringList({QString(231, 'L') + ".flv", "Same (1).mp3", "Same (2).mp3", "_.flv", "_/escape.flv"}));
     EXPECT_EQ(media::contents(downloads() + "/Same.mp3"), "the user's own file");
-}
-
-TEST_F(MediaJobs, HostileTitlesStayInDownloads)
-{
-    Settings::setConvertVideos(false);
-    const struct {
-        QString title, file;
-    } cases[] = {
-        {QString(300, 'L'), QString(231, 'L') + ".flv"}, // room kept for " (n)" and the suffix
-        {"../escape", "_/escape.flv"},
-        {"/", "_/_.flv"},
-        {"a/b", "a/b.flv"},
-        {"..", "_.flv"},
-        {"", "_ (1).flv"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.title.left(30).toStdString());
-        const auto job = VideoDownloadItem::init(video(c.title), clip("flv"));
-        run({job});
-        ASSERT_EQ(job->state(), State::Done) << job->failureReason().toStdString();
-        EXPECT_EQ(job->fileToPlay().toStdString(), (downloads() + "/" + c.file).toStdString());
-        EXPECT_TRUE(QFile::exists(job->fileToPlay()));
-    }
 }
 
 TEST_F(MediaJobs, FailedOrCancelledJobsLeaveNothing)

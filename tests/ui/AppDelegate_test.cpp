@@ -13,7 +13,7 @@
 #include "ui/PZScrollView.h"
 #include "ui/SettingsWindowController.h"
 #include "alert_recorder.h"
-#include "ui_test_home.h"
+#include "test_home.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemModelTester>
@@ -86,7 +86,7 @@ private slots:
 
     void windowIsShownOnlyAfterTheCacheWipeAndTheSearchViewsLaunch()
     {
-        ui_test_home home;
+        test_home home;
         QDir().mkpath(home.cache());
         QFile(home.cache() + "/left over").open(QIODevice::WriteOnly);
 
@@ -114,7 +114,7 @@ private slots:
 
     void sidebarEntriesAndTheirViews()
     {
-        ui_test_home home;
+        test_home home;
         AppDelegate app(nowhere(), &alerts);
         app.applicationDidFinishLaunching();
         QTRY_VERIFY(app.window()->isVisible());
@@ -150,7 +150,7 @@ private slots:
 
     void windowIsNeverNarrowerOrLowerThanTheLimit()
     {
-        ui_test_home home;
+        test_home home;
         AppDelegate app(nowhere(), &alerts);
         const QSizeF current(app.window()->size());
         QCOMPARE(app.windowWillResize({500.1, 300.1}), QSizeF(500.1, 300.1));
@@ -164,7 +164,7 @@ private slots:
     // Saving a click and reading it back after a restart: the desktop end-to-end run.
     void settingsWindowIsMadeOnFirstUseAndKept()
     {
-        ui_test_home home;
+        test_home home;
         Settings::setConvertVideos(false);
         AppDelegate app(nowhere(), &alerts);
         QVERIFY(!app.settingsWindowController());
@@ -183,7 +183,7 @@ private slots:
 
     void aDroppedWatchPageLinkIsSearchedAndAnythingElseRefused()
     {
-        ui_test_home home;
+        test_home home;
         AppDelegate app(nowhere(), &alerts);
         app.applicationDidFinishLaunching();
         QTRY_VERIFY(app.window()->isVisible());
@@ -220,7 +220,7 @@ private slots:
 
     void shortcutsReachTheViewsTheFieldAndTheSettings()
     {
-        ui_test_home home;
+        test_home home;
         AppDelegate app(nowhere(), &alerts);
         app.applicationDidFinishLaunching();
         QTRY_VERIFY(app.window()->isVisible());
@@ -243,7 +243,7 @@ private slots:
 
     void textStaysReadableUnderADarkTheme()
     {
-        ui_test_home home;
+        test_home home;
         const QPalette saved = QApplication::palette();
         QPalette dark;
         for (const auto role : {QPalette::Window, QPalette::Base, QPalette::Button})

@@ -6,12 +6,12 @@
 #include "platform/Log.h"
 #include "route_server.h"
 #include "scripted_server.h"
+#include "test_home.h"
 #include "ui/CellListView.h"
 #include "ui/DownloadListModel.h"
 #include "ui/DownloadsController.h"
 #include "ui/TransferRate.h"
 #include "ui/downloadlist/MainCell.h"
-#include "ui_test_home.h"
 
 #include <QAbstractItemModelTester>
 #include <QAccessible>
@@ -88,7 +88,7 @@ private slots:
 
     void newestJobOnTopAndOneRowRepaintedPerChange()
     {
-        ui_test_home home;
+        test_home home;
         route_server server([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
         DownloadsController controller;
         DownloadListModel& model = *controller.model();
@@ -117,7 +117,7 @@ private slots:
 
     void rowFollowsAnAudioJobFromWaitingToDone()
     {
-        ui_test_home home;
+        test_home home;
         QTemporaryDir clips;
         QVERIFY(media::make(clips.path() + "/clip.webm", 2));
         const std::string clip = readFile(clips.path() + "/clip.webm");
@@ -164,7 +164,7 @@ private slots:
 
     void failedAndCanceledRows()
     {
-        ui_test_home home;
+        test_home home;
         route_server missing([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
         const std::string body(400000, 'x');
         scripted_server slow(std::vector<scripted_server::reply>{{okReply(body), std::string::npos, {}, 1000, 20ms}});

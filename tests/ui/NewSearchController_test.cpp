@@ -6,6 +6,7 @@
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "service_process.h"
+#include "test_home.h"
 #include "ui/AppDelegate.h"
 #include "ui/DownloadListModel.h"
 #include "ui/DownloadsController.h"
@@ -16,7 +17,6 @@
 #include "ui/SearchResultModel.h"
 #include "ui/resultlist/HeaderCell.h"
 #include "ui/resultlist/MainCell.h"
-#include "ui_test_home.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -235,7 +235,7 @@ private slots:
     void aDownloadButtonPressedTwiceGivesTwoJobs()
     {
         search.reset();
-        ui_test_home home;
+        test_home home;
         AppDelegate app(endpoints(), &alerts);
         app.applicationDidFinishLaunching();
         QTRY_VERIFY(app.window()->isVisible());

@@ -11,9 +11,9 @@
 #include <map>
 #include <string>
 
-class ui_test_home {
+class test_home {
 public:
-    ui_test_home()
+    test_home()
     {
         for (const char* name : {"HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "PATH"})
             saved_[name] = qgetenv(name);
@@ -29,13 +29,13 @@ public:
         opener.setPermissions(opener.permissions() | QFile::ExeOwner);
         qputenv("PATH", QFile::encodeName(dir_.path() + "/bin:") + saved_["PATH"]);
     }
-    ~ui_test_home()
+    ~test_home()
     {
         for (const auto& [name, value] : saved_)
             qputenv(name.c_str(), value);
     }
-    ui_test_home(const ui_test_home&) = delete;
-    ui_test_home& operator=(const ui_test_home&) = delete;
+    test_home(const test_home&) = delete;
+    test_home& operator=(const test_home&) = delete;
 
     QString path() const { return dir_.path(); }
     QString downloads() const { return dir_.path() + "/Downloads"; }

@@ -80,7 +80,7 @@ TEST_F(Transfer, BodyReplacesTheFileAsItArrives)
     std::string body(1000, '\0');
     for (std::size_t i = 0; i < body.size(); ++i)
         body[i] = static_cast<char>('a' + i % 26);
-    scripted_server server(std::vector<scripted_server::reply>{{ok(body), std::string::npos, {}, 10, 2ms}});
+    scripted_server server(std::vector<scripted_server::reply>{{ok(body), std::string::npos, 10, 2ms}});
     QFile old(file);
     ASSERT_TRUE(old.open(QIODevice::WriteOnly));
     old.write(QByteArray(5000, 'o'));

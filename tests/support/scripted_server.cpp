@@ -62,10 +62,6 @@ void scripted_server::handle(int fd, const reply& r)
         requests_.push_back(request);
     }
 
-    for (auto waited = std::chrono::milliseconds(0); !stop_ && waited < r.delay;
-         waited += std::chrono::milliseconds(10))
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-
     const std::string_view bytes = std::string_view(r.bytes).substr(0, r.stall_after);
     const std::size_t piece = r.chunk == 0 ? bytes.size() : r.chunk;
     for (std::size_t at = 0; at < bytes.size(); at += piece) {

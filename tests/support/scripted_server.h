@@ -20,7 +20,6 @@ public:
         // Send only this many bytes, then hold the connection open until the
         // client closes it or the server stops.
         std::size_t stall_after = std::string::npos;
-        std::chrono::milliseconds delay{0};
         // Sent in pieces of this many bytes with a pause after each (0: at once).
         std::size_t chunk = 0;
         std::chrono::milliseconds pace{0};

@@ -1,9 +1,7 @@
 #pragma once
 
-// The user's folders and settings of a test in a temporary home, and a desktop
-// whose "open" only writes down what it was asked to open.
+// The user's folders and settings of a test in a temporary home.
 #include <QByteArray>
-#include <QDir>
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -15,19 +13,12 @@ class test_home {
 public:
     test_home()
     {
-        for (const char* name : {"HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME", "PATH"})
+        for (const char* name : {"HOME", "XDG_CACHE_HOME", "XDG_CONFIG_HOME"})
             saved_[name] = qgetenv(name);
         qputenv("HOME", QFile::encodeName(dir_.path()));
         qputenv("XDG_CACHE_HOME", QFile::encodeName(dir_.path() + "/.cache"));
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(dir_.path() + "/.config"));
         QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, dir_.path() + "/.config");
-
-        QDir().mkpath(dir_.path() + "/bin");
-        QFile opener(dir_.path() + "/bin/xdg-open");
-        opener.open(QIODevice::WriteOnly);
-        opener.write("#!/bin/sh\nprintf '%s\\n' \"$1\" >> \"$HOME/opened\"\n");
-        opener.setPermissions(opener.permissions() | QFile::ExeOwner);
-        qputenv("PATH", QFile::encodeName(dir_.path() + "/bin:") + saved_["PATH"]);
     }
     ~test_home()
     {
@@ -40,12 +31,6 @@ public:
     QString path() const { return dir_.path(); }
     QString downloads() const { return dir_.path() + "/Downloads"; }
     QString cache() const { return dir_.path() + "/.cache/Melodrift"; }
-    // What the desktop was asked to open, one address per line.
-    QString opened() const
-    {
-        QFile file(dir_.path() + "/opened");
-        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-    }
 
 private:
     QTemporaryDir dir_;

@@ -51,12 +51,6 @@ Shown shown(const downloadlist::MainCell& cell)
             !cell.playButton()->isHidden()};
 }
 
-std::string readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
-}
-
 std::shared_ptr<YouTubeVideo> video(const QString& title, qint64 seconds = 2)
 {
     auto v = YouTubeVideo::initFromURL(QUrl("http://127.0.0.1/watch?v=x"), QUrl());
@@ -120,10 +114,10 @@ private slots:
         test_home home;
         QTemporaryDir clips;
         QVERIFY(media::make(clips.path() + "/clip.webm", 2));
-        const std::string clip = readFile(clips.path() + "/clip.webm");
+        const std::string clip = media::contents(clips.path() + "/clip.webm").toStdString();
         // Paced, so that the transfer lasts long enough to be measured.
         scripted_server server(std::vector<scripted_server::reply>{
-            {okReply(clip), std::string::npos, {}, clip.size() / 40 + 1, 25ms}});
+            {okReply(clip), std::string::npos, clip.size() / 40 + 1, 25ms}});
 
         DownloadsController controller;
         DownloadListModel& model = *controller.model();
@@ -167,7 +161,7 @@ private slots:
         test_home home;
         route_server missing([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
         const std::string body(400000, 'x');
-        scripted_server slow(std::vector<scripted_server::reply>{{okReply(body), std::string::npos, {}, 1000, 20ms}});
+        scripted_server slow(std::vector<scripted_server::reply>{{okReply(body), std::string::npos, 1000, 20ms}});
 
         DownloadsController controller;
         const auto failing = AudioDownloadItem::initWithBitrate(video("Missing"), stream(missing.base() + "/s"), 320);

@@ -6,7 +6,6 @@
 #include "platform/Log.h"
 #include "service_process.h"
 #include "ui/PreviewController.h"
-#include "ui/PreviewPage.h"
 #include "ui/PreviewWebView.h"
 #include "ui/StreamOutlineModel.h"
 #include "alert_recorder.h"
@@ -164,24 +163,6 @@ private slots:
                                    " document.images.length === 0")
                     .toBool());
         preview->close();
-    }
-
-    void ordinaryValuesGiveTheTemplatePage()
-    {
-        QCOMPARE(PreviewPage::mimeOf("video/webm"), QString("video/webm"));
-        QCOMPARE(PreviewPage::mimeOf("video/mp4; codecs=\"avc1.42001E, mp4a.40.2\""), QString("video/mp4"));
-        QCOMPARE(PreviewPage::html("video/mp4; codecs=\"avc1\"", QUrl("http://127.0.0.1:8080/videoplayback?id=abc"),
-                                   "Cannot play"),
-                 QString("<!DOCTYPE html><html><head><script type=\"text/javascript\"> function not_supported() { "
-                         "document.getElementById(\"videodiv\").innerHTML = '<p style=\"font-family: Helvetica, "
-                         "Arial, sans-serif; padding: 10px 0;\">Cannot play</p>'; } function play() { var videoTag = "
-                         "document.createElement(\"video\"); if (videoTag.canPlayType) { "
-                         "if(videoTag.canPlayType('video/mp4')) { document.getElementById(\"videodiv\").innerHTML = "
-                         "'<video height=\"360\" width=\"590\" controls=\"controls\" autoplay=\"autoplay\"><source "
-                         "src=\"http://127.0.0.1:8080/videoplayback?id=abc\" type=\"video/mp4\"/>Cannot "
-                         "play</video>'; } else { not_supported(); } } else { not_supported(); } } "
-                         "</script></head><body bgcolor=\"#EDEDED\" onload=\"play()\"> <div id=\"videodiv\" "
-                         "style=\"color:white; background-color:black;\" align=\"center\" /></body></html>"));
     }
 
     void titlesPlayTheirNeighbourAndDownloadsTakeTheFlatIndex()

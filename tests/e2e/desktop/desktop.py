@@ -43,12 +43,6 @@ class Service:
         self.process.stdout.close()
 
 
-def catalogue():
-    """(id, seconds, kind, title) of every demo video."""
-    with open(os.path.join(CATALOGUE, "catalogue.tsv"), encoding="utf-8") as f:
-        return [tuple(line.rstrip("\n").split("\t")) for line in f if line.count("\t") == 3]
-
-
 class Melodrift:
     """One run of the program in a home of its own."""
 

@@ -36,24 +36,10 @@ TEST(YouTubeUrl, TypeLabelsAndSuffixesByPrefix)
     }
 }
 
-TEST(YouTubeUrl, QualityLabelsComeFromTheTextsExceptHd720)
+// (Quality labels: the video record's test of its streams. A type's quotes
+// repaired: every download from the service, whose stream addresses carry them.)
+TEST(YouTubeUrl, UnrepairableAddressLeavesNoAddressButTheStream)
 {
-    const std::pair<const char*, const char*> cases[] = {{"small", "Small"}, {"medium", "Medium"},
-                                                         {"large", "Large"}, {"hd720", "hd720"},
-                                                         {"SMALL", "SMALL"}, {"hd1080", "hd1080"}};
-    for (const auto& [quality, label] : cases)
-        EXPECT_EQ(stream(quality, "video/mp4")->localizedQuality(), label) << quality;
-}
-
-TEST(YouTubeUrl, QuotesInTheAddressAreRepaired)
-{
-    const auto u = stream("medium", "video/mp4",
-                          "http://h/videoplayback?itag=18&type=video/mp4;+codecs=\"avc1.42001E,+mp4a.40.2\"&");
-    ASSERT_TRUE(u->url().isValid());
-    EXPECT_EQ(u->url().toString(QUrl::FullyEncoded),
-              "http://h/videoplayback?itag=18&type=video/mp4;+codecs=%22avc1.42001E,+mp4a.40.2%22&");
-
-    // Unrepairable text leaves no address, and the stream is kept all the same.
     const auto broken = stream("small", "video/x-flv", "http://h/a b");
     EXPECT_TRUE(broken->url().isEmpty());
     EXPECT_EQ(broken->localizedType(), "Flash Video");

@@ -25,10 +25,7 @@ TEST(QueryUnescape, DecodesUpToTheFirstBadByte)
         EXPECT_EQ(youtube_parser::query_unescape(c.in, out), c.ok) << c.in;
         EXPECT_EQ(out, c.out) << c.in;
     }
-    for (const char* bad : {"a\"b", "a#b", "a<b", "a>b", "a?b", "a[b", "a]b", "a^b", "a`b", "a{b", "a|b", "a}b", "a\tb",
-                            "a\x7f"
-                            "b",
-                            "a\xc3\xa9"}) {
+    for (const char* bad : {"a\"b", "a#b", "a<b", "a^b", "a{b", "a\tb", "a\xc3\xa9"}) {
         std::string out;
         EXPECT_FALSE(youtube_parser::query_unescape(bad, out)) << bad;
         EXPECT_EQ(out, "a") << bad;

@@ -19,9 +19,6 @@
 #include <map>
 #include <mutex>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 using State = DownloadItem::State;
 using Jobs = std::vector<std::shared_ptr<DownloadItem>>;
@@ -29,7 +26,6 @@ using Jobs = std::vector<std::shared_ptr<DownloadItem>>;
 class JobTest : public ::testing::Test {
 protected:
     QString downloads() const { return home_.downloads(); }
-    QString cache() const { return home_.cache(); }
 
     // Serves path -> body; anything else is a 404.
     std::shared_ptr<YouTubeUrl> serve(const std::string& path, const QByteArray& body, const std::string& type)
@@ -112,23 +108,6 @@ TEST(Destination, StaysInsideTheFolderAndWithinLimits)
         SCOPED_TRACE(c.title.left(30).toStdString());
         EXPECT_EQ(DownloadItem::destinationFor(d, c.title), d + "/" + c.expected);
     }
-}
-
-// (A second program beside a running download: the command-line runs.)
-TEST_F(JobTest, CleanupEmptiesTheCacheButForFilesInUse)
-{
-    QDir(cache()).mkpath(".");
-    QFile(cache() + "/.hidden").open(QIODevice::WriteOnly);
-    QDir(cache()).mkpath("sub/deeper");
-    QFile(cache() + "/sub/deeper/file").open(QIODevice::WriteOnly);
-    // Another instance's running job holds its file.
-    const int fd = ::open(QFile::encodeName(cache() + "/in use").constData(), O_RDONLY | O_CREAT, 0600);
-    ASSERT_EQ(::flock(fd, LOCK_SH), 0);
-    DownloadItem::Cleanup();
-    EXPECT_EQ(QDir(cache()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{"in use"});
-    ::close(fd);
-    DownloadItem::Cleanup();
-    EXPECT_TRUE(files(cache()).isEmpty());
 }
 
 TEST_F(JobTest, StartsOnceAndCancelIsFinal)

@@ -20,3 +20,12 @@ TEST(ServiceEndpoints, OneBaseMovesAllThreeOptionBeatsEnvironmentBeatsDefault)
               "127.0.0.4");
     qunsetenv(ServiceEndpoints::environmentVariable);
 }
+
+TEST(ServiceEndpoints, WatchPagesAreOnTheDomainOrAHostEndingWithIt)
+{
+    const ServiceEndpoints elsewhere{QUrl("https://feeds.video.test"), "video.test", QUrl()};
+    EXPECT_TRUE(elsewhere.isWatchPage(QUrl("https://video.test/watch?v=a")));
+    EXPECT_TRUE(elsewhere.isWatchPage(QUrl("https://m.video.test/watch?v=a")));
+    EXPECT_FALSE(elsewhere.isWatchPage(QUrl("https://video.test.example/watch?v=a")));
+    EXPECT_FALSE(elsewhere.isWatchPage(QUrl("tom and jerry")));
+}

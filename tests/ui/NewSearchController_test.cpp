@@ -117,21 +117,6 @@ private slots:
         QCOMPARE(search->statusLabel()->text(), QString("No videos found"));
     }
 
-    void aPastedAddressGivesItsOneVideo()
-    {
-        enter(service->watch("UnVsZTExMF8"));
-        settle(1);
-        QCOMPARE(titles(*search->model()), QStringList({"Rule 110 in Five Seconds"}));
-        QVERIFY(!search->model()->video(0)->Urls().isEmpty());
-
-        // The host test: the service's domain or any host ending with it.
-        const platform::ServiceEndpoints elsewhere{QUrl("https://feeds.video.test"), "video.test", QUrl()};
-        QVERIFY(elsewhere.isWatchPage(QUrl("https://video.test/watch?v=a")));
-        QVERIFY(elsewhere.isWatchPage(QUrl("https://m.video.test/watch?v=a")));
-        QVERIFY(!elsewhere.isWatchPage(QUrl("https://video.test.example/watch?v=a")));
-        QVERIFY(!elsewhere.isWatchPage(QUrl("tom and jerry")));
-    }
-
     void progressFollowsTheSearch()
     {
         QList<QPair<int, int>> seen;

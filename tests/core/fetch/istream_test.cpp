@@ -61,19 +61,15 @@ TEST(UrlStream, RepliesThatFailTheOpen)
         boost::system::error_code error;
         const char* message; // for HTTP errors
     } cases[] = {{"HTTP/1.0 404 Not Found\r\nContent-Type: text/html\r\n\r\n<h1>gone</h1>", http(404), "Not found"},
-                 {"HTTP/1.0 418 I'm a teapot\r\n\r\n", http(418), "Unknown HTTP error"},
                  // Only 301 and 302 with a place to go are followed.
                  {"HTTP/1.0 303 See Other\r\nLocation: /elsewhere\r\n\r\n", http(303), "See other"},
                  {"HTTP/1.0 302 Found\r\n\r\n", http(302), "Found"},
                  {"HTTP/1.0 302 Found\r\nLocation: file:///etc/passwd\r\n\r\n", unsupported, nullptr},
                  {"HTTP/1.0 200\r\n\r\nbody", http(1), "Malformed status line"},
                  {"HTTP/1.0 302 Found\r\nLocation:/next\r\n\r\n", http(2), "Malformed response headers"},
-                 {"HTTP/1.0 200 OK\r\nX-Filler: " + std::string(100000, 'x') + "\r\n\r\n", http(2),
-                  "Malformed response headers"},
                  {"HTTP/1.0 200 OK" + std::string(100000, 'K'), http(1), "Malformed status line"},
                  // Closed early.
                  {"", boost::asio::error::eof, nullptr},
-                 {"HTTP/1.0 200", boost::asio::error::eof, nullptr},
                  {"HTTP/1.0 200 OK\r\nContent-Type: te", boost::asio::error::eof, nullptr}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.reply.substr(0, 60));

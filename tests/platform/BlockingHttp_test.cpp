@@ -1,6 +1,5 @@
 #include "platform/BlockingHttp.h"
 
-#include "loopback.h"
 #include "route_server.h"
 #include "scripted_server.h"
 
@@ -41,7 +40,7 @@ TEST(BlockingGet, AnyStatusIsAnAnswerAfterRedirects)
 
 TEST(BlockingGet, NoAnswerIsAnError)
 {
-    const auto refused = BlockingHttp::get(QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(loopback::closed_port())));
+    const auto refused = BlockingHttp::get(QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(scripted_server::closed_port())));
     ASSERT_TRUE(refused.error);
     EXPECT_EQ(refused.error->code, QNetworkReply::ConnectionRefusedError);
 

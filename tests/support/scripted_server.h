@@ -1,12 +1,11 @@
 #pragma once
 
-#include "loopback.h"
-
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -38,7 +37,7 @@ public:
     std::size_t connections() const;
 
     // A loopback port nothing listens on.
-    static unsigned short closed_port() { return loopback::closed_port(); }
+    static unsigned short closed_port();
 
 private:
     void serve();

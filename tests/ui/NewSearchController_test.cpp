@@ -3,9 +3,9 @@
 // animation, failures in one line, and downloads started from a row.
 #include "alert_recorder.h"
 #include "event_watch.h"
-#include "loopback.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
+#include "scripted_server.h"
 #include "service_process.h"
 #include "test_home.h"
 #include "ui/AppDelegate.h"
@@ -171,7 +171,7 @@ private slots:
     void aFailedSearchSaysSoInOneLine()
     {
         const platform::ServiceEndpoints closed = platform::ServiceEndpoints::at(
-            QUrl(QStringLiteral("http://127.0.0.1:%1").arg(loopback::closed_port())));
+            QUrl(QStringLiteral("http://127.0.0.1:%1").arg(scripted_server::closed_port())));
         NewSearchController unreachable(closed, alerts);
         unreachable.view()->resize(800, 600);
         unreachable.view()->show();
@@ -186,7 +186,7 @@ private slots:
         int jobs = 0;
         unreachable.downloadEvent.set([&jobs](NewSearchController&, std::shared_ptr<DownloadItem>) { ++jobs; });
         unreachable.model()->setVideos({YouTubeVideo::initFromURL(
-            QUrl(QStringLiteral("http://127.0.0.1:%1/watch?v=x").arg(loopback::closed_port())), QUrl())});
+            QUrl(QStringLiteral("http://127.0.0.1:%1/watch?v=x").arg(scripted_server::closed_port())), QUrl())});
         unreachable.downloadAudioButton(0);
         QTRY_COMPARE_WITH_TIMEOUT(alerts.shown.size(), 1, 20000);
         QCOMPARE(alerts.shown.first(), qMakePair(QString("YouTube:"), QString("No stream of this video could be found.")));

@@ -29,8 +29,8 @@ def wait_for(condition, timeout=20.0, what="condition"):
 
 
 class Service:
-    def __init__(self, *options):
-        self.process = subprocess.Popen([SERVICE, "--data", CATALOGUE, *options],
+    def __init__(self):
+        self.process = subprocess.Popen([SERVICE, "--data", CATALOGUE],
                                         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         self.base = self.process.stdout.readline().strip()
 
@@ -179,8 +179,6 @@ class DesktopTest(unittest.TestCase):
     """A fresh home (with a desktop whose "open" only writes down its argument)
     and a running service per test."""
 
-    service_options = ()
-
     def setUp(self):
         self.home = tempfile.mkdtemp(prefix="melodrift-e2e-")
         os.makedirs(self.home + "/bin")
@@ -188,7 +186,7 @@ class DesktopTest(unittest.TestCase):
         with open(opener, "w") as f:
             f.write('#!/bin/sh\nprintf "%s\\n" "$1" >> "$HOME/opened"\n')
         os.chmod(opener, 0o755)
-        self.service = Service(*self.service_options)
+        self.service = Service()
         self.runs = []
 
     def start(self, *arguments):

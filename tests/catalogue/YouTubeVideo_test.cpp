@@ -10,9 +10,9 @@
 
 namespace {
 
-std::shared_ptr<YouTubeUrl> stream(const char* quality, const char* type)
+std::shared_ptr<YouTubeUrl> stream(const std::string& quality, const std::string& type)
 {
-    return YouTubeUrl::init({std::string("http://h/") + quality, quality, type});
+    return YouTubeUrl::init({"http://h/" + quality, quality, type});
 }
 
 std::shared_ptr<YouTubeVideo> with_streams(const YouTubeVideo::StreamList& streams)
@@ -63,6 +63,39 @@ TEST(StreamChoice, BestLowestAndByLabel)
     const auto video = with_streams({stream("small", "video/3gpp"), mp4, stream("medium", "video/mp4")});
     EXPECT_EQ(video->FirstUrlWithQuality("medium (video/mp4)"), mp4);
     EXPECT_EQ(video->FirstUrlWithQuality("Medium (MP4)"), nullptr);
+}
+
+TEST(YouTubeUrl, TypeLabelsAndSuffixesByPrefix)
+{
+    struct {
+        const char* type;
+        const char* label;
+        const char* suffix;
+        bool mp4;
+    } const cases[] = {
+        {"video/webm; codecs=\"vp8.0, vorbis\"", "WebM", "webm", false},
+        {"video/mp4;+codecs=\"avc1.42001E,+mp4a.40.2\"", "MP4", "mp4", true},
+        {"video/x-flv", "Flash Video", "flv", false},
+        {"video/3gpp; codecs=\"mp4v.20.3\"", "3gp", "3gp", false},
+        {"audio/mp4", "audio/mp4", "mp4", false},
+        {"", "", "mp4", false},
+        {"VIDEO/MP4", "VIDEO/MP4", "mp4", false},
+    };
+    for (const auto& c : cases) {
+        const auto u = stream("medium", c.type);
+        EXPECT_EQ(u->localizedType(), QString::fromUtf8(c.label)) << c.type;
+        EXPECT_EQ(YouTubeUrl::getVideoSuffix(QString::fromUtf8(c.type)), QString::fromUtf8(c.suffix)) << c.type;
+        EXPECT_EQ(u->isMP4(), c.mp4) << c.type;
+    }
+}
+
+// (Quality labels: the video record's test of its streams. A type's quotes
+// repaired: every download from the service, whose stream addresses carry them.)
+TEST(YouTubeUrl, UnrepairableAddressLeavesNoAddressButTheStream)
+{
+    const auto broken = YouTubeUrl::init({"http://h/a b", "small", "video/x-flv"});
+    EXPECT_TRUE(broken->url().isEmpty());
+    EXPECT_EQ(broken->localizedType(), "Flash Video");
 }
 
 class VideoRecord : public ::testing::Test {

@@ -1,17 +1,24 @@
+// The HTTP client the parser exchange uses: its reply reader, addresses, and the
+// stream against what a hostile or broken service can answer.
 #include "core/fetch/http.h"
+#include "core/fetch/http_response_parser.h"
 #include "core/fetch/istream.h"
+#include "core/fetch/url.h"
 
 #include "scripted_server.h"
 
 #include <boost/asio/error.hpp>
+#include <boost/system/system_error.hpp>
 #include <gtest/gtest.h>
 
 #include <iterator>
 #include <string>
 
-namespace {
-
 using urdl::url;
+using urdl::detail::http_response_parser;
+using urdl::detail::response_headers;
+
+namespace {
 
 std::string read_all(urdl::istream& in)
 {
@@ -36,9 +43,111 @@ struct opened {
 
 } // namespace
 
+TEST(StatusLine, OnlyTheStrictFormIsAccepted)
+{
+    const std::pair<const char*, int> good[] = {{"HTTP/1.0 200 OK\r\n", 200},
+                                                {"HTTP/11.22 404 \r\n", 404},
+                                                {"HTTP/1.1 302 Moved \xe2\x80\x94 see there\r\n", 302},
+                                                {"HTTP/1.0 0200 OK\r\n", 200}};
+    for (const auto& [line, expected] : good) {
+        int status = 0;
+        EXPECT_TRUE(http_response_parser::parse_status_line(line, status)) << line;
+        EXPECT_EQ(status, expected) << line;
+    }
+    int status = 0;
+    for (const char* bad : {"HTTP/1.0 200\r\n", "HTTP/1.0 200OK\r\n", "HTTP/1.0  200 OK\r\n", "HTTP/1.0 200 OK\n",
+                            "http/1.0 200 OK\r\n", "HTTP/1. 200 OK\r\n", "HTTP/1.0 20a OK\r\n", "HTTP/1.0 200 O\tK\r\n",
+                            "HTTP/1.0 200 OK\r\nX", "HTTP/1.0 9999999999 OK\r\n", ""})
+        EXPECT_FALSE(http_response_parser::parse_status_line(bad, status)) << bad;
+}
+
+TEST(Headers, KeepsTheThreeHeadersAndRefusesEveryOtherByte)
+{
+    const struct {
+        const char* block;
+        const char* type;
+        const char* length;
+        const char* location;
+    } cases[] = {// Any case; the later of two wins.
+                 {"Server: x\r\ncontent-TYPE: text/plain\r\nContent-Length: 12\r\nLOCATION: /a\r\nLocation: /b\r\n"
+                  "X-Empty: \r\n\r\n",
+                  "text/plain", "12", "/b"},
+                 // Folded lines join without a separator.
+                 {"Content-Type: text/html;\r\n \t charset=utf-8\r\n\tx\r\nLocation: /a\r\n  /b\r\n\r\n",
+                  "text/html;charset=utf-8x", "", "/a/b"},
+                 {"Location:  /two blanks \xc3\xa9\r\n\r\n", "", "", " /two blanks \xc3\xa9"},
+                 {"\r\n", "", "", ""}};
+    for (const auto& c : cases) {
+        response_headers h;
+        ASSERT_TRUE(http_response_parser::parse_headers(c.block, h)) << c.block;
+        EXPECT_EQ(h.content_type, c.type) << c.block;
+        EXPECT_EQ(h.content_length, c.length) << c.block;
+        EXPECT_EQ(h.location, c.location) << c.block;
+    }
+    response_headers h;
+    for (const char* bad : {"Location:/next\r\n\r\n", "Loc ation: x\r\n\r\n", "Lo(c): x\r\n\r\n", ": x\r\n\r\n",
+                            "Location: a\x01z\r\n\r\n", "Location: x\n\r\n", " folded: first\r\n\r\n",
+                            "Location: x\r\n", "Location: x\r\n\r\nextra", ""})
+        EXPECT_FALSE(http_response_parser::parse_headers(bad, h)) << bad;
+}
+
+TEST(ResponseHead, EndlessContinueRepliesCountTowardsTheLimit)
+{
+    std::string continues;
+    while (continues.size() <= http_response_parser::max_head_bytes)
+        continues += "HTTP/1.1 100 Continue\r\n\r\n";
+    http_response_parser parser;
+    EXPECT_NE(parser.parse(continues), http_response_parser::result::need_more);
+}
+
+TEST(Url, SplitsEveryComponent)
+{
+    const url u = url::from_string("HTTP://user:pw@example.org:8080/a/b.html?q=1&r=2#top");
+    EXPECT_EQ(u.protocol(), "http");
+    EXPECT_EQ(u.host(), "example.org");
+    EXPECT_EQ(u.port(), 8080);
+    EXPECT_EQ(u.path(), "/a/b.html");
+    EXPECT_EQ(u.query(), "q=1&r=2");
+    EXPECT_EQ(u.to_string(), "http://user:pw@example.org:8080/a/b.html?q=1&r=2#top");
+    EXPECT_EQ(u.to_string(url::path_component | url::query_component), "/a/b.html?q=1&r=2");
+
+    // Default ports are not printed; an address without a path has "/".
+    const url plain = url::from_string("http://h?x=1");
+    EXPECT_EQ(plain.port(), 80);
+    EXPECT_EQ(plain.path(), "/");
+    EXPECT_EQ(plain.to_string(url::host_component | url::port_component), "h");
+    EXPECT_EQ(url::from_string("http://[::1]:9000/x").to_string(url::host_component | url::port_component),
+              "[::1]:9000");
+}
+
+TEST(Url, RejectsWhatIsNoUrl)
+{
+    for (const char* bad : {"", "example.org/x", "://h/x", "ht tp://h/", "http:///x", "http://h:/x", "http://h:80a/",
+                            "http://h:65536/", "http://h:123456/", "http://[::1/x", "http://[]/", "http://[::1]x/",
+                            "http://h/a b", "http://h/x\r\nHost: evil", "http://h/\x7f"}) {
+        boost::system::error_code ec;
+        url::from_string(bad, ec);
+        EXPECT_TRUE(ec) << bad;
+    }
+    EXPECT_THROW(url::from_string("nonsense"), boost::system::system_error);
+}
+
+TEST(Url, ResolvesRedirectTargets)
+{
+    const url base = url::from_string("http://h:81/dir/page?q=1");
+    boost::system::error_code ec;
+    EXPECT_EQ(base.resolve("http://other/x", ec).to_string(), "http://other/x");
+    EXPECT_EQ(base.resolve("//other:82/y", ec).to_string(), "http://other:82/y");
+    EXPECT_EQ(base.resolve("/next?a=b", ec).to_string(), "http://h:81/next?a=b");
+    EXPECT_EQ(base.resolve("sibling", ec).to_string(), "http://h:81/dir/sibling");
+    EXPECT_FALSE(ec);
+    base.resolve("/bad path", ec);
+    EXPECT_TRUE(ec);
+}
+
 // The stream as the parser exchange uses it: its request bytes, a reply read
 // whole, an unreachable, refused or unsupported address falling back, are that
-// exchange's tests. Here: what a hostile or broken service can answer.
+// exchange's tests.
 TEST(UrlStream, RepliesThatFailTheOpen)
 {
     const auto http = [](int value) { return urdl::http::make_error_code(value); };

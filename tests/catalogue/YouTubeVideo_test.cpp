@@ -24,45 +24,34 @@ std::shared_ptr<YouTubeVideo> with_streams(const YouTubeVideo::StreamList& strea
 
 } // namespace
 
-TEST(StreamChoice, BestLowestAndByLabel)
+// The stream a download takes. (The lowest stream and a stream by its label are
+// asked for by no part of the program.)
+TEST(StreamChoice, BestIsTheLastMp4OfTheBestRank)
 {
-    // Indexes into the streams; -1: none, -2: not checked.
+    // Index into the streams; -1: none.
     const struct {
         std::vector<std::pair<const char*, const char*>> streams;
         int best;
-        int lowest;
     } cases[] = {
-        // Rank first, then the last MP4 of that rank.
         {{{"medium", "video/webm"}, {"medium", "video/mp4"}, {"large", "video/x-flv"}, {"large", "video/mp4"},
           {"large", "video/mp4; codecs=\"avc1\""}},
-         4, 0},
+         4},
         // Without an MP4 among the best, the first of them; "mp4" anywhere in the type counts.
-        {{{"medium", "video/mp4"}, {"hd720", "video/webm"}, {"hd720", "video/x-flv"}}, 1, -2},
-        {{{"hd720", "video/webm"}, {"hd720", "x-video/mp4"}}, 1, -2},
+        {{{"medium", "video/mp4"}, {"hd720", "video/webm"}, {"hd720", "video/x-flv"}}, 1},
+        {{{"hd720", "video/webm"}, {"hd720", "x-video/mp4"}}, 1},
         // Unknown qualities rank below small, and alone are no choice at all.
-        {{{"small", "video/webm"}, {"hd1080", "video/mp4"}}, 0, 1},
-        {{{"HD720", "video/webm"}, {"", "video/x-flv"}}, -1, -2},
-        {{{"HD720", "video/webm"}, {"hd1080", "video/mp4"}}, 1, -2},
-        {{}, -1, -1},
+        {{{"small", "video/webm"}, {"hd1080", "video/mp4"}}, 0},
+        {{{"HD720", "video/webm"}, {"", "video/x-flv"}}, -1},
+        {{{"HD720", "video/webm"}, {"hd1080", "video/mp4"}}, 1},
+        {{}, -1},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {
         SCOPED_TRACE(i);
         YouTubeVideo::StreamList streams;
         for (const auto& [quality, type] : cases[i].streams)
             streams.append(stream(quality, type));
-        const auto video = with_streams(streams);
-        const auto at = [&](int index) { return index < 0 ? nullptr : streams[index]; };
-        EXPECT_EQ(video->UrlWithBestQuality(), at(cases[i].best));
-        if (cases[i].lowest != -2) {
-            EXPECT_EQ(video->UrlWithLowestQuality(), at(cases[i].lowest));
-        }
+        EXPECT_EQ(with_streams(streams)->UrlWithBestQuality(), cases[i].best < 0 ? nullptr : streams[cases[i].best]);
     }
-
-    // A label picks the first stream that matches it.
-    const auto mp4 = stream("medium", "video/mp4");
-    const auto video = with_streams({stream("small", "video/3gpp"), mp4, stream("medium", "video/mp4")});
-    EXPECT_EQ(video->FirstUrlWithQuality("medium (video/mp4)"), mp4);
-    EXPECT_EQ(video->FirstUrlWithQuality("Medium (MP4)"), nullptr);
 }
 
 TEST(YouTubeUrl, TypeLabelsAndSuffixesByPrefix)
@@ -152,7 +141,6 @@ TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
     EXPECT_EQ(video->SortedUrls().value("Medium").first(), video->Urls()[2]);
     EXPECT_EQ(video->thumbnail().size(), QSize(4, 3));
     EXPECT_EQ(video->UrlWithBestQuality(), video->Urls()[1]);
-    EXPECT_EQ(video->UrlWithLowestQuality(), video->Urls()[4]);
 
     video->parseUrls();
     EXPECT_EQ(video->Urls().size(), 5);

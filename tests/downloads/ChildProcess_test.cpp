@@ -1,5 +1,4 @@
 #include "downloads/ChildProcess.h"
-#include "downloads/Utils.h"
 
 #include <gtest/gtest.h>
 
@@ -90,13 +89,4 @@ TEST(Termination, KillsAChildThatIgnoresTheRequest)
     EXPECT_EQ(exit.signal, SIGKILL);
     EXPECT_GE(took, 300ms);
     EXPECT_LT(took, 3s);
-}
-
-TEST(CommandRunner, ReadsOutputLargerThanAPipeAsItRuns)
-{
-    // (Its text as UTF-8: the container-format test of the converter.)
-    const std::optional<QString> big = Utils::DoCmdWithResult("head -c 300000 /dev/zero | tr '\\0' x");
-    ASSERT_TRUE(big.has_value());
-    EXPECT_EQ(big->size(), 300000);
-    EXPECT_EQ(Utils::DoCmdWithResult("printf '\\xff\\xfe'"), std::nullopt);
 }

@@ -185,7 +185,6 @@ TEST_F(ScriptedConverter, MissingProgramOrCancelBeforeTheStartStillEnds)
         EXPECT_FALSE(missing->succeeded());
         EXPECT_FALSE(missing->failureReason().isEmpty());
     }
-    EXPECT_EQ(FFmpeg::getVideoCodec(path("plain")), std::nullopt);
 
     useScript("printf x > \"$last\"\n");
     auto events = Recorder::listen(*converter);
@@ -217,14 +216,4 @@ TEST(Conversion, ReportsTheRealProgramsSecondsAndEndsWhenCancelledFromAnotherThr
     std::thread([&] { converter->cancel(); }).join();
     ASSERT_TRUE(events->waitFor(true));
     EXPECT_EQ(converter->failureReason(), "cancelled");
-}
-
-TEST(Conversion, ContainerFormatsOfAFile)
-{
-    QTemporaryDir dir;
-    // The line names the file, so a name outside ASCII must not hide it.
-    const QString named = dir.path() + "/Grüße.webm";
-    ASSERT_TRUE(media::make(named, 1));
-    EXPECT_EQ(FFmpeg::getVideoCodec(named), "matroska,webm,");
-    EXPECT_EQ(FFmpeg::getVideoCodec(dir.path() + "/absent.webm"), std::nullopt);
 }

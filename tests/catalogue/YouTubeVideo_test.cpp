@@ -134,8 +134,6 @@ TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
     video->parseUrls();
     ASSERT_EQ(video->Urls().size(), 5);
     EXPECT_EQ(video->title(), QString::fromUtf8("Tom & Jerry \u2013 \"The Chase\""));
-    EXPECT_EQ(video->seconds(), 213);
-    EXPECT_TRUE(video->description().startsWith(QString::fromUtf8("Caf\u00e9 scenes")));
     EXPECT_EQ(video->localizedQualitys(), QStringList({"hd720", "Medium", "Small"}));
     EXPECT_EQ(video->SortedUrls().value("hd720").size(), 2);
     EXPECT_EQ(video->SortedUrls().value("Medium").first(), video->Urls()[2]);

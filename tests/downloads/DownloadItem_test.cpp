@@ -183,7 +183,8 @@ TEST_F(MediaJobs, NamesAreNeverTakenTwiceAndStayInDownloads)
     EXPECT_EQ(media::probe(jobs[1]->fileToPlay(), "stream=codec_name"), "mp3");
     // Room is kept for " (n)" and the suffix.
     saved.sort();
-    EXPECT_EQ(saved, QStringList({QString(231, 'L') + ".flv", "Same (1).mp3", "Same (2).mp3", "_.flv", "_/escape.flv"}));
+    EXPECT_EQ(saved,
+              QStringList({QString(231, 'L') + ".flv", "Same (1).mp3", "Same (2).mp3", "_.flv", "_/escape.flv"}));
     EXPECT_EQ(media::contents(downloads() + "/Same.mp3"), "the user's own file");
 }
 

@@ -40,7 +40,8 @@ TEST(BlockingGet, AnyStatusIsAnAnswerAfterRedirects)
 
 TEST(BlockingGet, NoAnswerIsAnError)
 {
-    const auto refused = BlockingHttp::get(QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(scripted_server::closed_port())));
+    const auto refused =
+        BlockingHttp::get(QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(scripted_server::closed_port())));
     ASSERT_TRUE(refused.error);
     EXPECT_EQ(refused.error->code, QNetworkReply::ConnectionRefusedError);
 

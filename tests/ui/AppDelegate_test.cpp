@@ -81,7 +81,8 @@ private slots:
         int rowAtShow = -1;
         event_watch watch(QEvent::Show, [&] {
             shown = true;
-            cacheWasEmpty = QDir(home.cache()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty();
+            cacheWasEmpty =
+                QDir(home.cache()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty();
             searchWasTold = search->tableScrollView()->delegate() == search;
             rowAtShow = selectedRow(*app.menu());
         });

@@ -50,11 +50,6 @@ int selectedRow(const PreviewController& preview)
     return rows.isEmpty() ? -1 : rows.first().row();
 }
 
-std::shared_ptr<YouTubeUrl> stream(const std::string& url, const std::string& quality, const std::string& type)
-{
-    return YouTubeUrl::init({url, quality, type});
-}
-
 } // namespace
 
 class TestPreviewController : public QObject {
@@ -144,8 +139,8 @@ private slots:
         preview->window()->show();
         const std::string attack = "\"'</script><img src=x onerror=\"window.injected=1\"><script>window.injected=2</script>";
         // The part after ";" is not the MIME type: the page's video path is taken.
-        preview->showVideo(stream(service->base().toStdString() + "/videoplayback?a='" + attack, "medium",
-                                  "video/mp4; codecs=\"" + attack + "\""));
+        preview->showVideo(YouTubeUrl::init({service->base().toStdString() + "/videoplayback?a='" + attack, "medium",
+                                         "video/mp4; codecs=\"" + attack + "\""}));
         QVERIFY(waitForScript(*preview, "document.querySelector('source') !== null"));
         QVERIFY(evaluate(*preview, "typeof window.injected === 'undefined' && document.scripts.length === 1 &&"
                                    " document.images.length === 0 &&"
@@ -156,7 +151,8 @@ private slots:
         QCOMPARE(preview->videoTypeLabel()->textFormat(), Qt::PlainText);
 
         // A MIME type that tries to leave its script string.
-        preview->showVideo(stream("http://127.0.0.1:1/x", "medium", "video/x');window.injected=3;('" + attack));
+        preview->showVideo(
+            YouTubeUrl::init({"http://127.0.0.1:1/x", "medium", "video/x');window.injected=3;('" + attack}));
         QVERIFY(waitForScript(*preview, "document.getElementById('videodiv') !== null &&"
                                         " document.getElementById('videodiv').innerText.length > 0"));
         QVERIFY(evaluate(*preview, "typeof window.injected === 'undefined' && document.scripts.length === 1 &&"

@@ -134,9 +134,11 @@ private slots:
         QCOMPARE(menu.placeHolderView()->count(), 1);
     }
 
-    void windowIsNeverNarrowerOrLowerThanTheLimit()
+    // Saving a click and reading it back after a restart: the desktop end-to-end run.
+    void windowSizeLimitAndSettingsWindowMadeOnFirstUseAndKept()
     {
         test_home home;
+        Settings::setConvertVideos(false);
         AppDelegate app(nowhere(), &alerts);
         const QSizeF current(app.window()->size());
         QCOMPARE(app.windowWillResize({500.1, 300.1}), QSizeF(500.1, 300.1));
@@ -145,23 +147,14 @@ private slots:
         app.window()->resize(500, 300);
         QVERIFY(app.window()->width() > 500);
         QVERIFY(app.window()->height() > 300);
-    }
 
-    // Saving a click and reading it back after a restart: the desktop end-to-end run.
-    void settingsWindowIsMadeOnFirstUseAndKept()
-    {
-        test_home home;
-        Settings::setConvertVideos(false);
-        AppDelegate app(nowhere(), &alerts);
         QVERIFY(!app.settingsWindowController());
-
         app.settingsClick();
         SettingsWindowController* settings = app.settingsWindowController();
         QVERIFY(settings);
         QVERIFY(settings->window()->isVisible());
         QVERIFY(!settings->window()->isModal());
         settings->window()->close();
-
         app.settingsClick();
         QCOMPARE(app.settingsWindowController(), settings);
         QVERIFY(settings->radioMatrix()->button(1)->isChecked());

@@ -80,16 +80,19 @@ private slots:
         platform::Log::setSink([](const QString&) {});
     }
 
-    void newestJobOnTopAndOneRowRepaintedPerChange()
+    // Newest on top, one row repainted per change; the rows of failed and canceled jobs.
+    void newestJobOnTopFailedAndCanceledRows()
     {
         test_home home;
-        route_server server([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
+        route_server missing([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
+        const std::string body(400000, 'x');
+        scripted_server slow(std::vector<scripted_server::reply>{{okReply(body), std::string::npos, 1000, 20ms}});
         DownloadsController controller;
         DownloadListModel& model = *controller.model();
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
 
         for (const char* title : {"one", "two", "three"})
-            controller.addDownload(AudioDownloadItem::initWithBitrate(video(title), stream(server.base() + "/s"), 320));
+            controller.addDownload(AudioDownloadItem::initWithBitrate(video(title), stream(missing.base() + "/s"), 320));
         QCOMPARE(model.rowCount(), 3);
         QCOMPARE(controller.tableView()->count(), 3);
         // A screen reader may ask for a child that has gone since it counted them.
@@ -105,8 +108,25 @@ private slots:
         QTRY_COMPARE(model.item(2)->state(), State::Failed);
         for (const QList<QVariant>& change : changed)
             QCOMPARE(change[0].toModelIndex(), change[1].toModelIndex());
-        // Finished jobs stay for the run.
+        // Finished jobs stay for the run, with the reason.
         QCOMPARE(model.rowCount(), 3);
+        const Shown failed = shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0)));
+        QCOMPARE(failed.status, QString("Failed"));
+        QVERIFY(failed.detail.contains("404"));
+        QVERIFY(!failed.bar && !failed.cancel && !failed.play);
+
+        const auto cancelled = AudioDownloadItem::initWithBitrate(video("Slow"), stream(slow.url("/s")), 320);
+        controller.addDownload(cancelled);
+        auto* cell = static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0));
+        QTRY_VERIFY(cancelled->progressValue().value_or(0) > 0);
+        QTest::mouseClick(cell->cancelButton(), Qt::LeftButton);
+        QCOMPARE(cancelled->state(), State::Canceled);
+        const Shown canceled = shown(*cell);
+        QCOMPARE(canceled.status, QString("Canceled"));
+        QVERIFY(canceled.detail.isEmpty());
+        QVERIFY(!canceled.bar && !canceled.cancel && !canceled.play);
+        // The failed job moved down a row and kept what it showed.
+        QCOMPARE(shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(1))).status, QString("Failed"));
     }
 
     void rowFollowsAnAudioJobFromWaitingToDone()
@@ -154,36 +174,6 @@ private slots:
         QCOMPARE(done.status, QString("Done"));
         QVERIFY(done.bar && done.full && !done.cancel && done.play);
         QVERIFY(done.detail.isEmpty());
-    }
-
-    void failedAndCanceledRows()
-    {
-        test_home home;
-        route_server missing([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
-        const std::string body(400000, 'x');
-        scripted_server slow(std::vector<scripted_server::reply>{{okReply(body), std::string::npos, 1000, 20ms}});
-
-        DownloadsController controller;
-        const auto failing = AudioDownloadItem::initWithBitrate(video("Missing"), stream(missing.base() + "/s"), 320);
-        controller.addDownload(failing);
-        QTRY_COMPARE(failing->state(), State::Failed);
-        const Shown failed = shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0)));
-        QCOMPARE(failed.status, QString("Failed"));
-        QVERIFY(failed.detail.contains("404"));
-        QVERIFY(!failed.bar && !failed.cancel && !failed.play);
-
-        const auto cancelled = AudioDownloadItem::initWithBitrate(video("Slow"), stream(slow.url("/s")), 320);
-        controller.addDownload(cancelled);
-        auto* cell = static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0));
-        QTRY_VERIFY(cancelled->progressValue().value_or(0) > 0);
-        QTest::mouseClick(cell->cancelButton(), Qt::LeftButton);
-        QCOMPARE(cancelled->state(), State::Canceled);
-        const Shown canceled = shown(*cell);
-        QCOMPARE(canceled.status, QString("Canceled"));
-        QVERIFY(canceled.detail.isEmpty());
-        QVERIFY(!canceled.bar && !canceled.cancel && !canceled.play);
-        // The failed job moved down a row and kept what it showed.
-        QCOMPARE(shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(1))).status, QString("Failed"));
     }
 
     void speedAndTimeLeftFollowTheLastSeconds()

@@ -93,14 +93,6 @@ protected:
     log_capture log;
     const QUrl parser = QUrl(QString::fromStdString(service.base() + "/cgi-bin/zor.parser"));
 
-    std::string page_with_local_thumbnail() const
-    {
-        std::string page = test_data("watch/streams.html");
-        const std::string remote = "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg";
-        page.replace(page.find(remote), remote.size(), service.thumbnail_url("page"));
-        return page;
-    }
-
     std::shared_ptr<YouTubeVideo> from_feed(const feed_item& item)
     {
         const TBXML document(QString::fromStdString(service.feed({item})));
@@ -128,7 +120,9 @@ TEST_F(VideoRecord, FeedItemFields)
 
 TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
 {
-    service.set_page("x", page_with_local_thumbnail());
+    std::string page = test_data("watch/streams.html");
+    const std::string remote = "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg";
+    service.set_page("x", page.replace(page.find(remote), remote.size(), service.thumbnail_url("page")));
     const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("x"))), parser);
 
     video->parseUrls();

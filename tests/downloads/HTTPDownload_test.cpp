@@ -58,7 +58,7 @@ protected:
     bool doneDuringFinish = true;
 };
 
-TEST_F(Transfer, BodyReplacesTheFileAsItArrives)
+TEST_F(Transfer, BodyReplacesTheFileAsItArrivesWithItsProgress)
 {
     std::string body(1000, '\0');
     for (std::size_t i = 0; i < body.size(); ++i)
@@ -80,19 +80,17 @@ TEST_F(Transfer, BodyReplacesTheFileAsItArrives)
     EXPECT_LE(percents.size(), 98u);
     EXPECT_TRUE(std::is_sorted(percents.begin(), percents.end()));
     EXPECT_EQ(percents.back(), 100);
-    // No percent of nothing; sizes past 32 bits have one.
-    EXPECT_EQ(HTTPDownload::percentOf(5, 0), INT_MIN);
-    EXPECT_EQ(HTTPDownload::percentOf(3ull << 31, 3ll << 31), 100);
-}
 
-// (A 404: the failed rows of the downloads view and its notification.)
-TEST_F(Transfer, WithoutALengthProgressIsReportedOnce)
-{
+    // Without a length, progress is told once; no percent of nothing; sizes past 32 bits have one.
+    // (A 404: the failed rows of the downloads view and its notification.)
+    percents.clear();
     scripted_server unknownLength(ok(std::string(30000, 'z'), false));
     run(unknownLength.url());
     EXPECT_FALSE(download->error());
     EXPECT_EQ(percents, std::vector<int>{INT_MIN});
     EXPECT_EQ(media::contents(file).size(), 30000);
+    EXPECT_EQ(HTTPDownload::percentOf(5, 0), INT_MIN);
+    EXPECT_EQ(HTTPDownload::percentOf(3ull << 31, 3ll << 31), 100);
 }
 
 TEST_F(Transfer, StallOrUnwritableFileEndsOnceCancelEndsSilently)

@@ -108,12 +108,6 @@ std::vector<std::string> scripted_server::requests() const
     return requests_;
 }
 
-std::size_t scripted_server::connections() const
-{
-    std::lock_guard lock(mutex_);
-    return requests_.size();
-}
-
 void scripted_server::serve()
 {
     std::size_t next = 0;

@@ -34,7 +34,6 @@ public:
     std::string url(std::string_view path = "/") const;
 
     std::vector<std::string> requests() const;
-    std::size_t connections() const;
 
     // A loopback port nothing listens on.
     static unsigned short closed_port();

@@ -131,11 +131,6 @@ class Melodrift:
         x, y, w, h = node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
 
-    @staticmethod
-    def set_text(node, text):
-        """Puts text into an editable field, as a screen reader's user would."""
-        node.queryEditableText().setTextContents(text)
-
     def enter(self, node):
         """Focuses the field with a click, then presses Enter on the keyboard."""
         self.click(node)

@@ -25,7 +25,7 @@ struct recorder {
     std::vector<platform::Error> errors;
     bool off_main_thread = true;
 
-    void listen(YouTubeSearch& search)
+    explicit recorder(YouTubeSearch& search)
     {
         search.updateEvent.set([this](YouTubeSearch& s) {
             std::lock_guard lock(mutex);
@@ -55,8 +55,6 @@ bool eventually(const std::function<bool()>& done)
 
 class FeedSearch : public ::testing::Test {
 protected:
-    FeedSearch() { events.listen(*search); }
-
     void run(const QString& words)
     {
         search->setSearchString(words);
@@ -68,7 +66,7 @@ protected:
     catalogue_server service;
     std::shared_ptr<YouTubeSearch> search =
         YouTubeSearch::create(platform::ServiceEndpoints::at(QUrl(QString::fromStdString(service.base()))));
-    recorder events;
+    recorder events{*search};
 };
 
 } // namespace

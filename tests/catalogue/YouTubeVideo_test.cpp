@@ -15,13 +15,6 @@ std::shared_ptr<YouTubeUrl> stream(const std::string& quality, const std::string
     return YouTubeUrl::init({"http://h/" + quality, quality, type});
 }
 
-std::shared_ptr<YouTubeVideo> with_streams(const YouTubeVideo::StreamList& streams)
-{
-    auto video = YouTubeVideo::initFromURL(QUrl("http://h/watch?v=x"), QUrl());
-    video->setUrls(streams);
-    return video;
-}
-
 } // namespace
 
 // The stream a download takes. (The lowest stream and a stream by its label are
@@ -50,7 +43,9 @@ TEST(StreamChoice, BestIsTheLastMp4OfTheBestRank)
         YouTubeVideo::StreamList streams;
         for (const auto& [quality, type] : cases[i].streams)
             streams.append(stream(quality, type));
-        EXPECT_EQ(with_streams(streams)->UrlWithBestQuality(), cases[i].best < 0 ? nullptr : streams[cases[i].best]);
+        const auto video = YouTubeVideo::initFromURL(QUrl("http://h/watch?v=x"), QUrl());
+        video->setUrls(streams);
+        EXPECT_EQ(video->UrlWithBestQuality(), cases[i].best < 0 ? nullptr : streams[cases[i].best]);
     }
 }
 

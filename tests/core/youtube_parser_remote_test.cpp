@@ -99,11 +99,11 @@ TEST_F(ParserExchange, DoneReplyIsTheRecordAndThePageIsPostedAsIs)
                   "\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n" + page);
 }
 
-TEST_F(ParserExchange, VerdictsReachTheCallerWithOrWithoutFallback)
+TEST_F(ParserExchange, VerdictsReachTheCaller)
 {
-    const auto expect_private = [](const std::string& sent, const std::string& address, bool fallback) {
+    const auto expect_private = [](const std::string& sent, const std::string& address) {
         try {
-            youtube_parser::parse_html_remote(sent, address, fallback);
+            youtube_parser::parse_html_remote(sent, address, true);
             ADD_FAILURE() << "no youtube_error from " << address;
         } catch (const youtube_error& e) {
             EXPECT_STREQ(e.what(), "This video is private.");
@@ -111,10 +111,9 @@ TEST_F(ParserExchange, VerdictsReachTheCallerWithOrWithoutFallback)
     };
     // The service's verdict is final; so is the local one when the service fails.
     scripted_server verdict(reply("YERR: This video is private."));
-    expect_private(page, verdict.url(service_path), true);
-    expect_private(page, verdict.url(service_path), false);
+    expect_private(page, verdict.url(service_path));
     scripted_server garbage(reply("garbage"));
-    expect_private(test_data("watch/notice_player_unavailable.html"), garbage.url(service_path), true);
+    expect_private(test_data("watch/notice_player_unavailable.html"), garbage.url(service_path));
 }
 
 TEST_F(ParserExchange, FailuresFallBackToTheLocalParse)

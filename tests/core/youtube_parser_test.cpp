@@ -14,11 +14,6 @@
 
 namespace {
 
-std::string read_page(const std::string& name)
-{
-    return test_data("watch/" + name);
-}
-
 // The youtube_error message a page raises, if any.
 std::optional<std::string> notice_of(const std::string& page)
 {
@@ -48,7 +43,7 @@ youtube_url parsed(const std::string& entry)
 
 TEST(WatchPage, ReadsEveryStreamAndTheFieldsOfARealisticPage)
 {
-    const std::string page = read_page("streams.html");
+    const std::string page = test_data("watch/streams.html");
     youtube_parser parser(page);
     ASSERT_TRUE(parser.parse());
     std::vector<std::string> streams;
@@ -84,15 +79,15 @@ Removed.</div>)";
     const struct {
         std::string page;
         std::optional<std::string> notice;
-    } cases[] = {{read_page("notice_unavailable.html"), "This video has been removed by the user."},
-                 {read_page("notice_player_unavailable.html"), "This video is private."},
+    } cases[] = {{test_data("watch/notice_unavailable.html"), "This video has been removed by the user."},
+                 {test_data("watch/notice_player_unavailable.html"), "This video is private."},
                  // " \" " goes wherever it stands, joining the words around it.
-                 {read_page("notice_unrated.html"),
+                 {test_data("watch/notice_unrated.html"),
                   "This video may be inappropriate for some users. To view it,sign inand confirm your age."},
-                 {read_page("notice_verify_age.html"),
+                 {test_data("watch/notice_verify_age.html"),
                   "This video may contain content that is inappropriate for some users, "
                   "as flagged by YouTube's user community."},
-                 {read_page("streams.html"), std::nullopt},
+                 {test_data("watch/streams.html"), std::nullopt},
                  // The later notice in the list wins, wherever it stands on the page.
                  {unrated + unavailable, "Unrated."},
                  // The first two skip the byte after their tag (the service writes a line break there).
@@ -118,10 +113,10 @@ TEST(WatchPage, WhichEntriesBecomeStreamsAndWhereParsingStops)
         end outcome;
         std::vector<std::string> files;
     } cases[] = {
-        {read_page("no_stream_map.html"), end::no_map, {}},
+        {test_data("watch/no_stream_map.html"), end::no_map, {}},
         // A notice or an rtmpe stream stops everything, after the streams before it.
-        {read_page("notice_player_unavailable.html") + stream_page("url=http://h/p"), end::notice, {}},
-        {read_page("rtmpe_only.html"), end::notice, {}},
+        {test_data("watch/notice_player_unavailable.html") + stream_page("url=http://h/p"), end::notice, {}},
+        {test_data("watch/rtmpe_only.html"), end::notice, {}},
         {stream_page(R"(url=http%3A%2F%2Fh%2Fa\u0026quality=small,conn=rtmpe%3A%2F%2Fh)"), end::notice, {"http://h/a"}},
         // "%26" becomes "&" first, so the descriptor sees "url=a" and "b".
         {stream_page("url=a%26b"), end::done, {"a"}},

@@ -65,11 +65,6 @@ protected:
         }
     }
 
-    static QStringList files(const QString& folder)
-    {
-        return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
-    }
-
 private:
     test_home home_;
     log_capture log_;
@@ -214,5 +209,6 @@ TEST_F(MediaJobs, FailedOrCancelledJobsLeaveNothing)
         EXPECT_EQ(job->state(), State::Canceled) << job->destinationfile().toStdString();
         EXPECT_FALSE(job->hasPlayButton());
     }
-    EXPECT_TRUE(files(downloads()).isEmpty()) << files(downloads()).join(", ").toStdString();
+    const QStringList left = QDir(downloads()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    EXPECT_TRUE(left.isEmpty()) << left.join(", ").toStdString();
 }

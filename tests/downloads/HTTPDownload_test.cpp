@@ -22,9 +22,6 @@ std::string ok(const std::string& body, bool with_length = true)
            "Connection: close\r\n\r\n" + body;
 }
 
-// Head and the first bytes of a 100-byte body, then nothing.
-const std::string stalling = "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nonly part";
-
 } // namespace
 
 // A transfer into a temporary folder and what it reports.
@@ -95,7 +92,9 @@ TEST_F(Transfer, BodyReplacesTheFileAsItArrivesWithItsProgress)
 
 TEST_F(Transfer, StallOrUnwritableFileEndsOnceCancelEndsSilently)
 {
-    scripted_server stalled(std::vector<scripted_server::reply>{{stalling, stalling.size()}});
+    // Head and the first bytes of a 100-byte body, then nothing.
+    const std::string part = "HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nonly part";
+    scripted_server stalled(std::vector<scripted_server::reply>{{part, part.size()}});
     run(stalled.url(), 300ms);
     ASSERT_TRUE(download->error());
     EXPECT_EQ(download->error()->description, "No data arrived for 0.3 s; the transfer timed out.");

@@ -193,7 +193,7 @@ TEST_F(EndToEnd, ParserServiceDownOrWrongStillDownloads)
     }
 }
 
-TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailures)
+TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailuresAndTheCommandLineBasics)
 {
     service s;
     int seen = 0;
@@ -210,6 +210,19 @@ TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailures)
     }
     EXPECT_EQ(seen, 5);
     EXPECT_TRUE(QDir(user.downloads()).isEmpty());
+
+    // The basics of the command line.
+    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(), "melodrift-cli 1.0.1");
+    EXPECT_EQ(user.run(s.base(), {"--help"}).status, 0);
+    EXPECT_EQ(user.run(s.base(), {}).status, 2);
+    EXPECT_EQ(user.run(s.base(), {"audio"}).status, 2);
+    const result nothing = user.run(s.base(), {"search", "zzzznothingmatches"});
+    EXPECT_EQ(nothing.status, 0);
+    EXPECT_TRUE(nothing.output.contains("No videos found.")) << nothing.output.toStdString();
+    EXPECT_EQ(user.run(s.base(), {"streams", s.watch("nosuchvideo")}).status, 1);
+
+    const ChildProcess::Exit stopped = s.stop();
+    EXPECT_TRUE(stopped.exited && stopped.code == 0) << "signal " << stopped.signal;
 }
 
 TEST_F(EndToEnd, BrokenStreamsFailWithAReasonAndLeaveNothing)
@@ -227,22 +240,6 @@ TEST_F(EndToEnd, BrokenStreamsFailWithAReasonAndLeaveNothing)
         EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty())
             << fault.join(' ').toStdString();
     }
-}
-
-TEST_F(EndToEnd, CommandLineBasics)
-{
-    service s;
-    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(), "melodrift-cli 1.0.1");
-    EXPECT_EQ(user.run(s.base(), {"--help"}).status, 0);
-    EXPECT_EQ(user.run(s.base(), {}).status, 2);
-    EXPECT_EQ(user.run(s.base(), {"audio"}).status, 2);
-    const result nothing = user.run(s.base(), {"search", "zzzznothingmatches"});
-    EXPECT_EQ(nothing.status, 0);
-    EXPECT_TRUE(nothing.output.contains("No videos found.")) << nothing.output.toStdString();
-    EXPECT_EQ(user.run(s.base(), {"streams", s.watch("nosuchvideo")}).status, 1);
-
-    const ChildProcess::Exit stopped = s.stop();
-    EXPECT_TRUE(stopped.exited && stopped.code == 0) << "signal " << stopped.signal;
 }
 
 // Two programs on one cache folder: the second one's start-up clean-up must leave

@@ -205,8 +205,7 @@ private slots:
         alerts.shown.clear();
         preview->setVideo(video("UHJpdmF0ZTE"));
         QTRY_COMPARE_WITH_TIMEOUT(alerts.shown.size(), 1, 30000);
-        QCOMPARE(alerts.shown.first().first, QString("YouTube:"));
-        QCOMPARE(alerts.shown.first().second, QString("This video is private."));
+        QCOMPARE(alerts.shown.first(), qMakePair(QString("YouTube:"), QString("This video is private.")));
         QCOMPARE(preview->model()->rowCount(), 0);
         // Still usable: the next video previews.
         previewed("UnVsZTExMF8");

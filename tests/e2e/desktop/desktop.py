@@ -151,10 +151,6 @@ class Melodrift:
         """The names of every label under the node, in tree order."""
         return [label.name for label in self.find_all(pyatspi.ROLE_LABEL, root=node)]
 
-    @staticmethod
-    def checked(node):
-        return node.getState().contains(pyatspi.STATE_CHECKED)
-
     def menu_item(self, name):
         """An item of the menu bar's menus, such as "Quit"."""
         return wait_for(lambda: self.find(pyatspi.ROLE_MENU_ITEM, name, showing=False), 10, "menu item " + name)

@@ -15,10 +15,8 @@
 #include <algorithm>
 #include <cctype>
 #include <condition_variable>
-#include <fstream>
 #include <map>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -48,20 +46,20 @@ public:
     std::vector<route_server::request> requests() const { return server_.requests(); }
 
     // Feed answers by the "q" value as sent; unknown words get an empty feed.
-    void set_feed(const std::string& q, const std::vector<feed_item>& items, std::chrono::milliseconds delay = {})
+    void set_feed(const std::string& q, const std::vector<feed_item>& items)
     {
         std::lock_guard lock(mutex_);
-        feeds_[q] = {200, feed(items), {}, delay};
+        feeds_[q] = {200, feed(items), {}, {}};
     }
     void set_feed_response(const std::string& q, route_server::response r)
     {
         std::lock_guard lock(mutex_);
         feeds_[q] = std::move(r);
     }
-    void set_page(const std::string& id, const std::string& html, int status = 200)
+    void set_page(const std::string& id, const std::string& html)
     {
         std::lock_guard lock(mutex_);
-        pages_[id] = {status, html, {}, {}};
+        pages_[id] = {200, html, {}, {}};
     }
     // The parser service's whole reply body; empty: it answers 503.
     void set_parser_reply(const std::string& body)
@@ -122,14 +120,6 @@ public:
         buffer.open(QIODevice::WriteOnly);
         image.save(&buffer, format);
         return bytes.toStdString();
-    }
-
-    static std::string data_file(const std::string& name)
-    {
-        std::ifstream in(std::string(MELODRIFT_TEST_DATA) + "/" + name, std::ios::binary);
-        std::ostringstream text;
-        text << in.rdbuf();
-        return text.str();
     }
 
 private:

@@ -1,28 +1,18 @@
 #include "core/youtube_error.h"
 #include "core/youtube_parser.h"
 #include "core/youtube_parser_error.h"
+#include "test_data.h"
 
 #include <boost/numeric/conversion/converter_policies.hpp>
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <cstdint>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace {
-
-std::string read_page(const std::string& name)
-{
-    std::ifstream in(std::string(MELODRIFT_TEST_DATA) + "/watch/" + name, std::ios::binary);
-    EXPECT_TRUE(in) << name;
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 // The youtube_error message a page raises, if any.
 std::optional<std::string> notice_of(const std::string& page)
@@ -41,30 +31,28 @@ std::string stream_page(const std::string& map, const std::string& rest = "")
     return "<script>var c = {\"args\": {\"url_encoded_fmt_stream_map\": \"" + map + "\", " + rest + "}};</script>";
 }
 
+// One stream-map entry, parsed.
+youtube_url parsed(const std::string& entry)
+{
+    youtube_url u(entry);
+    u.parse();
+    return u;
+}
+
 } // namespace
 
 TEST(WatchPage, ReadsEveryStreamAndTheFieldsOfARealisticPage)
 {
-    const std::string page = read_page("streams.html");
+    const std::string page = test_data("watch/streams.html");
     youtube_parser parser(page);
     ASSERT_TRUE(parser.parse());
-    ASSERT_EQ(parser.urls.size(), 5u);
-
-    const char* const itags[] = {"45", "22", "43", "18", "5"};
-    const char* const qualities[] = {"hd720", "hd720", "medium", "medium", "small"};
-    for (std::size_t i = 0; i < 5; ++i) {
-        EXPECT_EQ(parser.urls[i].get_param("itag"), itags[i]);
-        EXPECT_EQ(parser.urls[i].quality(), qualities[i]);
-        EXPECT_EQ(parser.urls[i].file(), "http://r4---sn-25g7rn7k.c.youtube.com/videoplayback");
-    }
-    EXPECT_EQ(parser.urls[0].type(), "video/webm;+codecs=\"vp8.0,+vorbis\"");
+    std::vector<std::string> streams;
+    for (const auto& u : parser.urls)
+        streams.push_back(u.get_param("itag") + " " + u.quality() + " " + u.file());
+    const std::string file = " http://r4---sn-25g7rn7k.c.youtube.com/videoplayback";
+    EXPECT_EQ(streams, (std::vector<std::string>{"45 hd720" + file, "22 hd720" + file, "43 medium" + file,
+                                                 "18 medium" + file, "5 small" + file}));
     EXPECT_EQ(parser.urls[1].type(), "video/mp4;+codecs=\"avc1.64001F,+mp4a.40.2\"");
-    // Signatures come from "sig" or "s".
-    EXPECT_EQ(parser.urls[0].get_param("signature"),
-              "4F1C3B2A9D0E8F7A6B5C4D3E2F1A0B9C8D7E6F5A.0B1C2D3E4F5A6B7C8D9E0F1A2B3C4D5E6F7A8B9C");
-    EXPECT_EQ(parser.urls[2].get_param("signature"),
-              "88A8C1D2E3F4A5B6C7D8E9F0A1B2C3D4E5F6A7B8C9.D0E1F2A3B4C5D6E7F8A9B0C1D2E3F4A5B6C7D8E9F0");
-    EXPECT_THROW((void)parser.urls[4].get_param("signature"), std::out_of_range);
 
     EXPECT_EQ(parser.length_seconds, 213u);
     EXPECT_EQ(parser.thumbnail, "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg");
@@ -91,33 +79,25 @@ Removed.</div>)";
     const struct {
         std::string page;
         std::optional<std::string> notice;
-    } cases[] = {{read_page("notice_unavailable.html"), "This video has been removed by the user."},
-                 {read_page("notice_player_unavailable.html"), "This video is private."},
+    } cases[] = {{test_data("watch/notice_unavailable.html"), "This video has been removed by the user."},
+                 {test_data("watch/notice_player_unavailable.html"), "This video is private."},
                  // " \" " goes wherever it stands, joining the words around it.
-                 {read_page("notice_unrated.html"),
+                 {test_data("watch/notice_unrated.html"),
                   "This video may be inappropriate for some users. To view it,sign inand confirm your age."},
-                 {read_page("notice_verify_age.html"),
+                 {test_data("watch/notice_verify_age.html"),
                   "This video may contain content that is inappropriate for some users, "
                   "as flagged by YouTube's user community."},
-                 {read_page("streams.html"), std::nullopt},
-                 // The later notice in the list wins, wherever it stands.
+                 {test_data("watch/streams.html"), std::nullopt},
+                 // The later notice in the list wins, wherever it stands on the page.
                  {unrated + unavailable, "Unrated."},
-                 {unavailable + unrated, "Unrated."},
                  // The first two skip the byte after their tag (the service writes a line break there).
                  {R"(<div id="unavailable-message"><div class="yt-alert-message">XGone.</div>)", "Gone."},
-                 {R"(<div id="watch7-player-unavailable"><h1 class="message">XPrivate.</h1>)", "Private."},
                  {R"(<div id="verify-details"><p class="rating-info">XAge.</p>)", "XAge."},
                  // Only the verify notice loses its quote references.
                  {R"(<div id="verify-details"><p class="rating-info">Content &#8220;x&#8221; is </p>)", "Content x is"},
-                 {"<span class=\"yt-badge-rating-signal yt-badge-rating-signal-unrated\">\n"
-                  "<p class=\"rating-info\">&#8220;x&#8221;</p>",
-                  "&#8220;x&#8221;"},
-                 // Incomplete: second marker missing, end marker missing, second marker only
-                 // before the first, text that would start past the page.
-                 {R"(<div id="unavailable-message"><div>Removed.</div>)", std::nullopt},
+                 // Incomplete: end marker missing, second marker only before the first.
                  {"<div id=\"watch7-player-unavailable\"><h1 class=\"message\">\nPrivate.", std::nullopt},
                  {R"(<p class="rating-info">Old.</p><div id="verify-details">)", std::nullopt},
-                 {R"(<div id="unavailable-message"><div class="yt-alert-message">)", std::nullopt},
                  // An empty text raises nothing; a blank one an empty message.
                  {R"(<div id="verify-details"><p class="rating-info"></p>)", std::nullopt},
                  {R"(<div id="verify-details"><p class="rating-info">   </p>)", ""}};
@@ -127,16 +107,16 @@ Removed.</div>)";
 
 TEST(WatchPage, WhichEntriesBecomeStreamsAndWhereParsingStops)
 {
-    enum class end { done, no_map, notice, out_of_range, overflow };
+    enum class end { done, no_map, notice, out_of_range, overflow, bad_length };
     const struct {
         std::string page;
         end outcome;
         std::vector<std::string> files;
     } cases[] = {
-        {read_page("no_stream_map.html"), end::no_map, {}},
+        {test_data("watch/no_stream_map.html"), end::no_map, {}},
         // A notice or an rtmpe stream stops everything, after the streams before it.
-        {read_page("notice_player_unavailable.html") + stream_page("url=http://h/p"), end::notice, {}},
-        {read_page("rtmpe_only.html"), end::notice, {}},
+        {test_data("watch/notice_player_unavailable.html") + stream_page("url=http://h/p"), end::notice, {}},
+        {test_data("watch/rtmpe_only.html"), end::notice, {}},
         {stream_page(R"(url=http%3A%2F%2Fh%2Fa\u0026quality=small,conn=rtmpe%3A%2F%2Fh)"), end::notice, {"http://h/a"}},
         // "%26" becomes "&" first, so the descriptor sees "url=a" and "b".
         {stream_page("url=a%26b"), end::done, {"a"}},
@@ -150,7 +130,12 @@ TEST(WatchPage, WhichEntriesBecomeStreamsAndWhereParsingStops)
          {"http://h/a", "http://h/b"}},
         // "url" inside another key is no address: the entry is kept, then the lookup throws.
         {stream_page(R"(url=http%3A%2F%2Fh%2Fa,curl=1)"), end::out_of_range, {"http://h/a", ""}},
-        {stream_page(R"(url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fcaf\u00e9)"), end::overflow, {"http://h/a"}}};
+        {stream_page(R"(url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fcaf\u00e9)"), end::overflow, {"http://h/a"}},
+        // Anything but a whole unsigned number as the length; "-1" would wrap round.
+        {stream_page("url=http%3A%2F%2Fh%2Fa", R"("length_seconds": -1,)"), end::bad_length, {"http://h/a"}},
+        {stream_page("url=http%3A%2F%2Fh%2Fa", R"("length_seconds": 18446744073709551616,)"), end::bad_length,
+         {"http://h/a"}},
+        {stream_page("url=http%3A%2F%2Fh%2Fa", R"("length_seconds": "61",)"), end::bad_length, {"http://h/a"}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.page.substr(0, 100));
         youtube_parser parser(c.page);
@@ -163,6 +148,10 @@ TEST(WatchPage, WhichEntriesBecomeStreamsAndWhereParsingStops)
             outcome = end::out_of_range;
         } catch (const boost::numeric::positive_overflow&) {
             outcome = end::overflow;
+        } catch (const youtube_parser_error& e) {
+            outcome = end::bad_length;
+            EXPECT_EQ(e.page(), c.page);
+            EXPECT_TRUE(std::string(e.what()).starts_with("bad lexical cast: ")) << e.what();
         }
         EXPECT_EQ(outcome, c.outcome);
         std::vector<std::string> files;
@@ -188,7 +177,6 @@ TEST(WatchPage, FieldsRunToTheirEndMarkers)
         {R"("length_seconds": 61, "x": 1)", 61, "", "", ""},
         {R"("length_seconds": 18446744073709551615})", 18446744073709551615u, "", "", ""},
         {R"("length_second": 61)", 0, "", "", ""},
-        {R"(, "length_seconds": 7)", 7, "", "", ""},
         {R"(<meta property="og:title" content="Plain title">)", 0, "Plain title", "", ""},
         // Without its closing quote the title runs to the page end.
         {R"(<meta property="og:title" content="Tom &amp; Jerry)", 0, std::string("Tom & Jerry\0\0\0\0", 15), "", ""},
@@ -207,21 +195,99 @@ TEST(WatchPage, FieldsRunToTheirEndMarkers)
     }
 }
 
-TEST(WatchPageLength, AnythingButAWholeUnsignedNumberIsAParserError)
+// The stream map's two unescapings.
+TEST(QueryUnescape, DecodesUpToTheFirstBadByte)
 {
-    for (const char* text : {R"("61")", " 61", "61 ", "", "-1", "6.1", "18446744073709551616", "0x3D"}) {
-        const std::string page =
-            stream_page("url=http%3A%2F%2Fh%2Fa", std::string(R"("length_seconds": )") + text + ",");
-        youtube_parser parser(page);
+    const struct {
+        std::string in;
+        bool ok;
+        std::string out; // what came before the first bad byte, on failure
+    } cases[] = {{"url=http%3A%2f%2Fh%2Fp%3Fa%3D1%26b%3D2", true, "url=http://h/p?a=1&b=2"},
+                 {"azAZ09!$&'()*+,-./:;=@_~", true, "azAZ09!$&'()*+,-./:;=@_~"}, // "+" is not a blank here
+                 {"%00%ff%22", true, std::string("\0\xff\"", 3)},
+                 {"", true, ""},
+                 {"itag=18 x&url=http://h", false, "itag=18"},
+                 {"ab%4", false, "ab"},
+                 {"ab%", false, "ab"},
+                 {"%41%4g", false, "A"},
+                 {"%%41", false, ""}};
+    for (const auto& c : cases) {
+        std::string out = "stale";
+        EXPECT_EQ(youtube_parser::query_unescape(c.in, out), c.ok) << c.in;
+        EXPECT_EQ(out, c.out) << c.in;
+    }
+    for (const char* bad : {"a\"b", "a#b", "a<b", "a^b", "a{b", "a\tb", "a\xc3\xa9"}) {
+        std::string out;
+        EXPECT_FALSE(youtube_parser::query_unescape(bad, out)) << bad;
+        EXPECT_EQ(out, "a") << bad;
+    }
+}
+
+TEST(UnicodeUnescape, ReplacesEachCompleteEscapeByOneByte)
+{
+    const std::pair<std::string, std::string> cases[] = {
+        {R"(itag=18\u0026quality=medium\u0026type=video%2Fmp4)", "itag=18&quality=medium&type=video%2Fmp4"},
+        {R"(\u003Cb\u003e)", "<b>"},
+        {R"(\u007f\u0000)", std::string("\x7f\0", 2)},
+        // The escape in "\\u0041" is the second backslash's: the first stays.
+        {R"(\\u0041)", R"(\A)"},
+        {R"(\u004)", R"(\u004)"},
+        {R"(\u00g1)", R"(\u00g1)"},
+        {R"(\U0041)", R"(\U0041)"},
+        {R"(\x41)", R"(\x41)"},
+        {"", ""}};
+    for (const auto& [in, out] : cases)
+        EXPECT_EQ(youtube_parser::unicode_unescape(in), out) << in;
+
+    for (const char* wide : {R"(caf\u00e9)", R"(\u0080)", R"(\uFFFF)"}) {
         try {
-            parser.parse();
-            ADD_FAILURE() << "accepted [" << text << "]";
-        } catch (const youtube_parser_error& e) {
-            EXPECT_EQ(std::string(e.what()),
-                      std::string("bad lexical cast: source type value could not be interpreted as target -> [") +
-                          text + "]");
-            EXPECT_EQ(e.page(), page);
-            EXPECT_EQ(parser.urls.size(), 1u);
+            youtube_parser::unicode_unescape(wide);
+            ADD_FAILURE() << wide << " did not throw";
+        } catch (const boost::numeric::positive_overflow& e) {
+            EXPECT_STREQ(e.what(), "bad numeric conversion: positive overflow");
         }
     }
+}
+
+// The entries of a stream map.
+TEST(YoutubeUrl, SplitsAddressAndPrintsParametersInKeyOrder)
+{
+    const auto u = parsed("url=http://h/p?a=1&itag=18&sig=XYZ&type=video/mp4&quality=medium");
+    EXPECT_EQ(u.file(), "http://h/p");
+    EXPECT_EQ(u.url(), "http://h/p?a=1&itag=18&quality=medium&signature=XYZ&type=video/mp4&");
+    EXPECT_EQ(u.url_without_type(), "http://h/p?a=1&itag=18&quality=medium&signature=XYZ&");
+    EXPECT_EQ(u.type(), "video/mp4");
+    EXPECT_EQ(u.quality(), "medium");
+    EXPECT_EQ(u.params().count("url"), 0u);
+    // Only "type" itself is left out.
+    EXPECT_EQ(parsed("url=http://h/p?type=a&typex=b&ty=c").url_without_type(), "http://h/p?ty=c&typex=b&");
+
+    // Empty and bare tokens become parameters; the first "=" splits.
+    const std::pair<const char*, const char*> queries[] = {
+        {"a&&b", "?=&a=a&b=b&"}, {"", "?=&"}, {"k=v=w&=x", "?=x&k=v=w&"}};
+    for (const auto& [query, printed] : queries) {
+        youtube_url q("");
+        q.parse_query(query);
+        EXPECT_EQ(q.url(), printed) << query;
+    }
+}
+
+TEST(YoutubeUrl, WhereEachParameterComesFrom)
+{
+    const struct {
+        const char* entry;
+        const char* key;
+        const char* value;
+    } cases[] = {// The address's own first parameter is read after every token of the entry.
+                 {"itag=5&url=http://h/p?itag=18", "itag", "18"},
+                 {"url=http://h/p?s=FROM_ADDRESS&sig=FROM_ENTRY", "signature", "FROM_ADDRESS"},
+                 // Signature keys are renamed, their values kept as they came ("sig" and "s"
+                 // alone: every download from the service, which checks them).
+                 {"url=http://h/p&s=A%2FB.C", "signature", "A%2FB.C"},
+                 {"url=http://h/p?x=1&sig=1&s=2", "signature", "2"},
+                 // An address without "?" is also read as a query.
+                 {"url=http://h/p&itag=5", "http://h/p", "http://h/p"}};
+    for (const auto& c : cases)
+        EXPECT_EQ(parsed(c.entry).get_param(c.key), c.value) << c.entry;
+    EXPECT_EQ(parsed("url=http://h/p&itag=5").url(), "http://h/p?http://h/p=http://h/p&itag=5&");
 }

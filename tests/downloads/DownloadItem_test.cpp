@@ -7,10 +7,10 @@
 #include "log_capture.h"
 #include "media.h"
 #include "route_server.h"
+#include "test_home.h"
 
 #include <QDir>
 #include <QEventLoop>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
@@ -19,26 +19,13 @@
 #include <map>
 #include <mutex>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 using State = DownloadItem::State;
 using Jobs = std::vector<std::shared_ptr<DownloadItem>>;
 
 class JobTest : public ::testing::Test {
 protected:
-    JobTest()
-    {
-        qputenv("HOME", QFile::encodeName(home_.path()));
-        qputenv("XDG_CACHE_HOME", QFile::encodeName(home_.path() + "/.cache"));
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(home_.path() + "/.config"));
-        // Qt reads the settings folder once per process: tell it again.
-        QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, home_.path() + "/.config");
-    }
-
-    QString downloads() const { return home_.path() + "/Downloads"; }
-    QString cache() const { return home_.path() + "/.cache/Melodrift"; }
+    QString downloads() const { return home_.downloads(); }
 
     // Serves path -> body; anything else is a 404.
     std::shared_ptr<YouTubeUrl> serve(const std::string& path, const QByteArray& body, const std::string& type)
@@ -78,13 +65,8 @@ protected:
         }
     }
 
-    static QStringList files(const QString& folder)
-    {
-        return QDir(folder).entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
-    }
-
 private:
-    QTemporaryDir home_;
+    test_home home_;
     log_capture log_;
     std::mutex mutex_;
     std::map<std::string, std::string> routes_;
@@ -109,6 +91,8 @@ TEST(Destination, StaysInsideTheFolderAndWithinLimits)
     } cases[] = {
         {"../../etc/passwd", "_/_/etc/passwd"},
         {"a/./b//c/..", "a/_/b/_/c/_"},
+        {"/", "_/_"},
+        {"", "_"},
         {QString("before") + QChar(0) + "after", "before"},
         {deep, deep.left(1000 - d.size() - 1)},
         // A long name is cut between characters, with room for " (n)" and a suffix.
@@ -119,26 +103,6 @@ TEST(Destination, StaysInsideTheFolderAndWithinLimits)
         SCOPED_TRACE(c.title.left(30).toStdString());
         EXPECT_EQ(DownloadItem::destinationFor(d, c.title), d + "/" + c.expected);
     }
-}
-
-TEST_F(JobTest, FreshCacheNamesAndCleanupSparesFilesInUse)
-{
-    const QString first = DownloadItem::getCacheFile();
-    EXPECT_TRUE(first.startsWith(cache() + "/"));
-    ASSERT_TRUE(QFile(first).open(QIODevice::WriteOnly));
-    EXPECT_NE(DownloadItem::getCacheFile(), first);
-
-    QFile(cache() + "/.hidden").open(QIODevice::WriteOnly);
-    QDir(cache()).mkpath("sub/deeper");
-    QFile(cache() + "/sub/deeper/file").open(QIODevice::WriteOnly);
-    // Another instance's running job holds its file.
-    const int fd = ::open(QFile::encodeName(cache() + "/in use").constData(), O_RDONLY | O_CREAT, 0600);
-    ASSERT_EQ(::flock(fd, LOCK_SH), 0);
-    DownloadItem::Cleanup();
-    EXPECT_EQ(QDir(cache()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{"in use"});
-    ::close(fd);
-    DownloadItem::Cleanup();
-    EXPECT_TRUE(files(cache()).isEmpty());
 }
 
 TEST_F(JobTest, StartsOnceAndCancelIsFinal)
@@ -188,45 +152,35 @@ protected:
     static inline QTemporaryDir* clips = nullptr;
 };
 
-TEST_F(MediaJobs, TwoJobsWithOneTitleAtOnceSkipTheUsersFile)
+// Jobs at once: one title twice beside the user's own file, and titles that
+// would name something outside Downloads or too long a name.
+TEST_F(MediaJobs, NamesAreNeverTakenTwiceAndStayInDownloads)
 {
     QDir().mkpath(downloads());
     QFile own(downloads() + "/Same.mp3");
     ASSERT_TRUE(own.open(QIODevice::WriteOnly));
     own.write("the user's own file");
     own.close();
+    Settings::setConvertVideos(false);
     const Jobs jobs{AudioDownloadItem::initWithBitrate(video("Same"), clip("webm"), 192),
-                    AudioDownloadItem::initWithBitrate(video("Same"), clip("flv"), 192)};
+                    AudioDownloadItem::initWithBitrate(video("Same"), clip("flv"), 192),
+                    VideoDownloadItem::init(video("../escape"), clip("flv")),
+                    VideoDownloadItem::init(video(QString(300, 'L')), clip("flv")),
+                    VideoDownloadItem::init(video(""), clip("flv"))};
     run(jobs);
+    QStringList saved;
     for (const auto& job : jobs) {
         ASSERT_EQ(job->state(), State::Done) << job->failureReason().toStdString();
-        EXPECT_EQ(media::probe(job->fileToPlay(), "stream=codec_name"), "mp3");
+        ASSERT_TRUE(QFile::exists(job->fileToPlay()));
+        saved << job->fileToPlay().mid(downloads().size() + 1);
     }
-    EXPECT_EQ(files(downloads()), QStringList({"Same (1).mp3", "Same (2).mp3", "Same.mp3"}));
+    EXPECT_EQ(media::probe(jobs[0]->fileToPlay(), "stream=codec_name"), "mp3");
+    EXPECT_EQ(media::probe(jobs[1]->fileToPlay(), "stream=codec_name"), "mp3");
+    // Room is kept for " (n)" and the suffix.
+    saved.sort();
+    EXPECT_EQ(saved,
+              QStringList({QString(231, 'L') + ".flv", "Same (1).mp3", "Same (2).mp3", "_.flv", "_/escape.flv"}));
     EXPECT_EQ(media::contents(downloads() + "/Same.mp3"), "the user's own file");
-}
-
-TEST_F(MediaJobs, HostileTitlesStayInDownloads)
-{
-    Settings::setConvertVideos(false);
-    const struct {
-        QString title, file;
-    } cases[] = {
-        {QString(300, 'L'), QString(231, 'L') + ".flv"}, // room kept for " (n)" and the suffix
-        {"../escape", "_/escape.flv"},
-        {"/", "_/_.flv"},
-        {"a/b", "a/b.flv"},
-        {"..", "_.flv"},
-        {"", "_ (1).flv"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.title.left(30).toStdString());
-        const auto job = VideoDownloadItem::init(video(c.title), clip("flv"));
-        run({job});
-        ASSERT_EQ(job->state(), State::Done) << job->failureReason().toStdString();
-        EXPECT_EQ(job->fileToPlay().toStdString(), (downloads() + "/" + c.file).toStdString());
-        EXPECT_TRUE(QFile::exists(job->fileToPlay()));
-    }
 }
 
 TEST_F(MediaJobs, FailedOrCancelledJobsLeaveNothing)
@@ -255,5 +209,6 @@ TEST_F(MediaJobs, FailedOrCancelledJobsLeaveNothing)
         EXPECT_EQ(job->state(), State::Canceled) << job->destinationfile().toStdString();
         EXPECT_FALSE(job->hasPlayButton());
     }
-    EXPECT_TRUE(files(downloads()).isEmpty()) << files(downloads()).join(", ").toStdString();
+    const QStringList left = QDir(downloads()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    EXPECT_TRUE(left.isEmpty()) << left.join(", ").toStdString();
 }

@@ -2,13 +2,13 @@
 // melodrift-cli run against it in a home of its own.
 #include "media.h"
 #include "service_process.h"
+#include "test_home.h"
 
 #include <QDir>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-#include <functional>
+#include <algorithm>
 #include <memory>
 #include <thread>
 
@@ -56,23 +56,21 @@ struct service : service_process {
     }
 };
 
-// melodrift-cli with its own home, cache and settings, against one service.
+// melodrift-cli with its own home, cache and settings (the test's, which it
+// inherits), against one service.
 class cli {
 public:
     cli() { QDir().mkpath(downloads()); }
-    QString downloads() const { return home_.path() + "/Downloads"; }
-    QString cache() const { return home_.path() + "/.cache/Melodrift"; }
+    QString downloads() const { return home_.downloads(); }
+    QString cache() const { return home_.cache(); }
 
     // Starts a run and leaves it going; finish() collects it.
     std::unique_ptr<ChildProcess> start(const QString& base, const QStringList& args) const
     {
-        const QString env =
-            QStringLiteral("HOME=%1 XDG_CACHE_HOME=%1/.cache XDG_CONFIG_HOME=%1/.config").arg(home_.path());
         // One stream for both outputs, in the order they were written.
-        QStringList command{
-            QStringLiteral("-c"),        QStringLiteral("unset MELODRIFT_SERVICE; exec env %1 \"$@\" 2>&1").arg(env),
-            QStringLiteral("sh"),        QStringLiteral(MELODRIFT_CLI_BINARY),
-            QStringLiteral("--service"), base};
+        const QStringList command{QStringLiteral("-c"), QStringLiteral("unset MELODRIFT_SERVICE; exec \"$@\" 2>&1"),
+                                  QStringLiteral("sh"), QStringLiteral(MELODRIFT_CLI_BINARY),
+                                  QStringLiteral("--service"), base};
         auto p = std::make_unique<ChildProcess>();
         if (!p->start(QStringLiteral("/bin/sh"), command + args, ChildProcess::Capture::StandardOutput))
             return nullptr;
@@ -93,7 +91,7 @@ public:
     result run(const QString& base, const QStringList& args) const { return finish(start(base, args).get()); }
 
 private:
-    QTemporaryDir home_;
+    test_home home_;
 };
 
 // The last line a run printed: where the file went, on success.
@@ -102,12 +100,10 @@ QString lastLine(const QString& output)
     return output.trimmed().section(QLatin1Char('\n'), -1);
 }
 
-const video* find(const std::vector<video>& videos, const std::function<bool(const video&)>& wanted)
+const video* find(const std::vector<video>& videos, const auto& wanted)
 {
-    for (const video& v : videos)
-        if (wanted(v))
-            return &v;
-    return nullptr;
+    const auto it = std::ranges::find_if(videos, wanted);
+    return it == videos.end() ? nullptr : &*it;
 }
 
 } // namespace
@@ -197,7 +193,7 @@ TEST_F(EndToEnd, ParserServiceDownOrWrongStillDownloads)
     }
 }
 
-TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailures)
+TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailuresAndTheCommandLineBasics)
 {
     service s;
     int seen = 0;
@@ -214,6 +210,19 @@ TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailures)
     }
     EXPECT_EQ(seen, 5);
     EXPECT_TRUE(QDir(user.downloads()).isEmpty());
+
+    // The basics of the command line.
+    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(), "melodrift-cli 1.0.1");
+    EXPECT_EQ(user.run(s.base(), {"--help"}).status, 0);
+    EXPECT_EQ(user.run(s.base(), {}).status, 2);
+    EXPECT_EQ(user.run(s.base(), {"audio"}).status, 2);
+    const result nothing = user.run(s.base(), {"search", "zzzznothingmatches"});
+    EXPECT_EQ(nothing.status, 0);
+    EXPECT_TRUE(nothing.output.contains("No videos found.")) << nothing.output.toStdString();
+    EXPECT_EQ(user.run(s.base(), {"streams", s.watch("nosuchvideo")}).status, 1);
+
+    const ChildProcess::Exit stopped = s.stop();
+    EXPECT_TRUE(stopped.exited && stopped.code == 0) << "signal " << stopped.signal;
 }
 
 TEST_F(EndToEnd, BrokenStreamsFailWithAReasonAndLeaveNothing)
@@ -231,22 +240,6 @@ TEST_F(EndToEnd, BrokenStreamsFailWithAReasonAndLeaveNothing)
         EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty())
             << fault.join(' ').toStdString();
     }
-}
-
-TEST_F(EndToEnd, CommandLineBasics)
-{
-    service s;
-    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(), "melodrift-cli 1.0.1");
-    EXPECT_EQ(user.run(s.base(), {"--help"}).status, 0);
-    EXPECT_EQ(user.run(s.base(), {}).status, 2);
-    EXPECT_EQ(user.run(s.base(), {"audio"}).status, 2);
-    const result nothing = user.run(s.base(), {"search", "zzzznothingmatches"});
-    EXPECT_EQ(nothing.status, 0);
-    EXPECT_TRUE(nothing.output.contains("No videos found.")) << nothing.output.toStdString();
-    EXPECT_EQ(user.run(s.base(), {"streams", s.watch("nosuchvideo")}).status, 1);
-
-    const ChildProcess::Exit stopped = s.stop();
-    EXPECT_TRUE(stopped.exited && stopped.code == 0) << "signal " << stopped.signal;
 }
 
 // Two programs on one cache folder: the second one's start-up clean-up must leave

@@ -2,6 +2,7 @@
 
 #include "service/HttpServer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -28,16 +29,40 @@ public:
     };
     using handler = std::function<response(const request&)>;
 
-    explicit route_server(handler h);
-    ~route_server();
+    explicit route_server(handler h) : handler_(std::move(h))
+    {
+        server_.start([this](const service::HttpRequest& in) {
+            const request r{in.method, in.target, in.body};
+            {
+                std::lock_guard lock(mutex_);
+                requests_.push_back(r);
+            }
+            const response reply = handler_(r);
+            service::HttpResponse out = service::HttpResponse::text(reply.status, reply.body);
+            out.headers = reply.headers;
+            out.delay = reply.delay;
+            if (reply.stall)
+                out.delivery = service::Delivery::stall;
+            return out;
+        });
+    }
     route_server(const route_server&) = delete;
     route_server& operator=(const route_server&) = delete;
 
     // "http://127.0.0.1:PORT"
-    std::string base() const;
-    std::vector<request> requests() const;
+    std::string base() const { return server_.base(); }
+    std::vector<request> requests() const
+    {
+        std::lock_guard lock(mutex_);
+        return requests_;
+    }
     // Requests whose target starts with prefix.
-    std::size_t count(const std::string& prefix) const;
+    std::size_t count(const std::string& prefix) const
+    {
+        std::lock_guard lock(mutex_);
+        return std::count_if(requests_.begin(), requests_.end(),
+                             [&](const request& r) { return r.target.starts_with(prefix); });
+    }
     // Connections not yet closed, by either side.
     std::size_t open_connections() const { return server_.openConnections(); }
 

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "loopback.h"
-
 #include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -20,7 +19,6 @@ public:
         // Send only this many bytes, then hold the connection open until the
         // client closes it or the server stops.
         std::size_t stall_after = std::string::npos;
-        std::chrono::milliseconds delay{0};
         // Sent in pieces of this many bytes with a pause after each (0: at once).
         std::size_t chunk = 0;
         std::chrono::milliseconds pace{0};
@@ -36,10 +34,9 @@ public:
     std::string url(std::string_view path = "/") const;
 
     std::vector<std::string> requests() const;
-    std::size_t connections() const;
 
     // A loopback port nothing listens on.
-    static unsigned short closed_port() { return loopback::closed_port(); }
+    static unsigned short closed_port();
 
 private:
     void serve();

@@ -6,12 +6,12 @@
 #include "platform/Log.h"
 #include "route_server.h"
 #include "scripted_server.h"
+#include "test_home.h"
 #include "ui/CellListView.h"
 #include "ui/DownloadListModel.h"
 #include "ui/DownloadsController.h"
 #include "ui/TransferRate.h"
 #include "ui/downloadlist/MainCell.h"
-#include "ui_test_home.h"
 
 #include <QAbstractItemModelTester>
 #include <QAccessible>
@@ -51,12 +51,6 @@ Shown shown(const downloadlist::MainCell& cell)
             !cell.playButton()->isHidden()};
 }
 
-std::string readFile(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : std::string();
-}
-
 std::shared_ptr<YouTubeVideo> video(const QString& title, qint64 seconds = 2)
 {
     auto v = YouTubeVideo::initFromURL(QUrl("http://127.0.0.1/watch?v=x"), QUrl());
@@ -86,16 +80,19 @@ private slots:
         platform::Log::setSink([](const QString&) {});
     }
 
-    void newestJobOnTopAndOneRowRepaintedPerChange()
+    // Newest on top, one row repainted per change; the rows of failed and canceled jobs.
+    void newestJobOnTopFailedAndCanceledRows()
     {
-        ui_test_home home;
-        route_server server([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
+        test_home home;
+        route_server missing([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
+        const std::string body(400000, 'x');
+        scripted_server slow(std::vector<scripted_server::reply>{{okReply(body), std::string::npos, 1000, 20ms}});
         DownloadsController controller;
         DownloadListModel& model = *controller.model();
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
 
         for (const char* title : {"one", "two", "three"})
-            controller.addDownload(AudioDownloadItem::initWithBitrate(video(title), stream(server.base() + "/s"), 320));
+            controller.addDownload(AudioDownloadItem::initWithBitrate(video(title), stream(missing.base() + "/s"), 320));
         QCOMPARE(model.rowCount(), 3);
         QCOMPARE(controller.tableView()->count(), 3);
         // A screen reader may ask for a child that has gone since it counted them.
@@ -111,19 +108,36 @@ private slots:
         QTRY_COMPARE(model.item(2)->state(), State::Failed);
         for (const QList<QVariant>& change : changed)
             QCOMPARE(change[0].toModelIndex(), change[1].toModelIndex());
-        // Finished jobs stay for the run.
+        // Finished jobs stay for the run, with the reason.
         QCOMPARE(model.rowCount(), 3);
+        const Shown failed = shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0)));
+        QCOMPARE(failed.status, QString("Failed"));
+        QVERIFY(failed.detail.contains("404"));
+        QVERIFY(!failed.bar && !failed.cancel && !failed.play);
+
+        const auto cancelled = AudioDownloadItem::initWithBitrate(video("Slow"), stream(slow.url("/s")), 320);
+        controller.addDownload(cancelled);
+        auto* cell = static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0));
+        QTRY_VERIFY(cancelled->progressValue().value_or(0) > 0);
+        QTest::mouseClick(cell->cancelButton(), Qt::LeftButton);
+        QCOMPARE(cancelled->state(), State::Canceled);
+        const Shown canceled = shown(*cell);
+        QCOMPARE(canceled.status, QString("Canceled"));
+        QVERIFY(canceled.detail.isEmpty());
+        QVERIFY(!canceled.bar && !canceled.cancel && !canceled.play);
+        // The failed job moved down a row and kept what it showed.
+        QCOMPARE(shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(1))).status, QString("Failed"));
     }
 
     void rowFollowsAnAudioJobFromWaitingToDone()
     {
-        ui_test_home home;
+        test_home home;
         QTemporaryDir clips;
         QVERIFY(media::make(clips.path() + "/clip.webm", 2));
-        const std::string clip = readFile(clips.path() + "/clip.webm");
+        const std::string clip = media::contents(clips.path() + "/clip.webm").toStdString();
         // Paced, so that the transfer lasts long enough to be measured.
         scripted_server server(std::vector<scripted_server::reply>{
-            {okReply(clip), std::string::npos, {}, clip.size() / 40 + 1, 25ms}});
+            {okReply(clip), std::string::npos, clip.size() / 40 + 1, 25ms}});
 
         DownloadsController controller;
         DownloadListModel& model = *controller.model();
@@ -162,36 +176,6 @@ private slots:
         QVERIFY(done.detail.isEmpty());
     }
 
-    void failedAndCanceledRows()
-    {
-        ui_test_home home;
-        route_server missing([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
-        const std::string body(400000, 'x');
-        scripted_server slow(std::vector<scripted_server::reply>{{okReply(body), std::string::npos, {}, 1000, 20ms}});
-
-        DownloadsController controller;
-        const auto failing = AudioDownloadItem::initWithBitrate(video("Missing"), stream(missing.base() + "/s"), 320);
-        controller.addDownload(failing);
-        QTRY_COMPARE(failing->state(), State::Failed);
-        const Shown failed = shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0)));
-        QCOMPARE(failed.status, QString("Failed"));
-        QVERIFY(failed.detail.contains("404"));
-        QVERIFY(!failed.bar && !failed.cancel && !failed.play);
-
-        const auto cancelled = AudioDownloadItem::initWithBitrate(video("Slow"), stream(slow.url("/s")), 320);
-        controller.addDownload(cancelled);
-        auto* cell = static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0));
-        QTRY_VERIFY(cancelled->progressValue().value_or(0) > 0);
-        QTest::mouseClick(cell->cancelButton(), Qt::LeftButton);
-        QCOMPARE(cancelled->state(), State::Canceled);
-        const Shown canceled = shown(*cell);
-        QCOMPARE(canceled.status, QString("Canceled"));
-        QVERIFY(canceled.detail.isEmpty());
-        QVERIFY(!canceled.bar && !canceled.cancel && !canceled.play);
-        // The failed job moved down a row and kept what it showed.
-        QCOMPARE(shown(*static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(1))).status, QString("Failed"));
-    }
-
     void speedAndTimeLeftFollowTheLastSeconds()
     {
         TransferRate rate;
@@ -217,16 +201,12 @@ private slots:
         QVERIFY(!slowing.secondsLeft());
     }
 
-    void progressBarValues()
+    // (A spinning bar while the size is unknown, a full one when done: the rows' tests.)
+    void progressBarOfMoreThanItsIntegersHold()
     {
-        using downloadlist::MainCell;
-        QVERIFY(!MainCell::barValues(std::nullopt, 10));
-        QVERIFY(!MainCell::barValues(5, std::nullopt));
-        QVERIFY(!MainCell::barValues(0, 0));
-        QCOMPARE(*MainCell::barValues(3, 10), std::make_pair(10, 3));
         // Six GiB do not fit the bar's integers: both ends are scaled alike.
         const qint64 gib = qint64(1) << 30;
-        const auto half = *MainCell::barValues(3 * gib, 6 * gib);
+        const auto half = *downloadlist::MainCell::barValues(3 * gib, 6 * gib);
         QVERIFY(half.first > 0);
         QCOMPARE(half.second, half.first / 2);
     }

@@ -7,10 +7,10 @@
 #include "log_capture.h"
 #include "platform/Localization.h"
 #include "route_server.h"
+#include "test_home.h"
 #include "ui/AppDelegate.h"
 #include "ui/DownloadsController.h"
 #include "ui/MenuDelegate.h"
-#include "ui_test_home.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -85,7 +85,7 @@ private slots:
         QVERIFY(bus.registerService("org.freedesktop.Notifications"));
         QVERIFY(bus.registerObject("/org/freedesktop/Notifications", &fake,
                                    QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals));
-        ui_test_home home;
+        test_home home;
         log_capture log;
         AppDelegate app(platform::ServiceEndpoints::at(QUrl("http://127.0.0.1:9")), &alerts);
         DownloadsController& downloads = *app.menu()->downloadController();
@@ -133,7 +133,7 @@ private slots:
         warnings.clear();
         const QtMessageHandler previous = qInstallMessageHandler(recordWarnings);
         const auto restore = qScopeGuard([previous] { qInstallMessageHandler(previous); });
-        ui_test_home home;
+        test_home home;
         log_capture log;
         AppDelegate app(platform::ServiceEndpoints::at(QUrl("http://127.0.0.1:9")), &alerts);
         const auto ended = job("Nobody Told", "/missing.mp4");

@@ -1,19 +1,24 @@
+// The HTTP client the parser exchange uses: its reply reader, addresses, and the
+// stream against what a hostile or broken service can answer.
 #include "core/fetch/http.h"
+#include "core/fetch/http_response_parser.h"
 #include "core/fetch/istream.h"
+#include "core/fetch/url.h"
 
 #include "scripted_server.h"
 
 #include <boost/asio/error.hpp>
+#include <boost/system/system_error.hpp>
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
 #include <iterator>
 #include <string>
 
-namespace {
-
 using urdl::url;
+using urdl::detail::http_response_parser;
+using urdl::detail::response_headers;
+
+namespace {
 
 std::string read_all(urdl::istream& in)
 {
@@ -38,50 +43,111 @@ struct opened {
 
 } // namespace
 
-TEST(UrlStream, GetRequestBytesAndBodyUntilClose)
+TEST(StatusLine, OnlyTheStrictFormIsAccepted)
 {
-    std::string body(3 << 20, '\0');
-    for (std::size_t i = 0; i < body.size(); ++i)
-        body[i] = static_cast<char>(i * 131 % 251);
-    scripted_server server(ok(body, "Content-Type: text/plain\r\nContent-Length: 12\r\n"));
-    opened o(server.url("/watch?v=abc"));
-    ASSERT_FALSE(o.in.fail()) << o.in.error().message();
-    EXPECT_EQ(o.in.content_type(), "text/plain");
-    EXPECT_EQ(o.in.content_length(), "12");
-    EXPECT_TRUE(read_all(o.in) == body); // read to the close, whatever the length said
-    EXPECT_FALSE(o.in.error());
-    EXPECT_EQ(server.requests().at(0), "GET /watch?v=abc HTTP/1.0\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
-                                           "\r\nAccept: */*\r\nConnection: close\r\n\r\n");
+    const std::pair<const char*, int> good[] = {{"HTTP/1.0 200 OK\r\n", 200},
+                                                {"HTTP/11.22 404 \r\n", 404},
+                                                {"HTTP/1.1 302 Moved \xe2\x80\x94 see there\r\n", 302},
+                                                {"HTTP/1.0 0200 OK\r\n", 200}};
+    for (const auto& [line, expected] : good) {
+        int status = 0;
+        EXPECT_TRUE(http_response_parser::parse_status_line(line, status)) << line;
+        EXPECT_EQ(status, expected) << line;
+    }
+    int status = 0;
+    for (const char* bad : {"HTTP/1.0 200\r\n", "HTTP/1.0 200OK\r\n", "HTTP/1.0  200 OK\r\n", "HTTP/1.0 200 OK\n",
+                            "http/1.0 200 OK\r\n", "HTTP/1. 200 OK\r\n", "HTTP/1.0 20a OK\r\n", "HTTP/1.0 200 O\tK\r\n",
+                            "HTTP/1.0 200 OK\r\nX", "HTTP/1.0 9999999999 OK\r\n", ""})
+        EXPECT_FALSE(http_response_parser::parse_status_line(bad, status)) << bad;
 }
 
-TEST(UrlStream, PostRequestBytesInOrder)
+TEST(Headers, KeepsTheThreeHeadersAndRefusesEveryOtherByte)
 {
-    scripted_server server(ok("DONE"));
-    urdl::istream in;
-    in.set_option(urdl::http::request_method("POST"));
-    in.set_option(urdl::http::request_content_type("text/plain"));
-    in.set_option(urdl::http::request_content("a\r\nb\0c"));
-    in.set_option(urdl::http::request_content(std::string("page\0bytes", 10)));
-    in.set_option(urdl::http::user_agent("Melodrift/1.0.1"));
-    in.open(url::from_string(server.url("/cgi-bin/zor.parser")));
-    ASSERT_FALSE(in.fail());
-    EXPECT_EQ(read_all(in), "DONE");
-    EXPECT_EQ(server.requests().at(0),
-              "POST /cgi-bin/zor.parser HTTP/1.0\r\nHost: 127.0.0.1:" + std::to_string(server.port()) +
-                  "\r\nAccept: */*\r\nContent-Length: 10\r\nContent-Type: text/plain\r\n"
-                  "User-Agent: Melodrift/1.0.1\r\nConnection: close\r\n\r\n" +
-                  std::string("page\0bytes", 10));
-
-    // An empty body sends neither length nor type.
-    urdl::istream empty;
-    empty.set_option(urdl::http::request_method("POST"));
-    empty.set_option(urdl::http::request_content_type("text/plain"));
-    empty.open(url::from_string(server.url("/p")));
-    ASSERT_FALSE(empty.fail());
-    EXPECT_EQ(read_all(empty), "DONE");
-    EXPECT_EQ(server.requests().at(1).find("Content-"), std::string::npos) << server.requests().at(1);
+    const struct {
+        const char* block;
+        const char* type;
+        const char* length;
+        const char* location;
+    } cases[] = {// Any case; the later of two wins.
+                 {"Server: x\r\ncontent-TYPE: text/plain\r\nContent-Length: 12\r\nLOCATION: /a\r\nLocation: /b\r\n"
+                  "X-Empty: \r\n\r\n",
+                  "text/plain", "12", "/b"},
+                 // Folded lines join without a separator.
+                 {"Content-Type: text/html;\r\n \t charset=utf-8\r\n\tx\r\nLocation: /a\r\n  /b\r\n\r\n",
+                  "text/html;charset=utf-8x", "", "/a/b"},
+                 {"Location:  /two blanks \xc3\xa9\r\n\r\n", "", "", " /two blanks \xc3\xa9"},
+                 {"\r\n", "", "", ""}};
+    for (const auto& c : cases) {
+        response_headers h;
+        ASSERT_TRUE(http_response_parser::parse_headers(c.block, h)) << c.block;
+        EXPECT_EQ(h.content_type, c.type) << c.block;
+        EXPECT_EQ(h.content_length, c.length) << c.block;
+        EXPECT_EQ(h.location, c.location) << c.block;
+    }
+    response_headers h;
+    for (const char* bad : {"Location:/next\r\n\r\n", "Loc ation: x\r\n\r\n", "Lo(c): x\r\n\r\n", ": x\r\n\r\n",
+                            "Location: a\x01z\r\n\r\n", "Location: x\n\r\n", " folded: first\r\n\r\n",
+                            "Location: x\r\n", "Location: x\r\n\r\nextra", ""})
+        EXPECT_FALSE(http_response_parser::parse_headers(bad, h)) << bad;
 }
 
+TEST(ResponseHead, EndlessContinueRepliesCountTowardsTheLimit)
+{
+    std::string continues;
+    while (continues.size() <= http_response_parser::max_head_bytes)
+        continues += "HTTP/1.1 100 Continue\r\n\r\n";
+    http_response_parser parser;
+    EXPECT_NE(parser.parse(continues), http_response_parser::result::need_more);
+}
+
+TEST(Url, SplitsEveryComponent)
+{
+    const url u = url::from_string("HTTP://user:pw@example.org:8080/a/b.html?q=1&r=2#top");
+    EXPECT_EQ(u.protocol(), "http");
+    EXPECT_EQ(u.host(), "example.org");
+    EXPECT_EQ(u.port(), 8080);
+    EXPECT_EQ(u.path(), "/a/b.html");
+    EXPECT_EQ(u.query(), "q=1&r=2");
+    EXPECT_EQ(u.to_string(), "http://user:pw@example.org:8080/a/b.html?q=1&r=2#top");
+    EXPECT_EQ(u.to_string(url::path_component | url::query_component), "/a/b.html?q=1&r=2");
+
+    // Default ports are not printed; an address without a path has "/".
+    const url plain = url::from_string("http://h?x=1");
+    EXPECT_EQ(plain.port(), 80);
+    EXPECT_EQ(plain.path(), "/");
+    EXPECT_EQ(plain.to_string(url::host_component | url::port_component), "h");
+    EXPECT_EQ(url::from_string("http://[::1]:9000/x").to_string(url::host_component | url::port_component),
+              "[::1]:9000");
+}
+
+TEST(Url, RejectsWhatIsNoUrl)
+{
+    for (const char* bad : {"", "example.org/x", "://h/x", "ht tp://h/", "http:///x", "http://h:/x", "http://h:80a/",
+                            "http://h:65536/", "http://h:123456/", "http://[::1/x", "http://[]/", "http://[::1]x/",
+                            "http://h/a b", "http://h/x\r\nHost: evil", "http://h/\x7f"}) {
+        boost::system::error_code ec;
+        url::from_string(bad, ec);
+        EXPECT_TRUE(ec) << bad;
+    }
+    EXPECT_THROW(url::from_string("nonsense"), boost::system::system_error);
+}
+
+TEST(Url, ResolvesRedirectTargets)
+{
+    const url base = url::from_string("http://h:81/dir/page?q=1");
+    boost::system::error_code ec;
+    EXPECT_EQ(base.resolve("http://other/x", ec).to_string(), "http://other/x");
+    EXPECT_EQ(base.resolve("//other:82/y", ec).to_string(), "http://other:82/y");
+    EXPECT_EQ(base.resolve("/next?a=b", ec).to_string(), "http://h:81/next?a=b");
+    EXPECT_EQ(base.resolve("sibling", ec).to_string(), "http://h:81/dir/sibling");
+    EXPECT_FALSE(ec);
+    base.resolve("/bad path", ec);
+    EXPECT_TRUE(ec);
+}
+
+// The stream as the parser exchange uses it: its request bytes, a reply read
+// whole, an unreachable, refused or unsupported address falling back, are that
+// exchange's tests.
 TEST(UrlStream, RepliesThatFailTheOpen)
 {
     const auto http = [](int value) { return urdl::http::make_error_code(value); };
@@ -91,19 +157,15 @@ TEST(UrlStream, RepliesThatFailTheOpen)
         boost::system::error_code error;
         const char* message; // for HTTP errors
     } cases[] = {{"HTTP/1.0 404 Not Found\r\nContent-Type: text/html\r\n\r\n<h1>gone</h1>", http(404), "Not found"},
-                 {"HTTP/1.0 418 I'm a teapot\r\n\r\n", http(418), "Unknown HTTP error"},
                  // Only 301 and 302 with a place to go are followed.
                  {"HTTP/1.0 303 See Other\r\nLocation: /elsewhere\r\n\r\n", http(303), "See other"},
                  {"HTTP/1.0 302 Found\r\n\r\n", http(302), "Found"},
                  {"HTTP/1.0 302 Found\r\nLocation: file:///etc/passwd\r\n\r\n", unsupported, nullptr},
                  {"HTTP/1.0 200\r\n\r\nbody", http(1), "Malformed status line"},
                  {"HTTP/1.0 302 Found\r\nLocation:/next\r\n\r\n", http(2), "Malformed response headers"},
-                 {"HTTP/1.0 200 OK\r\nX-Filler: " + std::string(100000, 'x') + "\r\n\r\n", http(2),
-                  "Malformed response headers"},
                  {"HTTP/1.0 200 OK" + std::string(100000, 'K'), http(1), "Malformed status line"},
                  // Closed early.
                  {"", boost::asio::error::eof, nullptr},
-                 {"HTTP/1.0 200", boost::asio::error::eof, nullptr},
                  {"HTTP/1.0 200 OK\r\nContent-Type: te", boost::asio::error::eof, nullptr}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.reply.substr(0, 60));
@@ -115,36 +177,6 @@ TEST(UrlStream, RepliesThatFailTheOpen)
             EXPECT_EQ(o.in.error().message(), c.message);
         }
     }
-}
-
-TEST(UrlStream, AddressesThatFailTheOpenThenOneThatWorks)
-{
-    const boost::system::error_code unsupported(EOPNOTSUPP, boost::system::system_category());
-    const std::pair<std::string, boost::system::error_code> cases[] = {
-        {"http://127.0.0.1:" + std::to_string(scripted_server::closed_port()) + "/",
-         boost::asio::error::connection_refused},
-        {"https://127.0.0.1/", unsupported},
-        {"ftp://127.0.0.1/x", unsupported},
-        {"gopher://127.0.0.1/", unsupported},
-        {"file:///nonexistent/melodrift", boost::system::error_code(ENOENT, boost::system::system_category())}};
-    // One stream throughout: a failed open must leave nothing behind for the next.
-    urdl::istream in;
-    in.open_timeout(5000);
-    for (const auto& [address, error] : cases) {
-        in.open(url::from_string(address));
-        EXPECT_TRUE(in.fail()) << address;
-        EXPECT_EQ(in.error(), error) << address;
-    }
-    const std::string path = ::testing::TempDir() + "melodrift url stream.txt";
-    std::ofstream(path, std::ios::binary) << std::string("file\0body", 9);
-    std::string escaped;
-    for (const char c : path)
-        escaped += c == ' ' ? std::string("%20") : std::string(1, c);
-    in.open(url::from_string("file://" + escaped));
-    ASSERT_FALSE(in.fail()) << in.error().message();
-    EXPECT_FALSE(in.error());
-    EXPECT_EQ(read_all(in), std::string("file\0body", 9));
-    std::remove(path.c_str());
 }
 
 TEST(UrlStream, FollowsFoundAndMovedWithTheSameOptionsPastContinues)
@@ -173,7 +205,7 @@ TEST(UrlStream, FollowsFoundAndMovedWithTheSameOptionsPastContinues)
     EXPECT_EQ(target.requests().at(0).substr(target.requests()[0].size() - 1), "x");
 }
 
-TEST(UrlStream, SilentServerOrRedirectLoopEndsAtTheOpenTimeout)
+TEST(UrlStream, SilenceOrARedirectLoopEndsTheOpenAStalledBodyTheRead)
 {
     scripted_server silent(std::vector<scripted_server::reply>{{"HTTP/1.0 200 OK\r\n\r\n", 0}});
     scripted_server loop("HTTP/1.0 302 Found\r\nLocation: /again\r\n\r\n");
@@ -182,17 +214,12 @@ TEST(UrlStream, SilentServerOrRedirectLoopEndsAtTheOpenTimeout)
         EXPECT_TRUE(o.in.fail());
         EXPECT_EQ(o.in.error(), boost::asio::error::timed_out);
     }
-    EXPECT_GT(loop.connections(), 1u);
-}
+    EXPECT_GT(loop.requests().size(), 1u);
 
-TEST(UrlStream, StalledBodyHitsTheReadTimeout)
-{
     const std::string reply = ok("first part|second part");
-    scripted_server server(std::vector<scripted_server::reply>{{reply, reply.find('|')}});
-    urdl::istream in;
-    in.read_timeout(200);
-    in.open(url::from_string(server.url()));
-    ASSERT_FALSE(in.fail());
-    EXPECT_EQ(read_all(in), "first part");
-    EXPECT_EQ(in.error(), boost::asio::error::timed_out);
+    scripted_server stalled(std::vector<scripted_server::reply>{{reply, reply.find('|')}});
+    opened o(stalled.url(), 200);
+    ASSERT_FALSE(o.in.fail());
+    EXPECT_EQ(read_all(o.in), "first part");
+    EXPECT_EQ(o.in.error(), boost::asio::error::timed_out);
 }

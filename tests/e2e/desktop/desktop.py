@@ -29,8 +29,8 @@ def wait_for(condition, timeout=20.0, what="condition"):
 
 
 class Service:
-    def __init__(self, *options):
-        self.process = subprocess.Popen([SERVICE, "--data", CATALOGUE, *options],
+    def __init__(self):
+        self.process = subprocess.Popen([SERVICE, "--data", CATALOGUE],
                                         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         self.base = self.process.stdout.readline().strip()
 
@@ -41,12 +41,6 @@ class Service:
         self.process.terminate()
         self.process.wait(timeout=10)
         self.process.stdout.close()
-
-
-def catalogue():
-    """(id, seconds, kind, title) of every demo video."""
-    with open(os.path.join(CATALOGUE, "catalogue.tsv"), encoding="utf-8") as f:
-        return [tuple(line.rstrip("\n").split("\t")) for line in f if line.count("\t") == 3]
 
 
 class Melodrift:
@@ -137,11 +131,6 @@ class Melodrift:
         x, y, w, h = node.queryComponent().getExtents(pyatspi.DESKTOP_COORDS)
         subprocess.run(["xdotool", "mousemove", str(x + w // 2), str(y + h // 2), "click", "1"], check=True)
 
-    @staticmethod
-    def set_text(node, text):
-        """Puts text into an editable field, as a screen reader's user would."""
-        node.queryEditableText().setTextContents(text)
-
     def enter(self, node):
         """Focuses the field with a click, then presses Enter on the keyboard."""
         self.click(node)
@@ -162,10 +151,6 @@ class Melodrift:
         """The names of every label under the node, in tree order."""
         return [label.name for label in self.find_all(pyatspi.ROLE_LABEL, root=node)]
 
-    @staticmethod
-    def checked(node):
-        return node.getState().contains(pyatspi.STATE_CHECKED)
-
     def menu_item(self, name):
         """An item of the menu bar's menus, such as "Quit"."""
         return wait_for(lambda: self.find(pyatspi.ROLE_MENU_ITEM, name, showing=False), 10, "menu item " + name)
@@ -185,8 +170,6 @@ class DesktopTest(unittest.TestCase):
     """A fresh home (with a desktop whose "open" only writes down its argument)
     and a running service per test."""
 
-    service_options = ()
-
     def setUp(self):
         self.home = tempfile.mkdtemp(prefix="melodrift-e2e-")
         os.makedirs(self.home + "/bin")
@@ -194,7 +177,7 @@ class DesktopTest(unittest.TestCase):
         with open(opener, "w") as f:
             f.write('#!/bin/sh\nprintf "%s\\n" "$1" >> "$HOME/opened"\n')
         os.chmod(opener, 0o755)
-        self.service = Service(*self.service_options)
+        self.service = Service()
         self.runs = []
 
     def start(self, *arguments):

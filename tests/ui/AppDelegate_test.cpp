@@ -211,6 +211,8 @@ private slots:
         QTRY_VERIFY(menu.getNewSearchController()->searchField()->hasFocus());
         QTest::keyClick(app.window(), Qt::Key_Comma, Qt::ControlModifier);
         QVERIFY(app.settingsWindowController() && app.settingsWindowController()->window()->isVisible());
+        // The dropped addresses' searches end before the program does.
+        QTRY_VERIFY_WITH_TIMEOUT(search.loader()->isHidden(), 20000);
     }
 
     void textStaysReadableUnderADarkTheme()

@@ -123,6 +123,9 @@ NewSearchController::~NewSearchController()
     searcher_->newVideosEvent.reset();
     searcher_->errorEvent.reset();
     searcher_->updateEvent.reset();
+    // An effect still under way goes before its widgets: stopped by their loss,
+    // it would only be deleted later, by an event loop that may have ended.
+    delete running_;
     delete mainView_;
 }
 

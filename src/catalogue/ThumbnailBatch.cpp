@@ -1,40 +1,7 @@
 #include "catalogue/ThumbnailBatch.h"
 
-#include <QBuffer>
-#include <QImageReader>
-
 #include <condition_variable>
 #include <mutex>
-
-namespace {
-
-// The formats the service's pictures come in, told by their first bytes.
-const char* formatOf(const QByteArray& bytes)
-{
-    if (bytes.startsWith("\xFF\xD8\xFF"))
-        return "jpeg";
-    if (bytes.startsWith("\x89PNG\r\n\x1A\n"))
-        return "png";
-    if (bytes.startsWith("GIF8"))
-        return "gif";
-    return nullptr;
-}
-
-// A named format is read by its own reader alone; a reader left to find one
-// loads every image plugin (the SVG one with its library), which held up the
-// first picture of every search.
-QImage decode(const QByteArray& bytes)
-{
-    QBuffer buffer;
-    buffer.setData(bytes);
-    buffer.open(QIODevice::ReadOnly);
-    const char* format = formatOf(bytes);
-    QImageReader reader(&buffer, format);
-    reader.setAutoDetectImageFormat(format == nullptr);
-    return reader.read();
-}
-
-} // namespace
 
 struct ThumbnailBatch::State {
     std::mutex mutex;
@@ -76,7 +43,7 @@ ThumbnailBatch::~ThumbnailBatch()
         cancel_->forget(hook_);
 }
 
-std::optional<QImage> ThumbnailBatch::wait(std::size_t i) const
+std::optional<platform::Image> ThumbnailBatch::wait(std::size_t i) const
 {
     QByteArray bytes;
     {
@@ -86,5 +53,5 @@ std::optional<QImage> ThumbnailBatch::wait(std::size_t i) const
             return std::nullopt;
         bytes = *state_->pictures[i];
     }
-    return bytes.isEmpty() ? QImage() : decode(bytes);
+    return platform::ImageDecoder::decode(bytes);
 }

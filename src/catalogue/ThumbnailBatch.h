@@ -2,8 +2,8 @@
 
 #include "platform/CancelToken.h"
 #include "platform/FetchPool.h"
+#include "platform/ImageDecoder.h"
 
-#include <QImage>
 #include <QUrl>
 
 #include <cstddef>
@@ -24,9 +24,9 @@ public:
     ThumbnailBatch(const ThumbnailBatch&) = delete;
     ThumbnailBatch& operator=(const ThumbnailBatch&) = delete;
 
-    // Picture i, a null image when it could not be had or decoded; nothing once
-    // the batch is cancelled.
-    std::optional<QImage> wait(std::size_t i) const;
+    // Picture i, empty when it could not be had or decoded; nothing once the
+    // batch is cancelled.
+    std::optional<platform::Image> wait(std::size_t i) const;
 
 private:
     struct State;

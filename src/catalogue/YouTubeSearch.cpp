@@ -111,7 +111,7 @@ void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started,
     for (std::size_t i = 0; i < items.size(); ++i) {
         if (isStale(started))
             return;
-        const std::optional<QImage> picture = pictures.wait(i);
+        const std::optional<platform::Image> picture = pictures.wait(i);
         if (!picture)
             return; // called off by a newer search
         const std::shared_ptr<YouTubeVideo> video =

@@ -16,11 +16,11 @@
 
 using platform::Log;
 
-QImage YouTubeVideo::fetchImage(const QUrl& url)
+platform::Image YouTubeVideo::fetchImage(const QUrl& url)
 {
     // Through the pool that the search's thumbnails take, so that the two together
     // stay within its bound.
-    return ThumbnailBatch({url}).wait(0).value_or(QImage());
+    return ThumbnailBatch({url}).wait(0).value_or(nullptr);
 }
 
 std::optional<QUrl> YouTubeVideo::thumbnailAddress(const TBXMLElement* item)
@@ -36,11 +36,11 @@ std::optional<QUrl> YouTubeVideo::thumbnailAddress(const TBXMLElement* item)
 std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item, const QUrl& parserService)
 {
     const std::optional<QUrl> thumbnail = thumbnailAddress(item);
-    return initFromXML(item, parserService, thumbnail ? fetchImage(*thumbnail) : QImage());
+    return initFromXML(item, parserService, thumbnail ? fetchImage(*thumbnail) : nullptr);
 }
 
 std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item, const QUrl& parserService,
-                                                        const QImage& thumbnail)
+                                                        const platform::Image& thumbnail)
 {
     std::shared_ptr<YouTubeVideo> video(new YouTubeVideo(parserService));
     video->setTitle(TBXML::stringByDecodingXMLEntities(TBXML::textForElement(TBXML::childElementNamed("title", item))));
@@ -54,7 +54,7 @@ std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item
     link.replace(QLatin1String("&amp;"), QLatin1String("&"));
     video->setLink(QUrl(link));
 
-    if (thumbnail.isNull())
+    if (!thumbnail)
         Log::line(QStringLiteral(" NSImage is null"));
     video->setThumbnail(thumbnail);
 
@@ -139,8 +139,8 @@ void YouTubeVideo::parseUrls()
         Log::line(QStringLiteral("thumbnail url: ") + text);
         if (!url.isValid())
             Log::line(QStringLiteral("url ist null"));
-        const QImage image = url.isValid() ? fetchImage(url) : QImage();
-        if (image.isNull())
+        const platform::Image image = url.isValid() ? fetchImage(url) : nullptr;
+        if (!image)
             Log::line(QStringLiteral("thumbnail ist null"));
         setThumbnail(image);
     }

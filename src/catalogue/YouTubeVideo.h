@@ -1,9 +1,9 @@
 #pragma once
 
 #include "catalogue/YouTubeUrl.h"
+#include "platform/ImageDecoder.h"
 #include "platform/Property.h"
 
-#include <QImage>
 #include <QList>
 #include <QMap>
 #include <QObject>
@@ -29,9 +29,9 @@ public:
     // parserService: the whole address of the parser service. Fetches the item's
     // thumbnail and waits for it.
     static std::shared_ptr<YouTubeVideo> initFromXML(const TBXMLElement* item, const QUrl& parserService);
-    // The same with the thumbnail fetched already (null: none could be had).
+    // The same with the thumbnail fetched already (empty: none could be had).
     static std::shared_ptr<YouTubeVideo> initFromXML(const TBXMLElement* item, const QUrl& parserService,
-                                                     const QImage& thumbnail);
+                                                     const platform::Image& thumbnail);
     // Where the feed item's thumbnail is, if it names one.
     static std::optional<QUrl> thumbnailAddress(const TBXMLElement* item);
     static std::shared_ptr<YouTubeVideo> initFromURL(const QUrl& link, const QUrl& parserService);
@@ -68,10 +68,10 @@ public:
     void setLoading(bool loading) { loading_ = loading; }
     qint64 seconds() const { return seconds_; }
     void setSeconds(qint64 seconds) { seconds_ = seconds; }
-    QImage thumbnail() const { return thumbnail_.get(); }
-    void setThumbnail(const QImage& image) { thumbnail_.set(image); }
-    QImage bigThumbnail() const { return bigThumbnail_.get(); }
-    void setBigThumbnail(const QImage& image) { bigThumbnail_.set(image); }
+    platform::Image thumbnail() const { return thumbnail_.get(); }
+    void setThumbnail(const platform::Image& image) { thumbnail_.set(image); }
+    platform::Image bigThumbnail() const { return bigThumbnail_.get(); }
+    void setBigThumbnail(const platform::Image& image) { bigThumbnail_.set(image); }
     QMap<QString, StreamList> SortedUrls() const { return sortedUrls_.get(); }
     void setSortedUrls(const QMap<QString, StreamList>& sorted) { sortedUrls_.set(sorted); }
     QString description() const { return description_.get(); }
@@ -84,7 +84,7 @@ public:
 private:
     explicit YouTubeVideo(const QUrl& parserService) : parserService_(parserService) {}
 
-    static QImage fetchImage(const QUrl& url);
+    static platform::Image fetchImage(const QUrl& url);
 
     const QUrl parserService_;
     // Held through a reading of the page: a second reading waits and finds the
@@ -96,8 +96,8 @@ private:
     platform::Property<StreamList> urls_;
     std::atomic<bool> loading_{false};
     std::atomic<qint64> seconds_{0};
-    platform::Property<QImage> thumbnail_;
-    platform::Property<QImage> bigThumbnail_;
+    platform::Property<platform::Image> thumbnail_;
+    platform::Property<platform::Image> bigThumbnail_;
     platform::Property<QMap<QString, StreamList>> sortedUrls_;
     platform::Property<QString> description_;
     platform::Property<QStringList> localizedQualitys_;

@@ -1,5 +1,7 @@
 #include "ui/SearchResultModel.h"
 
+#include <QImage>
+
 void SearchResultModel::setVideos(const QList<std::shared_ptr<YouTubeVideo>>& videos)
 {
     beginResetModel();
@@ -45,7 +47,9 @@ QVariant SearchResultModel::data(const QModelIndex& index, int role) const
     case DescriptionRole:
         return video.description();
     case ThumbnailRole:
-        return video.thumbnail();
+        if (const platform::Image thumbnail = video.thumbnail())
+            return *thumbnail;
+        return QImage();
     case LoadingRole:
         return video.isLoading();
     default:

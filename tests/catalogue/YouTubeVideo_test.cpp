@@ -110,7 +110,7 @@ TEST_F(VideoRecord, FeedItemFields)
         YouTubeVideo::initFromXML(TBXML::childElementNamed("item", bare.rootXMLElement()->firstChild), parser);
     EXPECT_EQ(only->title(), "Only");
     EXPECT_TRUE(only->link().isEmpty());
-    EXPECT_TRUE(only->thumbnail().isNull());
+    EXPECT_FALSE(only->thumbnail());
 }
 
 TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
@@ -126,7 +126,8 @@ TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
     EXPECT_EQ(video->localizedQualitys(), QStringList({"hd720", "Medium", "Small"}));
     EXPECT_EQ(video->SortedUrls().value("hd720").size(), 2);
     EXPECT_EQ(video->SortedUrls().value("Medium").first(), video->Urls()[2]);
-    EXPECT_EQ(video->thumbnail().size(), QSize(4, 3));
+    ASSERT_TRUE(video->thumbnail());
+    EXPECT_EQ(video->thumbnail()->size(), QSize(4, 3));
     EXPECT_EQ(video->UrlWithBestQuality(), video->Urls()[1]);
 
     video->parseUrls();
@@ -149,7 +150,7 @@ TEST_F(VideoRecord, ServiceFieldsReplaceTheFeedsOnlyWithStreams)
             served.urls.push_back({"http://h/v?itag=22&type=video/mp4;+codecs=\"avc1\"&", "hd720", "video/mp4"});
         service.set_parser_reply("DONE: " + save_parser_result(served));
         const auto video = from_feed({"abc", "Feed title", "Feed text", "42"});
-        ASSERT_FALSE(video->thumbnail().isNull());
+        ASSERT_TRUE(video->thumbnail());
         video->parseUrls();
         ASSERT_EQ(video->Urls().size(), with_streams ? 1 : 0);
         EXPECT_EQ(video->title(), with_streams ? "Served title" : "Feed title");
@@ -157,7 +158,7 @@ TEST_F(VideoRecord, ServiceFieldsReplaceTheFeedsOnlyWithStreams)
         EXPECT_EQ(video->seconds(), with_streams ? 7 : 42);
         // The service's picture replaces the feed's, even when it cannot be had.
         if (with_streams) {
-            EXPECT_TRUE(video->thumbnail().isNull());
+            EXPECT_FALSE(video->thumbnail());
         }
     }
 }

@@ -76,7 +76,8 @@ TEST_F(FeedSearch, ItemsReportInFeedOrderWhateverOrderTheirPicturesCome)
     // One picture not found, one that is no picture, one a JPEG; the last picture comes first.
     service.set_feed("cartoons", {{"5a", "First", "", "10"}, {"missing", "Second", "", "20"}, {"3jpeg", "Third", "", "30"},
                                   {"garbage", "Fourth", "", "40"}, {"2e", "Fifth", "", "50"}});
-    service.answer_thumbnails_in_order({"2e", "garbage", "3jpeg", "missing", "5a"});
+    using ms = catalogue_server::ms;
+    service.hold_thumbnails(ms(0), {{"5a", ms(400)}, {"missing", ms(300)}, {"3jpeg", ms(200)}, {"garbage", ms(100)}});
     run("cartoons");
 
     const std::vector<std::pair<double, double>> expected{{0.5, 26.0}, {0.75, 26.0}, {1.0, 5.0}, {2.0, 5.0},
@@ -104,7 +105,8 @@ TEST_F(FeedSearch, AtMostEightThumbnailsAtOnce)
     for (int i = 0; i < 20; ++i)
         items.push_back({"p" + std::to_string(i), "T", "", "1"});
     service.set_feed("many", items);
-    service.gather_thumbnails(8, items.size());
+    // Held long enough that all that are asked for at once overlap.
+    service.hold_thumbnails(catalogue_server::ms(300));
     run("many");
     EXPECT_EQ(service.peak_thumbnails(), 8u);
     EXPECT_EQ(events.found, std::vector<qulonglong>{20});

@@ -73,8 +73,8 @@ private:
     route_server server_{[this](const route_server::request& r) -> route_server::response {
         std::lock_guard lock(mutex_);
         const auto it = routes_.find(r.target);
-        return it == routes_.end() ? route_server::response{404, "no such stream", {}, {}}
-                                   : route_server::response{200, it->second, {}, {}};
+        return it == routes_.end() ? route_server::response{404, "no such stream"}
+                                   : route_server::response{200, it->second};
     }};
 };
 

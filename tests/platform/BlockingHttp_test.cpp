@@ -12,12 +12,12 @@ TEST(BlockingGet, AnyStatusIsAnAnswerAfterRedirects)
 {
     route_server server([](const route_server::request& r) -> route_server::response {
         if (r.target == "/page")
-            return {200, "<html>page</html>", {}, {}};
+            return {200, "<html>page</html>"};
         if (r.target == "/moved")
             return {302, "", {{"Location", "/page"}}, {}};
         if (r.target == "/big")
-            return {200, std::string(2 << 20, 'x'), {}, {}};
-        return {404, "no such thing", {}, {}};
+            return {200, std::string(2 << 20, 'x')};
+        return {404, "no such thing"};
     });
     const auto at = [&](const char* path) { return QUrl(QString::fromStdString(server.base()) + path); };
     const auto moved = BlockingHttp::get(at("/moved"));

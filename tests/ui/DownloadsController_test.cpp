@@ -84,7 +84,7 @@ private slots:
     void newestJobOnTopFailedAndCanceledRows()
     {
         test_home home;
-        route_server missing([](const route_server::request&) { return route_server::response{404, "gone", {}, {}}; });
+        route_server missing([](const route_server::request&) { return route_server::response{404, "gone"}; });
         const std::string body(400000, 'x');
         scripted_server slow(std::vector<scripted_server::reply>{{okReply(body), std::string::npos, 1000, 20ms}});
         DownloadsController controller;

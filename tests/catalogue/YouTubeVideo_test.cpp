@@ -6,6 +6,7 @@
 #include "log_capture.h"
 #include "test_data.h"
 
+#include <QUrlQuery>
 #include <gtest/gtest.h>
 
 namespace {
@@ -121,8 +122,16 @@ TEST_F(VideoRecord, StreamsAreExtractedOnceThroughTheLocalFallback)
     const auto video = YouTubeVideo::initFromURL(QUrl(QString::fromStdString(service.watch_url("x"))), parser);
 
     video->parseUrls();
-    ASSERT_EQ(video->Urls().size(), 5);
+    QStringList streams;
+    for (const auto& u : video->Urls())
+        streams << QUrlQuery(u->url()).queryItemValue("itag") + " " + u->quality() + " " + u->url().path();
+    EXPECT_EQ(streams, QStringList({"45 hd720 /videoplayback", "22 hd720 /videoplayback", "43 medium /videoplayback",
+                                    "18 medium /videoplayback", "5 small /videoplayback"}));
+    EXPECT_EQ(video->Urls()[1]->type(), "video/mp4;+codecs=\"avc1.64001F,+mp4a.40.2\"");
     EXPECT_EQ(video->title(), QString::fromUtf8("Tom & Jerry \u2013 \"The Chase\""));
+    EXPECT_EQ(video->description(),
+              QString::fromUtf8("Caf\u00e9 scenes & a long chase \u2014 music \u00a9 2012 by \"The Band\". Enjoy!"));
+    EXPECT_EQ(video->seconds(), 213);
     EXPECT_EQ(video->localizedQualitys(), QStringList({"hd720", "Medium", "Small"}));
     EXPECT_EQ(video->SortedUrls().value("hd720").size(), 2);
     EXPECT_EQ(video->SortedUrls().value("Medium").first(), video->Urls()[2]);
@@ -155,6 +164,10 @@ TEST_F(VideoRecord, ServiceFieldsReplaceTheFeedsOnlyWithStreams)
         EXPECT_EQ(video->title(), with_streams ? "Served title" : "Feed title");
         EXPECT_EQ(video->description(), with_streams ? "Served text" : "Feed text");
         EXPECT_EQ(video->seconds(), with_streams ? 7 : 42);
+        const auto requests = service.requests();
+        const auto posted = std::ranges::find(requests, "/cgi-bin/zor.parser", &route_server::request::target);
+        ASSERT_NE(posted, requests.end());
+        EXPECT_EQ(posted->method + " " + posted->body, "POST <html>a page</html>");
         // The service's picture replaces the feed's, even when it cannot be had.
         if (with_streams) {
             EXPECT_TRUE(video->thumbnail().isNull());

@@ -87,33 +87,22 @@ protected:
     const std::shared_ptr<parser_result> local = youtube_parser::parse_html(page);
 };
 
-TEST_F(ParserExchange, DoneReplyIsTheRecordAndThePageIsPostedAsIs)
-{
-    const std::string archive = test_data("parser_result/two_streams.archive");
-    scripted_server service(reply("DONE: " + archive));
-    EXPECT_EQ(*youtube_parser::parse_html_remote(page, service.url(service_path), true), two_streams());
-
-    EXPECT_EQ(service.requests().at(0),
-              "POST /cgi-bin/zor.parser HTTP/1.0\r\nHost: 127.0.0.1:" + std::to_string(service.port()) +
-                  "\r\nAccept: */*\r\nContent-Length: " + std::to_string(page.size()) +
-                  "\r\nContent-Type: text/plain\r\nConnection: close\r\n\r\n" + page);
-}
-
+// (A record in reply, and the page posted as is: the catalogue's test of the
+// service's fields.)
 TEST_F(ParserExchange, VerdictsReachTheCaller)
 {
-    const auto expect_private = [](const std::string& sent, const std::string& address) {
+    // The service's verdict is final; so is the local one when the service fails.
+    scripted_server verdict(reply("YERR: This video is private."));
+    scripted_server garbage(reply("garbage"));
+    for (const auto& [sent, address] : {std::pair{page, verdict.url(service_path)},
+                                        {test_data("watch/notice_player_unavailable.html"), garbage.url(service_path)}}) {
         try {
             youtube_parser::parse_html_remote(sent, address, true);
             ADD_FAILURE() << "no youtube_error from " << address;
         } catch (const youtube_error& e) {
             EXPECT_STREQ(e.what(), "This video is private.");
         }
-    };
-    // The service's verdict is final; so is the local one when the service fails.
-    scripted_server verdict(reply("YERR: This video is private."));
-    expect_private(page, verdict.url(service_path));
-    scripted_server garbage(reply("garbage"));
-    expect_private(test_data("watch/notice_player_unavailable.html"), garbage.url(service_path));
+    }
 }
 
 TEST_F(ParserExchange, FailuresFallBackToTheLocalParse)

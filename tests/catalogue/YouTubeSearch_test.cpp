@@ -117,7 +117,7 @@ TEST_F(FeedSearch, AtMostEightThumbnailsAtOnce)
 // (No connection at all: the search view's failure test.)
 TEST_F(FeedSearch, NotFoundIsAnErrorAndNoFeedNoItems)
 {
-    service.set_feed_response("gone", {404, "<html>not here</html>", {}, {}});
+    service.set_feed_response("gone", {404, "<html>not here</html>"});
     run("gone");
     ASSERT_EQ(events.errors.size(), 1u);
     EXPECT_EQ(events.errors[0].domain, "YouTubeSearch::response");
@@ -126,9 +126,9 @@ TEST_F(FeedSearch, NotFoundIsAnErrorAndNoFeedNoItems)
     EXPECT_EQ(events.progress.back(), std::make_pair(0.75, 26.0));
     EXPECT_TRUE(search->isDone());
 
-    service.set_feed_response("html", {200, "<html><body>maintenance</body></html>", {}, {}});
+    service.set_feed_response("html", {200, "<html><body>maintenance</body></html>"});
     run("html");
-    service.set_feed_response("text", {200, "not xml at all", {}, {}});
+    service.set_feed_response("text", {200, "not xml at all"});
     run("text");
     EXPECT_EQ(events.found, (std::vector<qulonglong>{0, 0}));
     EXPECT_EQ(events.errors.size(), 1u);

@@ -234,7 +234,8 @@ TEST(Termination, EndsABlockedReadWhenWeBlockTheSignalAndKillsAChildThatIgnoresI
     pthread_sigmask(SIG_SETMASK, &old, nullptr);
     ASSERT_TRUE(started);
 
-    for (const auto& [child, signal] : {std::pair{&polite, SIGTERM}, {&stubborn, SIGKILL}}) {
+    for (const auto& [which, signal] : {std::pair{&polite, SIGTERM}, {&stubborn, SIGKILL}}) {
+        ChildProcess* child = which; // (clang captures no structured binding)
         ChildProcess::Exit exit;
         std::thread reader([&] {
             child->readAll();

@@ -76,7 +76,8 @@ TEST_F(FeedSearch, ItemsReportInFeedOrderWhateverOrderTheirPicturesCome)
     // One picture not found, one that is no picture, one a JPEG; the last picture comes first.
     service.set_feed("cartoons", {{"5a", "First", "", "10"}, {"missing", "Second", "", "20"}, {"3jpeg", "Third", "", "30"},
                                   {"garbage", "Fourth", "", "40"}, {"2e", "Fifth", "", "50"}});
-    service.answer_thumbnails_in_order({"2e", "garbage", "3jpeg", "missing", "5a"});
+    using ms = catalogue_server::ms;
+    service.hold_thumbnails(ms(0), {{"5a", ms(400)}, {"missing", ms(300)}, {"3jpeg", ms(200)}, {"garbage", ms(100)}});
     run("cartoons");
 
     const std::vector<std::pair<double, double>> expected{{0.5, 26.0}, {0.75, 26.0}, {1.0, 5.0}, {2.0, 5.0},
@@ -104,7 +105,8 @@ TEST_F(FeedSearch, AtMostEightThumbnailsAtOnce)
     for (int i = 0; i < 20; ++i)
         items.push_back({"p" + std::to_string(i), "T", "", "1"});
     service.set_feed("many", items);
-    service.gather_thumbnails(8, items.size());
+    // Held long enough that all that are asked for at once overlap.
+    service.hold_thumbnails(catalogue_server::ms(300));
     run("many");
     EXPECT_EQ(service.peak_thumbnails(), 8u);
     EXPECT_EQ(events.found, std::vector<qulonglong>{20});
@@ -115,7 +117,7 @@ TEST_F(FeedSearch, AtMostEightThumbnailsAtOnce)
 // (No connection at all: the search view's failure test.)
 TEST_F(FeedSearch, NotFoundIsAnErrorAndNoFeedNoItems)
 {
-    service.set_feed_response("gone", {404, "<html>not here</html>", {}, {}});
+    service.set_feed_response("gone", {404, "<html>not here</html>"});
     run("gone");
     ASSERT_EQ(events.errors.size(), 1u);
     EXPECT_EQ(events.errors[0].domain, "YouTubeSearch::response");
@@ -124,9 +126,9 @@ TEST_F(FeedSearch, NotFoundIsAnErrorAndNoFeedNoItems)
     EXPECT_EQ(events.progress.back(), std::make_pair(0.75, 26.0));
     EXPECT_TRUE(search->isDone());
 
-    service.set_feed_response("html", {200, "<html><body>maintenance</body></html>", {}, {}});
+    service.set_feed_response("html", {200, "<html><body>maintenance</body></html>"});
     run("html");
-    service.set_feed_response("text", {200, "not xml at all", {}, {}});
+    service.set_feed_response("text", {200, "not xml at all"});
     run("text");
     EXPECT_EQ(events.found, (std::vector<qulonglong>{0, 0}));
     EXPECT_EQ(events.errors.size(), 1u);

@@ -6,7 +6,6 @@
 #include <boost/numeric/conversion/converter_policies.hpp>
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -41,35 +40,7 @@ youtube_url parsed(const std::string& entry)
 
 } // namespace
 
-TEST(WatchPage, ReadsEveryStreamAndTheFieldsOfARealisticPage)
-{
-    const std::string page = test_data("watch/streams.html");
-    youtube_parser parser(page);
-    ASSERT_TRUE(parser.parse());
-    std::vector<std::string> streams;
-    for (const auto& u : parser.urls)
-        streams.push_back(u.get_param("itag") + " " + u.quality() + " " + u.file());
-    const std::string file = " http://r4---sn-25g7rn7k.c.youtube.com/videoplayback";
-    EXPECT_EQ(streams, (std::vector<std::string>{"45 hd720" + file, "22 hd720" + file, "43 medium" + file,
-                                                 "18 medium" + file, "5 small" + file}));
-    EXPECT_EQ(parser.urls[1].type(), "video/mp4;+codecs=\"avc1.64001F,+mp4a.40.2\"");
-
-    EXPECT_EQ(parser.length_seconds, 213u);
-    EXPECT_EQ(parser.thumbnail, "http://i2.ytimg.com/vi/Qk9zX2d1Zw0/hqdefault.jpg");
-    // The title keeps the raw length, padded with zero bytes after the decoded text.
-    const std::string title = "Tom & Jerry \xE2\x80\x93 \"The Chase\"";
-    const std::string raw_title = "Tom &amp; Jerry &#8211; &quot;The Chase&quot;";
-    EXPECT_EQ(parser.title, title + std::string(raw_title.size() - title.size(), '\0'));
-    // The description is decoded in place: after its zero byte the raw text goes on.
-    const std::string description =
-        "Caf\xC3\xA9 scenes & a long chase \xE2\x80\x94 music \xC2\xA9 2012 by \"The Band\". Enjoy!";
-    const std::string raw_description =
-        "Caf&eacute; scenes &amp; a long chase &#x2014; music &copy; 2012 by &quot;The Band&quot;. Enjoy!";
-    EXPECT_EQ(parser.description.size(), raw_description.size());
-    EXPECT_STREQ(parser.description.c_str(), description.c_str());
-    EXPECT_EQ(parser.description.substr(description.size() + 1), raw_description.substr(description.size() + 1));
-}
-
+// (A realistic page, read whole: the catalogue's test of the local fallback.)
 TEST(WatchPageNotices, WhichNoticeIsRaisedAndItsText)
 {
     const std::string unavailable = R"(<div id="unavailable-message"><div class="yt-alert-message">
@@ -93,11 +64,8 @@ Removed.</div>)";
                  // The first two skip the byte after their tag (the service writes a line break there).
                  {R"(<div id="unavailable-message"><div class="yt-alert-message">XGone.</div>)", "Gone."},
                  {R"(<div id="verify-details"><p class="rating-info">XAge.</p>)", "XAge."},
-                 // Only the verify notice loses its quote references.
-                 {R"(<div id="verify-details"><p class="rating-info">Content &#8220;x&#8221; is </p>)", "Content x is"},
                  // Incomplete: end marker missing, second marker only before the first.
                  {"<div id=\"watch7-player-unavailable\"><h1 class=\"message\">\nPrivate.", std::nullopt},
-                 {R"(<p class="rating-info">Old.</p><div id="verify-details">)", std::nullopt},
                  // An empty text raises nothing; a blank one an empty message.
                  {R"(<div id="verify-details"><p class="rating-info"></p>)", std::nullopt},
                  {R"(<div id="verify-details"><p class="rating-info">   </p>)", ""}};
@@ -133,8 +101,6 @@ TEST(WatchPage, WhichEntriesBecomeStreamsAndWhereParsingStops)
         {stream_page(R"(url=http%3A%2F%2Fh%2Fa,url=http%3A%2F%2Fh%2Fcaf\u00e9)"), end::overflow, {"http://h/a"}},
         // Anything but a whole unsigned number as the length; "-1" would wrap round.
         {stream_page("url=http%3A%2F%2Fh%2Fa", R"("length_seconds": -1,)"), end::bad_length, {"http://h/a"}},
-        {stream_page("url=http%3A%2F%2Fh%2Fa", R"("length_seconds": 18446744073709551616,)"), end::bad_length,
-         {"http://h/a"}},
         {stream_page("url=http%3A%2F%2Fh%2Fa", R"("length_seconds": "61",)"), end::bad_length, {"http://h/a"}}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.page.substr(0, 100));
@@ -165,36 +131,6 @@ TEST(WatchPage, WhichEntriesBecomeStreamsAndWhereParsingStops)
     }
 }
 
-TEST(WatchPage, FieldsRunToTheirEndMarkers)
-{
-    const struct {
-        std::string tail; // after an empty stream map
-        std::uint64_t length;
-        std::string title;
-        std::string thumbnail;
-        std::string description;
-    } cases[] = {
-        {R"("length_seconds": 61, "x": 1)", 61, "", "", ""},
-        {R"("length_seconds": 18446744073709551615})", 18446744073709551615u, "", "", ""},
-        {R"("length_second": 61)", 0, "", "", ""},
-        {R"(<meta property="og:title" content="Plain title">)", 0, "Plain title", "", ""},
-        // Without its closing quote the title runs to the page end.
-        {R"(<meta property="og:title" content="Tom &amp; Jerry)", 0, std::string("Tom & Jerry\0\0\0\0", 15), "", ""},
-        {R"(<link itemprop="thumbnailUrl" href="http://i/x.jpg?a=1"><meta name="description" )"
-         R"(content="a "quoted" &lt;word&gt;">)",
-         0, "", "http://i/x.jpg?a=1", "a \"quoted\" <word>"}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.tail);
-        const std::string page = stream_page("") + c.tail;
-        youtube_parser parser(page);
-        parser.parse();
-        EXPECT_EQ(parser.length_seconds, c.length);
-        EXPECT_EQ(parser.title, c.title);
-        EXPECT_EQ(parser.thumbnail, c.thumbnail);
-        EXPECT_STREQ(parser.description.c_str(), c.description.c_str());
-    }
-}
-
 // The stream map's two unescapings.
 TEST(QueryUnescape, DecodesUpToTheFirstBadByte)
 {
@@ -203,20 +139,16 @@ TEST(QueryUnescape, DecodesUpToTheFirstBadByte)
         bool ok;
         std::string out; // what came before the first bad byte, on failure
     } cases[] = {{"url=http%3A%2f%2Fh%2Fp%3Fa%3D1%26b%3D2", true, "url=http://h/p?a=1&b=2"},
-                 {"azAZ09!$&'()*+,-./:;=@_~", true, "azAZ09!$&'()*+,-./:;=@_~"}, // "+" is not a blank here
-                 {"%00%ff%22", true, std::string("\0\xff\"", 3)},
-                 {"", true, ""},
+                 {"azAZ09!$&'()*+,-./:;=@_~%00%ff", true, std::string("azAZ09!$&'()*+,-./:;=@_~\0\xff", 26)},
                  {"itag=18 x&url=http://h", false, "itag=18"},
                  {"ab%4", false, "ab"},
-                 {"ab%", false, "ab"},
-                 {"%41%4g", false, "A"},
-                 {"%%41", false, ""}};
+                 {"%41%4g", false, "A"}};
     for (const auto& c : cases) {
         std::string out = "stale";
         EXPECT_EQ(youtube_parser::query_unescape(c.in, out), c.ok) << c.in;
         EXPECT_EQ(out, c.out) << c.in;
     }
-    for (const char* bad : {"a\"b", "a#b", "a<b", "a^b", "a{b", "a\tb", "a\xc3\xa9"}) {
+    for (const char* bad : {"a\"b", "a#b", "a<b", "a\tb", "a\xc3\xa9"}) {
         std::string out;
         EXPECT_FALSE(youtube_parser::query_unescape(bad, out)) << bad;
         EXPECT_EQ(out, "a") << bad;
@@ -227,19 +159,14 @@ TEST(UnicodeUnescape, ReplacesEachCompleteEscapeByOneByte)
 {
     const std::pair<std::string, std::string> cases[] = {
         {R"(itag=18\u0026quality=medium\u0026type=video%2Fmp4)", "itag=18&quality=medium&type=video%2Fmp4"},
-        {R"(\u003Cb\u003e)", "<b>"},
-        {R"(\u007f\u0000)", std::string("\x7f\0", 2)},
+        {R"(\u003Cb\u003e\u0000)", std::string("<b>\0", 4)},
         // The escape in "\\u0041" is the second backslash's: the first stays.
         {R"(\\u0041)", R"(\A)"},
-        {R"(\u004)", R"(\u004)"},
-        {R"(\u00g1)", R"(\u00g1)"},
-        {R"(\U0041)", R"(\U0041)"},
-        {R"(\x41)", R"(\x41)"},
-        {"", ""}};
+        {R"(\u00g1 \U0041 \u004)", R"(\u00g1 \U0041 \u004)"}};
     for (const auto& [in, out] : cases)
         EXPECT_EQ(youtube_parser::unicode_unescape(in), out) << in;
 
-    for (const char* wide : {R"(caf\u00e9)", R"(\u0080)", R"(\uFFFF)"}) {
+    for (const char* wide : {R"(\u0080)", R"(\uFFFF)"}) {
         try {
             youtube_parser::unicode_unescape(wide);
             ADD_FAILURE() << wide << " did not throw";
@@ -249,8 +176,8 @@ TEST(UnicodeUnescape, ReplacesEachCompleteEscapeByOneByte)
     }
 }
 
-// The entries of a stream map.
-TEST(YoutubeUrl, SplitsAddressAndPrintsParametersInKeyOrder)
+// The entries of a stream map: where each parameter comes from, and the address printed.
+TEST(YoutubeUrl, WhereEachParameterComesFrom)
 {
     const auto u = parsed("url=http://h/p?a=1&itag=18&sig=XYZ&type=video/mp4&quality=medium");
     EXPECT_EQ(u.file(), "http://h/p");
@@ -258,22 +185,10 @@ TEST(YoutubeUrl, SplitsAddressAndPrintsParametersInKeyOrder)
     EXPECT_EQ(u.url_without_type(), "http://h/p?a=1&itag=18&quality=medium&signature=XYZ&");
     EXPECT_EQ(u.type(), "video/mp4");
     EXPECT_EQ(u.quality(), "medium");
-    EXPECT_EQ(u.params().count("url"), 0u);
-    // Only "type" itself is left out.
+    // Only "type" itself is left out; an address without "?" is also read as a query.
     EXPECT_EQ(parsed("url=http://h/p?type=a&typex=b&ty=c").url_without_type(), "http://h/p?ty=c&typex=b&");
+    EXPECT_EQ(parsed("url=http://h/p&itag=5").url(), "http://h/p?http://h/p=http://h/p&itag=5&");
 
-    // Empty and bare tokens become parameters; the first "=" splits.
-    const std::pair<const char*, const char*> queries[] = {
-        {"a&&b", "?=&a=a&b=b&"}, {"", "?=&"}, {"k=v=w&=x", "?=x&k=v=w&"}};
-    for (const auto& [query, printed] : queries) {
-        youtube_url q("");
-        q.parse_query(query);
-        EXPECT_EQ(q.url(), printed) << query;
-    }
-}
-
-TEST(YoutubeUrl, WhereEachParameterComesFrom)
-{
     const struct {
         const char* entry;
         const char* key;
@@ -284,10 +199,7 @@ TEST(YoutubeUrl, WhereEachParameterComesFrom)
                  // Signature keys are renamed, their values kept as they came ("sig" and "s"
                  // alone: every download from the service, which checks them).
                  {"url=http://h/p&s=A%2FB.C", "signature", "A%2FB.C"},
-                 {"url=http://h/p?x=1&sig=1&s=2", "signature", "2"},
-                 // An address without "?" is also read as a query.
-                 {"url=http://h/p&itag=5", "http://h/p", "http://h/p"}};
+                 {"url=http://h/p?x=1&sig=1&s=2", "signature", "2"}};
     for (const auto& c : cases)
         EXPECT_EQ(parsed(c.entry).get_param(c.key), c.value) << c.entry;
-    EXPECT_EQ(parsed("url=http://h/p&itag=5").url(), "http://h/p?http://h/p=http://h/p&itag=5&");
 }

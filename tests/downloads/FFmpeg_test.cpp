@@ -3,7 +3,6 @@
 #include "downloads/FFmpeg.h"
 
 #include "log_capture.h"
-#include "media.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -110,18 +109,17 @@ protected:
 
 TEST_F(ScriptedConverter, LooksBesideTheProgramThenOnPathThenListsEncoders)
 {
-    for (const char* folder : {"app", "bin", "plain"})
-        QDir(dir.path()).mkpath(folder);
     const QString app = path("app"), bin = path("bin"), plain = path("plain");
-    writeScript(app + "/ffmpeg", "#!/bin/sh\n");
-    writeScript(bin + "/ffmpeg", "#!/bin/sh\n");
-    writeScript(plain + "/ffmpeg", "#!/bin/sh\n", false);
+    for (const QString& folder : {app, bin, plain}) {
+        QDir().mkpath(folder);
+        writeScript(folder + "/ffmpeg", "#!/bin/sh\n", folder != plain);
+    }
     EXPECT_EQ(FFmpeg::locateExecutable(app, {bin}), app + "/ffmpeg");
     EXPECT_EQ(FFmpeg::locateExecutable(plain, {plain, bin}), bin + "/ffmpeg");
     EXPECT_EQ(FFmpeg::locateExecutable(plain, {plain}), QString());
 
     // libfaac where the program offers it, else the built-in encoder at a rate it accepts.
-    writeScript(app + "/ffmpeg", "#!/bin/sh\necho ' V....D libx264  H.264'\necho ' A..... libfaac  AAC'\n");
+    writeScript(app + "/ffmpeg", "#!/bin/sh\necho ' A..... libfaac  AAC'\n");
     for (const auto& [program, codec, rate] :
          {std::tuple{app + "/ffmpeg", "libfaac", "44000"}, {QString(), "aac", "44100"}}) {
         FFmpeg::setExecutableOverride(program);
@@ -200,105 +198,56 @@ TEST_F(ScriptedConverter, MissingProgramOrCancelBeforeTheStartStillEnds)
     EXPECT_EQ(converter->failureReason(), "cancelled");
 }
 
-// The real ffmpeg from here on. (Cancelled while it converts inside a job, and two
-// at once: the download job tests.)
-TEST(Conversion, ReportsTheRealProgramsSecondsAndEndsWhenCancelledFromAnotherThread)
-{
-    QTemporaryDir dir;
-    log_capture log;
-    // Long enough not to end before the cancel.
-    ASSERT_EQ(media::run("ffmpeg", {"-loglevel", "error", "-f", "lavfi", "-i",
-                                    "sine=frequency=440:sample_rate=8000:duration=1800", dir.path() + "/long.wav"})
-                  .code,
-              0);
-    const auto converter = FFmpeg::create(dir.path() + "/long.wav", dir.path() + "/out.mp3");
-    const auto events = Recorder::listen(*converter);
-    converter->convertMP3Async(320);
-    ASSERT_TRUE(events->waitFor(false));
-    {
-        std::lock_guard lock(events->mutex);
-        EXPECT_EQ(events->converted, 0);
-    }
-    std::thread([&] { converter->cancel(); }).join();
-    ASSERT_TRUE(events->waitFor(true));
-    EXPECT_EQ(converter->failureReason(), "cancelled");
-}
-
-TEST(ChildProcess, CapturesOneStreamAndGivesNoInput)
+TEST(ChildProcess, CapturesOneStreamGivesNoInputAndReportsLaunchFailures)
 {
     ChildProcess child;
     // stdout is inherited: the captured text must not contain it.
-    ASSERT_TRUE(child.start("/bin/bash", {"-c", "echo out >/dev/null; echo err >&2; read line; echo read=$? >&2"},
+    ASSERT_TRUE(child.start("/bin/bash", {"-c", "echo out >/dev/null; echo err >&2; read line; echo read=$? >&2; exit 3"},
                             Capture::StandardError));
     EXPECT_EQ(child.readAll(), "err\nread=1\n");
-    EXPECT_TRUE(child.wait().exited);
+    EXPECT_EQ(child.wait().code, 3);
+    EXPECT_EQ(child.wait().code, 3); // reaped once, remembered
 
-    ChildProcess out;
-    ASSERT_TRUE(out.start("/bin/bash", {"-c", "printf abc; exit 3"}, Capture::StandardOutput));
-    EXPECT_EQ(out.readAll(), "abc");
-    EXPECT_EQ(out.wait().code, 3);
-    EXPECT_EQ(out.wait().code, 3); // reaped once, remembered
-}
-
-// (A signal's end: the converter's failure reasons.)
-TEST(ChildProcess, ReportsLaunchFailuresAndNeverRunsOnceTerminated)
-{
     ChildProcess missing;
     EXPECT_FALSE(missing.start("/nonexistent/program", {}, Capture::StandardError));
     EXPECT_TRUE(missing.error().contains("/nonexistent/program")) << missing.error().toStdString();
     EXPECT_FALSE(missing.wait().started);
-
     ChildProcess early;
     early.terminate();
     EXPECT_FALSE(early.start("/bin/true", {}, Capture::StandardError));
-    EXPECT_FALSE(early.wait().started);
 }
 
-namespace {
-
-// Waits for the child on another thread, as the converter does, terminates it
-// from this one, and says how long the end took.
-std::chrono::milliseconds terminateWhileReading(ChildProcess& child, ChildProcess::Exit& exit)
+// Each child is waited for on another thread, as the converter does, and
+// terminated from this one.
+TEST(Termination, EndsABlockedReadWhenWeBlockTheSignalAndKillsAChildThatIgnoresIt)
 {
-    std::thread reader([&] {
-        child.readAll();
-        exit = child.wait();
-    });
-    std::this_thread::sleep_for(200ms);
-    const auto start = std::chrono::steady_clock::now();
-    child.terminate();
-    reader.join();
-    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
-}
-
-} // namespace
-
-TEST(Termination, EndsABlockedReadEvenWhenWeBlockTheSignal)
-{
+    ChildProcess polite, stubborn;
+    stubborn.setKillDelay(300ms);
     // The child must not inherit a blocked SIGTERM from the thread that starts it.
     sigset_t term, old;
     sigemptyset(&term);
     sigaddset(&term, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &term, &old);
-    ChildProcess child;
-    const bool started = child.start("/bin/sleep", {"30"}, Capture::StandardError);
+    const bool started =
+        polite.start("/bin/sleep", {"30"}, Capture::StandardError) &&
+        stubborn.start("/bin/bash", {"-c", "trap '' TERM; while :; do sleep 0.05; done"}, Capture::StandardError);
     pthread_sigmask(SIG_SETMASK, &old, nullptr);
     ASSERT_TRUE(started);
 
-    ChildProcess::Exit exit;
-    terminateWhileReading(child, exit);
-    EXPECT_EQ(exit.signal, SIGTERM);
-    EXPECT_TRUE(child.terminateRequested());
-    child.terminate(); // after the reap: no signal goes anywhere
-}
-
-TEST(Termination, KillsAChildThatIgnoresTheRequest)
-{
-    ChildProcess child;
-    child.setKillDelay(300ms);
-    ASSERT_TRUE(child.start("/bin/bash", {"-c", "trap '' TERM; while :; do sleep 0.05; done"}, Capture::StandardError));
-    ChildProcess::Exit exit;
-    const auto took = terminateWhileReading(child, exit);
-    EXPECT_EQ(exit.signal, SIGKILL);
-    EXPECT_GE(took, 300ms);
+    for (const auto& [which, signal] : {std::pair{&polite, SIGTERM}, {&stubborn, SIGKILL}}) {
+        ChildProcess* child = which; // (clang captures no structured binding)
+        ChildProcess::Exit exit;
+        std::thread reader([&] {
+            child->readAll();
+            exit = child->wait();
+        });
+        std::this_thread::sleep_for(200ms);
+        const auto start = std::chrono::steady_clock::now();
+        child->terminate();
+        reader.join();
+        EXPECT_EQ(exit.signal, signal);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, signal == SIGKILL ? 300ms : 0ms);
+    }
+    EXPECT_TRUE(polite.terminateRequested());
+    polite.terminate(); // after the reap: no signal goes anywhere
 }

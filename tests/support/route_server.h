@@ -22,7 +22,7 @@ public:
     struct response {
         int status = 200;
         std::string body;
-        std::vector<std::pair<std::string, std::string>> headers;
+        std::vector<std::pair<std::string, std::string>> headers{};
         std::chrono::milliseconds delay{0};
         // Half the body, then the connection held until the client gives up.
         bool stall = false;

@@ -150,9 +150,7 @@ private slots:
         QVERIFY(!app.settingsWindowController());
         app.settingsClick();
         SettingsWindowController* settings = app.settingsWindowController();
-        QVERIFY(settings);
-        QVERIFY(settings->window()->isVisible());
-        QVERIFY(!settings->window()->isModal());
+        QVERIFY(settings && settings->window()->isVisible() && !settings->window()->isModal());
         settings->window()->close();
         app.settingsClick();
         QCOMPARE(app.settingsWindowController(), settings);
@@ -177,21 +175,17 @@ private slots:
             QApplication::sendEvent(app.window(), &dropped);
             return dropped.isAccepted();
         };
-        QMimeData file;
+        QMimeData file, words, link, text;
         file.setUrls({QUrl::fromLocalFile(home.path() + "/song.mp3")});
-        QVERIFY(!drop(file));
-        QMimeData words;
         words.setText("just some words");
-        QVERIFY(!drop(words));
+        QVERIFY(!drop(file) && !drop(words));
         QCOMPARE(app.menu()->currentView(), app.menu()->downloadController()->view());
 
-        QMimeData link;
         link.setUrls({QUrl("http://127.0.0.1:9/watch?v=UnVsZTExMF8")});
         QVERIFY(drop(link));
         QCOMPARE(app.menu()->currentView(), search.view());
         QCOMPARE(search.searchField()->text(), QString("http://127.0.0.1:9/watch?v=UnVsZTExMF8"));
         QVERIFY(search.loader()->isVisible()); // the search runs
-        QMimeData text;
         text.setText("  http://127.0.0.1:9/watch?v=other\n");
         QVERIFY(drop(text));
         QCOMPARE(search.searchField()->text(), QString("http://127.0.0.1:9/watch?v=other"));
@@ -231,23 +225,22 @@ private slots:
             int labels = 0;
             for (QWidget* view : {menu.getNewSearchController()->view(), menu.downloadController()->view()}) {
                 for (QWidget* w : view->findChildren<QWidget*>()) {
-                    // Buttons that show a picture only have no text to read.
+                    // Buttons that show a picture only have no text to read; buttons draw their own face.
                     const auto* button = qobject_cast<QAbstractButton*>(w);
                     const auto* tool = qobject_cast<QToolButton*>(w);
-                    if (!qobject_cast<QLabel*>(w) && !(button && !(tool && tool->toolButtonStyle() == Qt::ToolButtonIconOnly)))
+                    if (tool && tool->toolButtonStyle() == Qt::ToolButtonIconOnly)
                         continue;
-                    QColor ground;
+                    QColor ground = button ? w->palette().color(QPalette::Button) : QColor();
+                    if (!button && !qobject_cast<QLabel*>(w))
+                        continue;
                     for (QWidget* up = w->parentWidget(); up && !ground.isValid(); up = up->parentWidget()) {
                         if (qobject_cast<PZHeaderBackgroundView*>(up))
                             ground = PZHeaderBackgroundView::stripColor();
                         else if (qobject_cast<PZBackgroundView*>(up))
                             ground = Qt::white;
                     }
-                    // Buttons draw their own face.
-                    if (qobject_cast<QAbstractButton*>(w))
-                        ground = w->palette().color(QPalette::Button);
                     const QColor text = w->palette().color(w->foregroundRole());
-                    QVERIFY2(contrast(text, ground) >= 4.5, qPrintable(QString(w->metaObject()->className()) + " " + w->accessibleName() + " " + text.name() + " on " + ground.name()));
+                    QVERIFY2(contrast(text, ground) >= 4.5, qPrintable(w->accessibleName() + " " + text.name() + " on " + ground.name()));
                     ++labels;
                 }
             }

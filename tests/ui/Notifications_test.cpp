@@ -58,8 +58,8 @@ class TestNotifications : public QObject {
     alert_recorder alerts;
     route_server server{[](const route_server::request& r) {
         if (r.target == "/clip.mp4")
-            return route_server::response{200, std::string(2048, 'v'), {}, {}};
-        return route_server::response{404, "gone", {}, {}};
+            return route_server::response{200, std::string(2048, 'v')};
+        return route_server::response{404, "gone"};
     }};
 
     std::shared_ptr<DownloadItem> job(const QString& title, const std::string& path)

@@ -5,7 +5,6 @@
 #include "platform/SingleInstance.h"
 #include "ui/AppDelegate.h"
 #include "ui/AppStyle.h"
-#include "ui/Picture.h"
 
 #include <QApplication>
 #include <QLoggingCategory>
@@ -87,7 +86,6 @@ int main(int argc, char** argv)
         return 0;
     // Only the program that stays shows text.
     platform::Localization::install();
-    Picture::prepareLogo(qGuiApp->devicePixelRatio());
 
     AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(arguments));
     QObject::connect(&instance, &platform::SingleInstance::messageReceived, &delegate, [&delegate](const QByteArray& message) {

@@ -7,8 +7,6 @@
 #include <QPalette>
 #include <QSvgRenderer>
 
-#include <future>
-
 QPixmap Picture::pixmap(const QString& resource, QSize size, qreal devicePixelRatio)
 {
     QSvgRenderer renderer(resource);
@@ -77,39 +75,9 @@ QIcon Picture::icon(const QString& resource)
     return QIcon(new SvgIconEngine(resource));
 }
 
-namespace {
-
-std::future<QImage> preparedLogo;
-qreal preparedRatio = 0;
-
-const QString logoResource = QStringLiteral(":/images/logo.svg");
-
-} // namespace
-
-void Picture::prepareLogo(qreal devicePixelRatio)
-{
-    preparedRatio = devicePixelRatio;
-    // Into an image, which unlike a pixmap may be painted off the interface thread.
-    preparedLogo = std::async(std::launch::async, [devicePixelRatio] {
-        QSvgRenderer renderer(logoResource);
-        QImage picture(QSize(logoSide, logoSide) * devicePixelRatio, QImage::Format_ARGB32_Premultiplied);
-        picture.fill(Qt::transparent);
-        QPainter painter(&picture);
-        renderer.render(&painter);
-        painter.end();
-        picture.setDevicePixelRatio(devicePixelRatio);
-        return picture;
-    });
-}
-
 QPixmap Picture::logo(qreal devicePixelRatio)
 {
-    if (preparedLogo.valid()) {
-        QImage picture = preparedLogo.get();
-        if (preparedRatio == devicePixelRatio)
-            return QPixmap::fromImage(std::move(picture));
-    }
-    return pixmap(logoResource, QSize(logoSide, logoSide), devicePixelRatio);
+    return pixmap(QStringLiteral(":/images/logo.svg"), QSize(logoSide, logoSide), devicePixelRatio);
 }
 
 QIcon Picture::logoIcon()

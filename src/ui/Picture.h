@@ -16,9 +16,6 @@ public:
     // The logo, 128 points square.
     static constexpr int logoSide = 128;
     static QPixmap logo(qreal devicePixelRatio);
-    // Starts drawing the logo on a thread of its own, for the next logo() to
-    // take: the drawing then overlaps the building of the window.
-    static void prepareLogo(qreal devicePixelRatio);
     // The logo at one and two pixels per point, for the window's icon.
     static QIcon logoIcon();
 };

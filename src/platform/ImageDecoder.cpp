@@ -1,18 +1,14 @@
 #include "platform/ImageDecoder.h"
 
 #include "platform/Log.h"
+#include "platform/ModuleFiles.h"
 
-#include <QCoreApplication>
-#include <QDir>
 #include <QLibrary>
 
 #include <mutex>
 
 #ifndef MELODRIFT_IMAGING_MODULE
 #define MELODRIFT_IMAGING_MODULE "melodrift-imaging"
-#endif
-#ifndef MELODRIFT_IMAGING_LIBDIR
-#define MELODRIFT_IMAGING_LIBDIR "../lib/melodrift"
 #endif
 
 namespace platform {
@@ -27,18 +23,10 @@ struct Module {
     Release release = nullptr;
 };
 
-// Beside the program in the build tree, in its library folder once installed;
-// MELODRIFT_IMAGING names another file (the tests use it).
 Module load()
 {
-    QStringList paths;
-    if (const QString named = qEnvironmentVariable("MELODRIFT_IMAGING"); !named.isEmpty())
-        paths << named;
-    const QDir program(QCoreApplication::applicationDirPath());
-    paths << program.filePath(QStringLiteral(MELODRIFT_IMAGING_MODULE))
-          << program.filePath(QStringLiteral(MELODRIFT_IMAGING_LIBDIR "/" MELODRIFT_IMAGING_MODULE));
     QString error;
-    for (const QString& path : paths) {
+    for (const QString& path : ModuleFiles::candidates("MELODRIFT_IMAGING", QStringLiteral(MELODRIFT_IMAGING_MODULE))) {
         QLibrary library(path);
         if (!library.load()) {
             error = library.errorString();

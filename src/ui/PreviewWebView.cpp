@@ -1,15 +1,13 @@
 #include "ui/PreviewWebView.h"
 
+#include "platform/ModuleFiles.h"
+
 #include <QCoreApplication>
-#include <QDir>
 #include <QLibrary>
 #include <QOpenGLContext>
 
 #ifndef MELODRIFT_WEBPREVIEW_MODULE
 #define MELODRIFT_WEBPREVIEW_MODULE "melodrift-webpreview"
-#endif
-#ifndef MELODRIFT_INSTALLED_LIBDIR
-#define MELODRIFT_INSTALLED_LIBDIR "../lib/melodrift"
 #endif
 
 // Qt's own setter of the context that every GL context of the program shares
@@ -35,26 +33,14 @@ void shareGlContexts()
         delete context;
 }
 
-// Beside the program in the build tree, in its library folder once installed;
-// MELODRIFT_WEBPREVIEW names another file (the tests use it).
-QStringList candidates()
-{
-    QStringList paths;
-    if (const QString named = qEnvironmentVariable("MELODRIFT_WEBPREVIEW"); !named.isEmpty())
-        paths << named;
-    const QDir program(QCoreApplication::applicationDirPath());
-    paths << program.filePath(QStringLiteral(MELODRIFT_WEBPREVIEW_MODULE))
-          << program.filePath(QStringLiteral(MELODRIFT_INSTALLED_LIBDIR "/" MELODRIFT_WEBPREVIEW_MODULE));
-    return paths;
-}
-
 } // namespace
 
 std::unique_ptr<PreviewWebView> PreviewWebView::load(QString& error)
 {
     if (!module) {
         shareGlContexts();
-        for (const QString& path : candidates()) {
+        for (const QString& path : platform::ModuleFiles::candidates(
+                 "MELODRIFT_WEBPREVIEW", QStringLiteral(MELODRIFT_WEBPREVIEW_MODULE))) {
             auto* library = new QLibrary(path);
             if (library->load()) {
                 module = library;

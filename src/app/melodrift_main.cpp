@@ -1,4 +1,5 @@
 // melodrift: the desktop program.
+#include "platform/BlockingHttp.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "platform/ServiceEndpoints.h"
@@ -96,5 +97,9 @@ int main(int argc, char** argv)
     delegate.applicationDidFinishLaunching();
     if (!address.isEmpty())
         delegate.openAddress(address);
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    // The window is gone: a worker waiting on a server must not keep the
+    // program alive unseen until that server answers or times out.
+    platform::BlockingHttp::cancelAll();
+    return status;
 }

@@ -11,7 +11,19 @@ namespace {
 
 const QString domain = QStringLiteral("QNetworkReply");
 
+// Never destroyed: GETs on threads that outlive main() may still look at it.
+CancelToken& ending()
+{
+    static CancelToken* const token = new CancelToken;
+    return *token;
+}
+
 } // namespace
+
+void BlockingHttp::cancelAll()
+{
+    ending().cancel();
+}
 
 bool BlockingHttp::isTransportError(int networkError)
 {
@@ -32,7 +44,7 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
         response.error = Error{domain, QNetworkReply::ProtocolUnknownError, QStringLiteral("Invalid URL: ") + url.toString()};
         return response;
     }
-    if (options.cancel && options.cancel->isCancelled()) {
+    if ((options.cancel && options.cancel->isCancelled()) || ending().isCancelled()) {
         response.error = Error{domain, QNetworkReply::OperationCanceledError, QStringLiteral("Cancelled")};
         return response;
     }
@@ -57,16 +69,16 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
         response.body += reply->readAll();
     });
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    CancelToken::Hook hook = 0;
-    if (options.cancel) {
-        // The reply is this thread's: the abort is queued to it. It stays alive
-        // while the hook may run, as forget() comes before the delete below. By
-        // name, so that the queued call is made and run wholly inside Qt, whose
-        // locks ThreadSanitizer cannot see.
-        hook = options.cancel->watch([reply] { QMetaObject::invokeMethod(reply, "abort", Qt::QueuedConnection); });
-    }
+    // The reply is this thread's: the abort is queued to it. It stays alive
+    // while the hooks may run, as forget() comes before the delete below. By
+    // name, so that the queued call is made and run wholly inside Qt, whose
+    // locks ThreadSanitizer cannot see.
+    const auto abort = [reply] { QMetaObject::invokeMethod(reply, "abort", Qt::QueuedConnection); };
+    const CancelToken::Hook hook = options.cancel ? options.cancel->watch(abort) : 0;
+    const CancelToken::Hook endingHook = ending().watch(abort);
     if (!reply->isFinished())
         loop.exec();
+    ending().forget(endingHook);
     if (options.cancel)
         options.cancel->forget(hook);
 

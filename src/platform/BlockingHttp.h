@@ -45,6 +45,10 @@ public:
     static HttpResponse get(const QUrl& url);
     static HttpResponse get(const QUrl& url, const Options& options);
 
+    // For the program's end: every GET under way is aborted and none is begun
+    // any more, so that no worker holds the program up waiting on a server.
+    static void cancelAll();
+
     // A QNetworkReply error of the connection itself (refused, reset, timed out),
     // as opposed to one that only mirrors an HTTP status the server chose: with
     // these even a reply that had begun is incomplete.

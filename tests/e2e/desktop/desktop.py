@@ -29,8 +29,8 @@ def wait_for(condition, timeout=20.0, what="condition"):
 
 
 class Service:
-    def __init__(self):
-        self.process = subprocess.Popen([SERVICE, "--data", CATALOGUE],
+    def __init__(self, *options):
+        self.process = subprocess.Popen([SERVICE, "--data", CATALOGUE, *options],
                                         stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         self.base = self.process.stdout.readline().strip()
 

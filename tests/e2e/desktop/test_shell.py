@@ -2,11 +2,12 @@
 opens the folder, and the settings window keeps a choice across a restart."""
 
 import os
+import time
 import unittest
 
 import pyatspi
 
-from desktop import DesktopTest, wait_for
+from desktop import DesktopTest, Service, wait_for
 
 
 class Shell(DesktopTest):
@@ -43,6 +44,18 @@ class Shell(DesktopTest):
         again.press(again.menu_item("Settings\u2026"))
         keep = again.wait(pyatspi.ROLE_RADIO_BUTTON, "Keep it as it was downloaded")
         self.assertTrue(keep.getState().contains(pyatspi.STATE_CHECKED))
+
+    def test_quit_does_not_wait_for_a_stalled_server(self):
+        slow = Service("--latency", "watch=120000")
+        try:
+            run = self.start(slow.watch("UnVsZTExMF8"))  # waits for the window
+            time.sleep(1.0)  # the watch page's request under way
+            started = time.monotonic()
+            run.press(run.menu_item("Quit"))
+            self.assertEqual(run.process.wait(timeout=30), 0)
+            self.assertLess(time.monotonic() - started, 10)
+        finally:
+            slow.stop()
 
 
 if __name__ == "__main__":

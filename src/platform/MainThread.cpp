@@ -51,6 +51,14 @@ protected:
         return true;
     }
 
+    // With the application object, after its workers have ended; the lock
+    // orders what they posted last before the queue goes.
+    ~Dispatcher() override
+    {
+        std::lock_guard lock(mutex_);
+        pending_.clear();
+    }
+
 private:
     explicit Dispatcher(QObject* parent) : QObject(parent) {}
 

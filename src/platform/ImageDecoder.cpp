@@ -26,18 +26,13 @@ struct Module {
 Module load()
 {
     QString error;
-    for (const QString& path : ModuleFiles::candidates("MELODRIFT_IMAGING", QStringLiteral(MELODRIFT_IMAGING_MODULE))) {
-        QLibrary library(path);
-        if (!library.load()) {
-            error = library.errorString();
-            continue;
-        }
-        // Never unloaded: the pictures it made are freed by it.
-        Module module{reinterpret_cast<Decode>(library.resolve("melodrift_decode_image")),
-                      reinterpret_cast<Release>(library.resolve("melodrift_release_image"))};
+    // Never unloaded: the pictures it made are freed by it.
+    if (QLibrary* library = ModuleFiles::load("MELODRIFT_IMAGING", QStringLiteral(MELODRIFT_IMAGING_MODULE), error)) {
+        const Module module{reinterpret_cast<Decode>(library->resolve("melodrift_decode_image")),
+                            reinterpret_cast<Release>(library->resolve("melodrift_release_image"))};
         if (module.decode && module.release)
             return module;
-        error = library.errorString();
+        error = library->errorString();
     }
     Log::line(QStringLiteral("Pictures cannot be decoded: ") + error);
     return {};
@@ -47,10 +42,12 @@ Module load()
 
 Image ImageDecoder::decode(const QByteArray& bytes)
 {
+    if (bytes.isEmpty())
+        return {}; // no picture came: no reason to load the decoder
     static std::once_flag once;
     static Module module;
     std::call_once(once, [] { module = load(); });
-    if (!module.decode || bytes.isEmpty())
+    if (!module.decode)
         return {};
     const QImage* image = module.decode(bytes.constData(), bytes.size());
     return image ? Image(image, module.release) : Image();

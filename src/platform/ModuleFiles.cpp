@@ -2,6 +2,8 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QLibrary>
+#include <QStringList>
 
 #ifndef MELODRIFT_INSTALLED_LIBDIR
 #define MELODRIFT_INSTALLED_LIBDIR "../lib/melodrift"
@@ -9,7 +11,7 @@
 
 namespace platform {
 
-QStringList ModuleFiles::candidates(const char* variable, const QString& fileName)
+QLibrary* ModuleFiles::load(const char* variable, const QString& fileName, QString& error)
 {
     QStringList paths;
     if (const QString named = qEnvironmentVariable(variable); !named.isEmpty())
@@ -17,7 +19,14 @@ QStringList ModuleFiles::candidates(const char* variable, const QString& fileNam
     const QDir program(QCoreApplication::applicationDirPath());
     paths << program.filePath(fileName)
           << program.filePath(QStringLiteral(MELODRIFT_INSTALLED_LIBDIR "/") + fileName);
-    return paths;
+    for (const QString& path : paths) {
+        auto* library = new QLibrary(path);
+        if (library->load())
+            return library;
+        error = library->errorString();
+        delete library;
+    }
+    return nullptr;
 }
 
 } // namespace platform

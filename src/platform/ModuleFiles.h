@@ -1,16 +1,18 @@
 #pragma once
 
 #include <QString>
-#include <QStringList>
+
+class QLibrary;
 
 namespace platform {
 
-// Where the programs' own modules are looked for, in order: the file that an
-// environment variable names (the tests use it), beside the program (the build
-// tree), in the program's library folder (once installed).
+// The programs' own modules, looked for in order: the file that an environment
+// variable names (the tests use it), beside the program (the build tree), in
+// the program's library folder (once installed).
 class ModuleFiles {
 public:
-    static QStringList candidates(const char* variable, const QString& fileName);
+    // The first that loads, never unloaded; none with the last reason in error.
+    static QLibrary* load(const char* variable, const QString& fileName, QString& error);
 };
 
 } // namespace platform

@@ -39,16 +39,7 @@ std::unique_ptr<PreviewWebView> PreviewWebView::load(QString& error)
 {
     if (!module) {
         shareGlContexts();
-        for (const QString& path : platform::ModuleFiles::candidates(
-                 "MELODRIFT_WEBPREVIEW", QStringLiteral(MELODRIFT_WEBPREVIEW_MODULE))) {
-            auto* library = new QLibrary(path);
-            if (library->load()) {
-                module = library;
-                break;
-            }
-            error = library->errorString();
-            delete library;
-        }
+        module = platform::ModuleFiles::load("MELODRIFT_WEBPREVIEW", QStringLiteral(MELODRIFT_WEBPREVIEW_MODULE), error);
         if (!module)
             return nullptr;
     }

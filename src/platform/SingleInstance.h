@@ -1,15 +1,16 @@
 #pragma once
 
 #include <QByteArray>
-#include <QLocalServer>
 #include <QObject>
 #include <QString>
+
+class QSocketNotifier;
 
 // One running program per user: a second start hands its request to the first
 // over a local socket and ends. The socket lives in the user's runtime folder;
 // one left behind by a program that died is removed, never in the way.
-class QLocalSocket;
-
+// Plain sockets rather than Qt Network's: the window's start-up loads no
+// network code.
 namespace platform {
 
 class SingleInstance : public QObject {
@@ -17,6 +18,9 @@ class SingleInstance : public QObject {
 public:
     // name: the socket's file name in the runtime folder.
     explicit SingleInstance(const QString& name, QObject* parent = nullptr);
+    ~SingleInstance() override;
+    SingleInstance(const SingleInstance&) = delete;
+    SingleInstance& operator=(const SingleInstance&) = delete;
 
     // True when a running program took the message (this one ends); false when
     // this is the first, which now listens for the later ones.
@@ -27,10 +31,13 @@ signals:
 
 private:
     bool send(const QByteArray& message) const;
-    void receive(QLocalSocket* socket);
+    bool listen();
+    void accept();
+    void receive(int connection);
 
     QString path_;
-    QLocalServer server_;
+    int server_ = -1;
+    QSocketNotifier* serverNotifier_ = nullptr;
 };
 
 } // namespace platform

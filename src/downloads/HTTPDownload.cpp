@@ -4,9 +4,7 @@
 #include "platform/BlockingHttp.h"
 #include "platform/Log.h"
 
-#include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QNetworkRequest>
 #include <QUuid>
 
 #include <climits>
@@ -43,11 +41,7 @@ std::shared_ptr<HTTPDownload> HTTPDownload::initWithTempFile(const QUrl& url)
 
 HTTPDownload::~HTTPDownload()
 {
-    if (reply_) {
-        reply_->disconnect();
-        reply_->abort();
-        delete reply_;
-    }
+    transfer_.reset();
     output_.close();
 }
 
@@ -58,15 +52,13 @@ QString HTTPDownload::generateUuidString()
 
 void HTTPDownload::start()
 {
-    manager_ = std::make_unique<QNetworkAccessManager>();
-    QNetworkRequest request(url_);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    request.setTransferTimeout(static_cast<int>(timeout_.count()));
-    reply_ = manager_->get(request);
-    reply_->setReadBufferSize(readBufferBytes);
-    QObject::connect(reply_, &QNetworkReply::readyRead, reply_, [this] { onReadyRead(); });
-    QObject::connect(reply_, &QNetworkReply::finished, reply_, [this] { onFinished(); });
+    QString unavailable;
+    platform::HttpEngine* engine = platform::HttpEngine::instance(&unavailable);
+    if (!engine) {
+        didFailWithError({QStringLiteral("QNetworkReply"), QNetworkReply::ProtocolUnknownError, unavailable});
+        return;
+    }
+    transfer_ = engine->get(nullptr, {url_, timeout_, readBufferBytes}, [this] { onReadyRead(); }, [this] { onFinished(); });
 }
 
 void HTTPDownload::respondOnce()
@@ -74,11 +66,10 @@ void HTTPDownload::respondOnce()
     if (responded_)
         return;
     responded_ = true;
-    const QVariant status = reply_->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-    if (!status.isValid())
+    const std::optional<int> status = transfer_->status();
+    if (!status)
         return; // no response at all: the failure says why
-    const QVariant length = reply_->header(QNetworkRequest::ContentLengthHeader);
-    didReceiveResponse(status.toInt(), length.isValid() ? length.toLongLong() : 0);
+    didReceiveResponse(*status, transfer_->contentLength().value_or(0));
 }
 
 void HTTPDownload::onReadyRead()
@@ -87,28 +78,29 @@ void HTTPDownload::onReadyRead()
     const auto self = shared_from_this();
     respondOnce();
     char chunk[64 * 1024];
-    // A reply ended by the transfer time-out is closed already.
-    for (qint64 n; reply_ && reply_->isOpen() && (n = reply_->read(chunk, sizeof chunk)) > 0;)
+    for (qint64 n; transferring() && (n = transfer_->read(chunk, sizeof chunk)) > 0;)
         didReceiveData(chunk, n);
 }
 
 void HTTPDownload::onFinished()
 {
     const auto self = shared_from_this();
-    if (!reply_)
+    if (!transferring())
         return;
     onReadyRead();
-    QNetworkReply* reply = reply_;
-    reply_ = nullptr;
-    reply->deleteLater();
-    if (reply->error() != QNetworkReply::NoError && (platform::BlockingHttp::isTransportError(reply->error()) ||
-                                                     !reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid())) {
-        // cancel() disconnects first, so a cancelled reply here is the transfer time-out.
-        const QString reason = reply->error() == QNetworkReply::OperationCanceledError
+    if (!transferring())
+        return; // the file could not take what came
+    const int error = transfer_->error();
+    const bool answered = transfer_->status().has_value();
+    const QString errorString = transfer_->errorString();
+    transfer_->stop();
+    if (error != QNetworkReply::NoError && (platform::BlockingHttp::isTransportError(error) || !answered)) {
+        // cancel() stops it silently, so a cancelled transfer here is the time-out.
+        const QString reason = error == QNetworkReply::OperationCanceledError
                                    ? QStringLiteral("No data arrived for %1 s; the transfer timed out.")
                                          .arg(static_cast<double>(timeout_.count()) / 1000.0)
-                                   : reply->errorString();
-        didFailWithError({QStringLiteral("QNetworkReply"), reply->error(), reason});
+                                   : errorString;
+        didFailWithError({QStringLiteral("QNetworkReply"), error, reason});
         return;
     }
     // A connection closed early can still end without an error from the reply
@@ -160,13 +152,9 @@ void HTTPDownload::didReceiveData(const char* data, qint64 size)
 
 void HTTPDownload::didFailWithError(const platform::Error& error)
 {
-    if (reply_) {
-        // A write that failed ends the transfer here: nothing more is taken.
-        reply_->disconnect();
-        reply_->abort();
-        reply_->deleteLater();
-        reply_ = nullptr;
-    }
+    // A write that failed ends the transfer here: nothing more is taken.
+    if (transfer_)
+        transfer_->stop();
     error_.set(error);
     didFinishLoading();
 }
@@ -181,12 +169,8 @@ void HTTPDownload::didFinishLoading()
 
 void HTTPDownload::cancel()
 {
-    if (!reply_)
-        return;
-    reply_->disconnect();
-    reply_->abort();
-    reply_->deleteLater();
-    reply_ = nullptr;
+    if (transfer_)
+        transfer_->stop();
 }
 
 void HTTPDownload::waitForFinish() const

@@ -2,6 +2,7 @@
 
 #include "platform/Error.h"
 #include "platform/Event.h"
+#include "platform/HttpEngine.h"
 #include "platform/Property.h"
 
 #include <QFile>
@@ -12,9 +13,6 @@
 #include <chrono>
 #include <memory>
 #include <optional>
-
-class QNetworkAccessManager;
-class QNetworkReply;
 
 // One GET whose body goes straight into a file, chunk by chunk as it arrives,
 // with an event each time the whole percentage changes and one at the end. All
@@ -72,6 +70,7 @@ private:
     void onReadyRead();
     void onFinished();
     void respondOnce();
+    bool transferring() const { return transfer_ && transfer_->isActive(); }
 
     const QString localfile_;
     const QUrl url_;
@@ -84,6 +83,5 @@ private:
     std::atomic<bool> done_{false};
     bool responded_ = false;
     std::chrono::milliseconds timeout_{60000};
-    std::unique_ptr<QNetworkAccessManager> manager_;
-    QNetworkReply* reply_ = nullptr;
+    std::unique_ptr<platform::HttpEngine::Transfer> transfer_;
 };

@@ -1,9 +1,7 @@
 #include "platform/BlockingHttp.h"
 
 #include <QEventLoop>
-#include <QNetworkAccessManager>
 #include <QNetworkReply>
-#include <QNetworkRequest>
 
 namespace platform {
 
@@ -49,53 +47,48 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
         return response;
     }
 
-    std::optional<QNetworkAccessManager> own;
-    QNetworkAccessManager* manager = options.manager ? options.manager : &own.emplace();
-    QNetworkRequest request(url);
-    request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
-    request.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
-    request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
-    request.setTransferTimeout(static_cast<int>(options.timeout.count()));
+    QString unavailable;
+    HttpEngine* engine = HttpEngine::instance(&unavailable);
+    if (!engine) {
+        response.error = Error{domain, QNetworkReply::ProtocolUnknownError, unavailable};
+        return response;
+    }
 
     QEventLoop loop;
-    QNetworkReply* reply = manager->get(request);
+    std::unique_ptr<HttpEngine::Transfer> transfer;
     bool tooLarge = false;
-    QObject::connect(reply, &QNetworkReply::readyRead, reply, [&] {
-        if (response.body.size() + reply->bytesAvailable() > options.maxBytes) {
+    transfer = engine->get(options.session, {url, options.timeout, 0}, [&] {
+        if (response.body.size() + transfer->bytesAvailable() > options.maxBytes) {
             tooLarge = true;
-            reply->abort();
+            transfer->abort();
             return;
         }
-        response.body += reply->readAll();
-    });
-    QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
-    // The reply is this thread's: the abort is queued to it. It stays alive
-    // while the hooks may run, as forget() comes before the delete below. By
-    // name, so that the queued call is made and run wholly inside Qt, whose
-    // locks ThreadSanitizer cannot see.
-    const auto abort = [reply] { QMetaObject::invokeMethod(reply, "abort", Qt::QueuedConnection); };
+        response.body += transfer->readAll();
+    }, [&] { loop.quit(); });
+    // The transfer stays alive while the hooks may run, as forget() comes
+    // before it goes.
+    const auto abort = [&transfer] { transfer->abortSoon(); };
     const CancelToken::Hook hook = options.cancel ? options.cancel->watch(abort) : 0;
     const CancelToken::Hook endingHook = ending().watch(abort);
-    if (!reply->isFinished())
+    if (!transfer->isFinished())
         loop.exec();
     ending().forget(endingHook);
     if (options.cancel)
         options.cancel->forget(hook);
 
     if (!tooLarge)
-        response.body += reply->readAll();
-    const QVariant status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
+        response.body += transfer->readAll();
+    const std::optional<int> status = transfer->status();
     if (tooLarge) {
         response.error = Error{domain, QNetworkReply::UnknownContentError,
                                QStringLiteral("Response larger than %1 bytes").arg(options.maxBytes)};
         response.body.clear();
-    } else if (status.isValid() && !isTransportError(reply->error())) {
+    } else if (status && !isTransportError(transfer->error())) {
         // A 404 is an answer, not a failed connection.
-        response.status = status.toInt();
+        response.status = *status;
     } else {
-        response.error = Error{domain, reply->error(), reply->errorString()};
+        response.error = Error{domain, transfer->error(), transfer->errorString()};
     }
-    delete reply;
     return response;
 }
 

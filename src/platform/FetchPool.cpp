@@ -1,8 +1,6 @@
 #include "platform/FetchPool.h"
 
-#include <QNetworkAccessManager>
-
-#include <optional>
+#include "platform/HttpEngine.h"
 
 namespace platform {
 
@@ -46,8 +44,8 @@ void FetchPool::get(const QUrl& url, std::shared_ptr<CancelToken> cancel, Done d
 void FetchPool::serve()
 {
     // Made for the first GET, not here: a pool made on the way out of the
-    // program must not be building managers as the application goes.
-    std::optional<QNetworkAccessManager> manager;
+    // program must not be building sessions as the application goes.
+    std::unique_ptr<HttpEngine::Session> session;
     for (;;) {
         Task task;
         {
@@ -60,9 +58,10 @@ void FetchPool::serve()
         }
         BlockingHttp::Options options;
         options.cancel = std::move(task.cancel);
-        if (!manager)
-            manager.emplace();
-        options.manager = &*manager;
+        if (!session)
+            if (HttpEngine* engine = HttpEngine::instance())
+                session = engine->session();
+        options.session = session.get();
         task.done(BlockingHttp::get(task.url, options));
     }
 }

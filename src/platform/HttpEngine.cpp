@@ -17,11 +17,9 @@ HttpEngine* HttpEngine::instance(QString* error)
 {
     static std::once_flag once;
     static HttpEngine* engine = nullptr;
-    // Never unloaded: its transfers may outlive everything but the process.
-    static QLibrary* library = nullptr;
     static QString reason;
     std::call_once(once, [] {
-        if ((library = ModuleFiles::load("MELODRIFT_NETWORK", QStringLiteral(MELODRIFT_NETWORK_MODULE), reason))) {
+        if (QLibrary* library = ModuleFiles::load("MELODRIFT_NETWORK", QStringLiteral(MELODRIFT_NETWORK_MODULE), reason)) {
             using Make = HttpEngine* (*)();
             if (const auto make = reinterpret_cast<Make>(library->resolve("melodrift_http_engine")))
                 engine = make();

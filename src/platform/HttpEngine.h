@@ -31,10 +31,9 @@ public:
         qint64 readBufferBytes = 0;
     };
 
-    // Redirects are followed unless they lead from https to http; nothing is
-    // cached.
     // One GET, run by the event loop of the thread that began it, where its
-    // hooks come too. A hook may stop the transfer or destroy it.
+    // hooks come too. A hook may stop the transfer or destroy it. Redirects are
+    // followed unless they lead from https to http; nothing is cached.
     class Transfer {
     public:
         virtual ~Transfer() = default;

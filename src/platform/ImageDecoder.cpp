@@ -19,7 +19,6 @@ using Decode = const QImage* (*)(const char* data, qint64 size);
 using Release = void (*)(const QImage* image);
 
 struct Module {
-    QLibrary* library = nullptr; // never unloaded: the pictures it made are freed by it
     Decode decode = nullptr;
     Release release = nullptr;
 };
@@ -28,12 +27,11 @@ Module load()
 {
     QString error;
     if (QLibrary* library = ModuleFiles::load("MELODRIFT_IMAGING", QStringLiteral(MELODRIFT_IMAGING_MODULE), error)) {
-        const Module module{library, reinterpret_cast<Decode>(library->resolve("melodrift_decode_image")),
+        const Module module{reinterpret_cast<Decode>(library->resolve("melodrift_decode_image")),
                             reinterpret_cast<Release>(library->resolve("melodrift_release_image"))};
         if (module.decode && module.release)
             return module;
         error = library->errorString();
-        delete library;
     }
     Log::line(QStringLiteral("Pictures cannot be decoded: ") + error);
     return {};

@@ -11,7 +11,8 @@ namespace platform {
 // the program's library folder (once installed).
 class ModuleFiles {
 public:
-    // The first that loads, never unloaded; none with the last reason in error.
+    // The first that loads; none with the last reason in error. Kept here and
+    // never unloaded: what a module made may be in use until the process ends.
     static QLibrary* load(const char* variable, const QString& fileName, QString& error);
 };
 

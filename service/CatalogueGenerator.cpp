@@ -26,7 +26,7 @@ namespace service {
 namespace {
 
 constexpr const char* pictureSize = "640x360";
-constexpr const char* frameRate = "24";
+constexpr const char* frameRate = "15";
 
 // Encoder arguments per format: modest sizes and rates keep generation short.
 std::vector<std::string> encoderArguments(int itag)

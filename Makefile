@@ -63,6 +63,7 @@ FUZZ_TARGETS := $(patsubst fuzz/fuzz_%.cpp,%,$(wildcard fuzz/fuzz_*.cpp))
 SEEDS_watch_page := tests/data/watch
 SEEDS_parser_result_archive := tests/data/parser_result
 SEEDS_tbxml := tests/data/feeds
+SEEDS_image_decoder := tests/data/pictures
 
 fuzz: $(addprefix fuzz-,$(FUZZ_TARGETS))
 

@@ -40,7 +40,7 @@ struct Fixture {
         std::ofstream(Catalogue::mediaPath(dir, "clip", *findStreamFormat(22)), std::ios::binary)
             << std::string(mediaSize, 'm');
         std::ofstream(Catalogue::thumbnailPath(dir, "clip"), std::ios::binary) << "JPEG";
-        catalogue = Catalogue(dir, {Video{"clip", 30, VideoKind::normal, "Café & Crème", "A tone.", {22}}});
+        catalogue = Catalogue(dir, {Video{"clip", 30, VideoKind::normal, "Café & Crème", "A tone.", {22}, {}}});
     }
     ~Fixture() { fs::remove_all(dir); }
 

@@ -125,6 +125,20 @@ bool CatalogueGenerator::ensure()
     return true;
 }
 
+std::filesystem::path CatalogueGenerator::bombPicture() const
+{
+    const auto folder = dir_ / "hostile";
+    const auto picture = folder / "bomb.png";
+    if (std::filesystem::exists(picture))
+        return picture;
+    std::filesystem::create_directories(folder);
+    // Made beside it and renamed into place: two services may make it at once.
+    const auto part = folder / ("bomb." + std::to_string(::getpid()) + ".png");
+    run({"-f", "lavfi", "-i", "color=c=black:s=5600x5600", "-frames:v", "1", "-compression_level", "9", part.string()});
+    std::filesystem::rename(part, picture);
+    return picture;
+}
+
 void CatalogueGenerator::generate()
 {
     const auto started = std::chrono::steady_clock::now();

@@ -21,6 +21,9 @@ public:
     // meanwhile, so that of two services started at once only one generates.
     // True when it generated. Throws std::runtime_error.
     bool ensure();
+    // The hostile mode's thumbnail, made once in DIR/hostile: a PNG of a few
+    // dozen kilobytes that declares 5600 x 5600 pixels. Throws std::runtime_error.
+    std::filesystem::path bombPicture() const;
 
 private:
     bool isComplete() const;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <set>
@@ -27,6 +28,10 @@ struct Faults {
     std::set<std::string, std::less<>> stallStreams;
     // Every feed answer padded to this many items (0: not padded).
     std::size_t feedSize = 0;
+    // The hostile mode: the local file its videos point at, and that file's
+    // bytes, which no request may ever carry here.
+    std::filesystem::path hostileFile;
+    std::string secret;
 
     std::chrono::milliseconds latencyOf(RequestKind kind) const;
 };

@@ -46,7 +46,9 @@ std::string FeedWriter::write(std::string_view words, const std::vector<const Vi
 void FeedWriter::writeItem(std::string& out, const Video& video) const
 {
     const std::string base = escapeXml(base_);
-    const std::string title = escapeXml(video.title);
+    const Video::Hostile none;
+    const Video::Hostile& hostile = video.hostile ? *video.hostile : none;
+    const std::string title = hostile.titleXml.empty() ? escapeXml(video.title) : hostile.titleXml;
     const std::string description = escapeXml(video.description);
     const std::string watch = base + "/watch?v=" + escapeXml(video.id);
     const std::string seconds = std::to_string(video.seconds);
@@ -56,7 +58,7 @@ void FeedWriter::writeItem(std::string& out, const Video& video) const
     out += "      <pubDate>Mon, 19 Nov 2012 21:40:03 +0000</pubDate>\n";
     out += "      <title>" + title + "</title>\n";
     out += "      <description>" + description + "</description>\n";
-    out += "      <link>" + watch + "&amp;feature=youtube_gdata</link>\n";
+    out += "      <link>" + (hostile.link.empty() ? watch + "&amp;feature=youtube_gdata" : hostile.link) + "</link>\n";
     out += "      <author>noreply@melodrift.invalid (melodrift)</author>\n";
     out += "      <media:group>\n";
     out += "        <media:description type='plain'>" + description + "</media:description>\n";

@@ -34,7 +34,8 @@ HttpResponse MediaEndpoint::stream(const UrlQuery& query, std::string_view range
     if (const auto it = faults_.failStreams.find(*id); it != faults_.failStreams.end())
         return HttpResponse::text(it->second, "Stream failure on request.\n");
 
-    const auto path = Catalogue::mediaPath(catalogue_.dir(), video->id, *format);
+    const bool borrowed = video->hostile && !video->hostile->mediaOf.empty();
+    const auto path = Catalogue::mediaPath(catalogue_.dir(), borrowed ? video->hostile->mediaOf : video->id, *format);
     std::error_code error;
     const std::uint64_t size = std::filesystem::file_size(path, error);
     if (error)

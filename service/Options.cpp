@@ -102,6 +102,10 @@ Options Options::parse(const std::vector<std::string>& arguments)
             if (!size || *size > 100000)
                 fail("--feed-size wants a number of items up to 100000, not \"" + text + "\"");
             options.faults.feedSize = *size;
+        } else if (name == "--hostile") {
+            options.faults.hostileFile = value();
+            if (options.faults.hostileFile.empty())
+                fail("--hostile needs a file");
         } else {
             fail("unknown argument \"" + arguments[i] + "\"");
         }
@@ -131,6 +135,11 @@ std::string Options::usage()
            "  --cut-stream ID        the streams of video ID end after half the body\n"
            "  --stall-stream ID      the streams of video ID stop after a few bytes\n"
            "  --feed-size N          pad every feed answer to N items by repeating matches\n"
+           "  --hostile FILE         add the videos a hostile service could send: a feed\n"
+           "                         link and a stream at the local FILE, a picture bomb,\n"
+           "                         terminal escapes and \"%1\" in titles (search \"hostile\");\n"
+           "                         a request that carries FILE's bytes is written down\n"
+           "                         on standard output (\"SECRET ARRIVED in ...\")\n"
            "  --help                 this text\n";
 }
 

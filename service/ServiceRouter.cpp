@@ -9,6 +9,7 @@
 #include "service/WholeNumber.h"
 
 #include <exception>
+#include <iostream>
 
 namespace service {
 
@@ -63,6 +64,10 @@ std::string ServiceRouter::baseFor(const HttpRequest& request) const
 HttpResponse ServiceRouter::handle(const HttpRequest& request) const
 {
     const auto [path, query] = UrlQuery::splitTarget(request.target);
+    if (!faults_.secret.empty() &&
+        (request.body.find(faults_.secret) != std::string::npos || request.target.find(faults_.secret) != std::string::npos))
+        // On standard output, after the base address: the record a test reads.
+        std::cout << "SECRET ARRIVED in " + request.method + " " + std::string(path) + "\n" << std::flush;
     HttpResponse response;
     std::optional<RequestKind> kind;
     if (path == "/feeds/api/videos") {
@@ -147,13 +152,14 @@ HttpResponse ServiceRouter::thumbnail(std::string_view path) const
     const Video* video = slash == std::string_view::npos ? nullptr : catalogue_.find(rest.substr(0, slash));
     if (!video || !rest.ends_with(".jpg"))
         return HttpResponse::text(404, "No such picture.\n");
-    const auto file = Catalogue::thumbnailPath(catalogue_.dir(), video->id);
+    const bool hostile = video->hostile && !video->hostile->picture.empty();
+    const auto file = hostile ? video->hostile->picture : Catalogue::thumbnailPath(catalogue_.dir(), video->id);
     std::error_code error;
     const auto size = std::filesystem::file_size(file, error);
     if (error)
         return HttpResponse::text(404, "No such picture.\n");
     HttpResponse response;
-    response.contentType = "image/jpeg";
+    response.contentType = hostile ? "image/png" : "image/jpeg";
     response.file = HttpResponse::FileSlice{file, 0, size};
     return response;
 }

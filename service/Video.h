@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,6 +23,17 @@ struct Video {
     std::string title; // UTF-8, as shown
     std::string description;
     std::vector<int> itags; // the streams there are, in stream-map order
+
+    // What a service in the wrong hands puts in place of the usual (--hostile);
+    // each field empty where the video's own stands.
+    struct Hostile {
+        std::string link;              // the feed item's <link> text, as it stands
+        std::string titleXml;          // the feed item's <title> text, as it stands
+        std::string stream;            // every stream's address
+        std::string mediaOf;           // the video whose media files its streams are
+        std::filesystem::path picture; // its thumbnail's file
+    };
+    std::optional<Hostile> hostile;
 };
 
 } // namespace service

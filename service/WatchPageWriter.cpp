@@ -120,6 +120,8 @@ WatchPageWriter::WatchPageWriter(std::string base) : base_(std::move(base)) {}
 
 std::string WatchPageWriter::streamAddress(const Video& video, const StreamFormat& format) const
 {
+    if (video.hostile && !video.hostile->stream.empty())
+        return video.hostile->stream;
     const std::string itag = std::to_string(format.itag);
     return base_ + "/videoplayback?sparams=" + UrlQuery::encode("id,itag,source,expire") + "&fexp=900222&itag=" +
            itag + "&source=melodrift&expire=" + std::string(expire) + "&key=yt1&ratebypass=yes&id=" +

@@ -2,6 +2,7 @@
 
 #include "service/Catalogue.h"
 #include "service/CatalogueGenerator.h"
+#include "service/HostileVideos.h"
 #include "service/HttpServer.h"
 #include "service/Options.h"
 #include "service/ServiceRouter.h"
@@ -9,6 +10,9 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <iostream>
 #include <pthread.h>
 
@@ -43,7 +47,20 @@ int main(int argc, char** argv)
         if (options.generateOnly)
             return 0;
 
-        const Catalogue catalogue = Catalogue::load(options.dataDir);
+        const Catalogue catalogue = [&] {
+            Catalogue demo = Catalogue::load(options.dataDir);
+            if (options.faults.hostileFile.empty())
+                return demo;
+            std::ifstream secret(options.faults.hostileFile, std::ios::binary);
+            options.faults.secret.assign(std::istreambuf_iterator<char>(secret), std::istreambuf_iterator<char>());
+            if (options.faults.secret.empty())
+                throw std::runtime_error(options.faults.hostileFile.string() + ": no bytes to watch for");
+            std::vector<Video> videos = demo.videos();
+            for (Video& video : hostileVideos(std::filesystem::absolute(options.faults.hostileFile),
+                                              CatalogueGenerator(options.dataDir, std::cerr).bombPicture()))
+                videos.push_back(std::move(video));
+            return Catalogue(options.dataDir, std::move(videos));
+        }();
         HttpServer server(options.port);
         const ServiceRouter router(catalogue, options.faults, server.base());
         server.start([&router](const HttpRequest& request) { return router.handle(request); });

@@ -42,15 +42,18 @@ Options:
 
 std::atomic<bool> interrupted{false};
 
+// Titles, addresses and the texts of servers and ffmpeg pass through here: no
+// control character of theirs reaches the terminal.
 void print(const QString& text)
 {
-    std::fputs(text.toLocal8Bit().constData(), stdout);
+    std::fputs(platform::withoutControls(text, QChar(0xFFFD), true).toLocal8Bit().constData(), stdout);
     std::fflush(stdout);
 }
 
 void complain(const QString& text)
 {
-    std::fputs((text + QLatin1Char('\n')).toLocal8Bit().constData(), stderr);
+    std::fputs((platform::withoutControls(text, QChar(0xFFFD), true) + QLatin1Char('\n')).toLocal8Bit().constData(),
+               stderr);
 }
 
 // Prints a job's progress: a bar redrawn in place on a terminal, plain lines
@@ -71,7 +74,8 @@ public:
             if (status != lastStatus_ && !lastStatus_.isEmpty())
                 print(QStringLiteral("\n"));
             const int filled = percent < 0 ? 0 : percent / 5;
-            print(QStringLiteral("\r%1 [%2%3] %4")
+            std::fputs("\r", stdout);
+            print(QStringLiteral("%1 [%2%3] %4")
                       .arg(status, -12)
                       .arg(QString(filled, QLatin1Char('#')), QString(20 - filled, QLatin1Char('.')))
                       .arg(percent < 0 ? QStringLiteral("    ") : QStringLiteral("%1%").arg(percent, 3)));

@@ -81,18 +81,19 @@ int main(int argc, char** argv)
         QLoggingCategory::setFilterRules(QStringLiteral("*.info=false\n*.debug=false"));
     }
     // A second start brings the running window to the front and ends.
-    platform::SingleInstance instance(QStringLiteral("melodrift.socket"));
-    const QByteArray request = address.isEmpty() ? QByteArrayLiteral("raise") : "open " + address.toUtf8();
-    if (instance.handOver(request))
+    platform::SingleInstance instance(QGuiApplication::desktopFileName());
+    if (instance.handOver(address.isEmpty() ? QStringList() : QStringList{address}))
         return 0;
     // Only the program that stays shows text.
     platform::Localization::install();
 
     AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(arguments));
-    QObject::connect(&instance, &platform::SingleInstance::messageReceived, &delegate, [&delegate](const QByteArray& message) {
+    QObject::connect(&instance, &platform::SingleInstance::activated, &delegate,
+                     [&delegate] { delegate.applicationShouldHandleReopen(); });
+    QObject::connect(&instance, &platform::SingleInstance::opened, &delegate, [&delegate](const QStringList& addresses) {
         delegate.applicationShouldHandleReopen();
-        if (message.startsWith("open "))
-            delegate.openAddress(QString::fromUtf8(message.mid(5)));
+        if (!addresses.isEmpty())
+            delegate.openAddress(addresses.first());
     });
     delegate.applicationDidFinishLaunching();
     if (!address.isEmpty())

@@ -2,6 +2,15 @@
 
 #include <condition_variable>
 #include <mutex>
+#include <utility>
+
+namespace {
+
+// A thumbnail is tens of kilobytes; a body beyond this is no thumbnail, and
+// a page of 25 of them must not hold much memory while it waits.
+constexpr qint64 largestPictureBytes = 2 * 1024 * 1024;
+
+} // namespace
 
 struct ThumbnailBatch::State {
     std::mutex mutex;
@@ -27,7 +36,7 @@ ThumbnailBatch::ThumbnailBatch(const std::vector<std::optional<QUrl>>& addresses
             state_->pictures[i] = QByteArray();
             continue;
         }
-        pool.get(*addresses[i], cancel_, [state = state_, i](const platform::HttpResponse& response) {
+        pool.get(*addresses[i], cancel_, largestPictureBytes, [state = state_, i](const platform::HttpResponse& response) {
             // Decoded by the waiter, not here: the pool's thread is free for the
             // next fetch at once.
             std::lock_guard lock(state->mutex);
@@ -51,7 +60,8 @@ std::optional<platform::Image> ThumbnailBatch::wait(std::size_t i) const
         state_->ready.wait(lock, [&] { return state_->cancelled || state_->pictures[i].has_value(); });
         if (state_->cancelled)
             return std::nullopt;
-        bytes = *state_->pictures[i];
+        // Taken, not copied: the body goes as soon as its picture is made.
+        bytes = std::exchange(*state_->pictures[i], QByteArray());
     }
     return platform::ImageDecoder::decode(bytes);
 }

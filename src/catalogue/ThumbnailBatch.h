@@ -25,7 +25,7 @@ public:
     ThumbnailBatch& operator=(const ThumbnailBatch&) = delete;
 
     // Picture i, empty when it could not be had or decoded; nothing once the
-    // batch is cancelled.
+    // batch is cancelled. Once only: the fetched body is let go.
     std::optional<platform::Image> wait(std::size_t i) const;
 
 private:

@@ -11,6 +11,17 @@
 
 using platform::Log;
 
+namespace {
+
+// A feed page is tens of kilobytes: a body beyond this is no feed, and is not
+// read into memory whole.
+constexpr qint64 largestFeedBytes = 8 * 1024 * 1024;
+// A page of the feed holds 25 items; more than this are not shown, nor their
+// pictures fetched.
+constexpr std::size_t mostItems = 100;
+
+} // namespace
+
 std::shared_ptr<YouTubeSearch> YouTubeSearch::create(const platform::ServiceEndpoints& endpoints)
 {
     return std::shared_ptr<YouTubeSearch>(new YouTubeSearch(endpoints));
@@ -53,7 +64,9 @@ void YouTubeSearch::searchStart()
     updateEvent(*this);
 
     queue_.post([self = shared_from_this(), started, thumbnails] {
-        self->complete(started, thumbnails, platform::BlockingHttp::get(*started));
+        platform::BlockingHttp::Options options;
+        options.maxBytes = largestFeedBytes;
+        self->complete(started, thumbnails, platform::BlockingHttp::get(*started, options));
     });
 }
 
@@ -91,7 +104,7 @@ void YouTubeSearch::complete(const std::shared_ptr<const QUrl>& started,
     const TBXMLElement* root = document.rootXMLElement();
     const TBXMLElement* channel = root ? root->firstChild : nullptr;
     std::vector<const TBXMLElement*> items;
-    for (const TBXMLElement* item = TBXML::childElementNamed("item", channel); item;
+    for (const TBXMLElement* item = TBXML::childElementNamed("item", channel); item && items.size() < mostItems;
          item = TBXML::nextSiblingNamed("item", item))
         items.push_back(item);
 

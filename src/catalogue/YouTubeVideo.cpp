@@ -10,6 +10,7 @@
 #include "platform/Text.h"
 #include "platform/WorkerPool.h"
 
+#include <QNetworkReply>
 #include <QPointer>
 
 #include <limits>
@@ -77,6 +78,9 @@ std::optional<QString> YouTubeVideo::loadHTML()
     if (const auto html = html_.get())
         return html;
     const platform::HttpResponse response = platform::BlockingHttp::get(link());
+    // A link that is no web address is not read, and the user is told so.
+    if (response.error && response.error->code == QNetworkReply::ProtocolUnknownError)
+        throw youtube_error(response.error->description.toStdString());
     if (!response.ok())
         return std::nullopt;
     const QString html = QString::fromUtf8(response.body);
@@ -88,7 +92,13 @@ void YouTubeVideo::parseUrls()
 {
     setLoading(true);
     const std::lock_guard once(parsing_);
-    const std::optional<QString> html = loadHTML();
+    std::optional<QString> html;
+    try {
+        html = loadHTML();
+    } catch (const youtube_error&) {
+        setLoading(false);
+        throw;
+    }
     if (!html) {
         setLoading(false);
         return;

@@ -36,7 +36,8 @@ public:
     static std::optional<QUrl> thumbnailAddress(const TBXMLElement* item);
     static std::shared_ptr<YouTubeVideo> initFromURL(const QUrl& link, const QUrl& parserService);
 
-    // The watch page, fetched on the first call; nothing unless it came with status 200.
+    // The watch page, fetched on the first call; nothing unless it came with
+    // status 200. Throws youtube_error for a link that is refused unread.
     std::optional<QString> loadHTML();
     // Extracts the streams, at most once per record; blocks. Throws youtube_error,
     // also for a page the parser cannot read.

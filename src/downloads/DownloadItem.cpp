@@ -3,6 +3,7 @@
 #include "platform/Desktop.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
+#include "platform/Text.h"
 #include "platform/UserFolders.h"
 
 #include <QDir>
@@ -50,6 +51,7 @@ QString DownloadItem::destinationFor(const QString& downloadFolder, const QStrin
     QString relative = path.mid(downloadFolder.size() + 1);
     if (const qsizetype nul = relative.indexOf(QChar(0)); nul >= 0)
         relative.truncate(nul);
+    relative = platform::withoutControls(relative, QLatin1Char('_'));
     // A title may name subfolders with "/", but never one outside the folder.
     QStringList names = relative.split(QLatin1Char('/'));
     for (qsizetype i = 0; i < names.size(); ++i) {

@@ -61,11 +61,19 @@ bool hasEncoder(const QString& program, const QString& encoder)
     return found->contains(encoder);
 }
 
+// The input is what a server sent: ffmpeg reads it as a local file of one of the
+// containers the service offers (MP4 and 3GP, FLV, WebM), never guessing another
+// format from its content nor following an address inside it.
+QStringList inputArguments(const QString& source)
+{
+    return {u"-protocol_whitelist"_s, u"file"_s, u"-format_whitelist"_s, u"mov,flv,matroska,webm"_s, u"-i"_s, source};
+}
+
 QStringList videoArgumentsFor(const QString& program, const QString& source, const QString& destination)
 {
     // Today's ffmpeg builds have no libfaac; their own AAC encoder refuses 44000 Hz.
     const bool faac = hasEncoder(program, u"libfaac"_s);
-    return {u"-i"_s,      source,
+    return inputArguments(source) + QStringList{
             u"-r"_s,      u"30"_s,
             u"-vcodec"_s, u"libx264"_s,
             u"-acodec"_s, faac ? u"libfaac"_s : u"aac"_s,
@@ -236,7 +244,7 @@ std::optional<QString> FFmpeg::getVideoCodec(const QString& path)
     if (program.isEmpty())
         return std::nullopt;
     ChildProcess probe;
-    if (!probe.start(program, {u"-i"_s, path}, ChildProcess::Capture::StandardError))
+    if (!probe.start(program, inputArguments(path), ChildProcess::Capture::StandardError))
         return std::nullopt;
     // Read as UTF-8 as a whole: the line names the path, which may hold any letter.
     const QString text = QString::fromUtf8(probe.readAll());
@@ -292,8 +300,7 @@ QStringList FFmpeg::videoArguments(const QString& source, const QString& destina
 
 QStringList FFmpeg::audioArguments(const QString& source, const QString& destination, int bitrate)
 {
-    return {u"-i"_s,
-            source,
+    return inputArguments(source) + QStringList{
             u"-vn"_s,
             u"-ac"_s,
             u"2"_s,

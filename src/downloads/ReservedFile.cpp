@@ -21,7 +21,9 @@ std::optional<ReservedFile> ReservedFile::reserve(const QString& base, const QSt
     }
     for (int n = 0;; ++n) {
         const QString candidate =
-            n == 0 ? QStringLiteral("%1.%2").arg(base, suffix) : QStringLiteral("%1 (%2).%3").arg(base).arg(n).arg(suffix);
+            // One step, so that a "%1" in the title is never read as a place holder.
+            n == 0 ? QStringLiteral("%1.%2").arg(base, suffix)
+                   : QStringLiteral("%1 (%2).%3").arg(base, QString::number(n), suffix);
         const int fd = ::open(QFile::encodeName(candidate).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
         if (fd >= 0) {
             ::close(fd);

@@ -32,11 +32,11 @@ FetchPool& FetchPool::shared()
     return *pool;
 }
 
-void FetchPool::get(const QUrl& url, std::shared_ptr<CancelToken> cancel, Done done)
+void FetchPool::get(const QUrl& url, std::shared_ptr<CancelToken> cancel, qint64 maxBytes, Done done)
 {
     {
         std::lock_guard lock(mutex_);
-        tasks_.push_back({url, std::move(cancel), std::move(done)});
+        tasks_.push_back({url, std::move(cancel), maxBytes, std::move(done)});
     }
     wake_.notify_one();
 }
@@ -58,6 +58,7 @@ void FetchPool::serve()
         }
         BlockingHttp::Options options;
         options.cancel = std::move(task.cancel);
+        options.maxBytes = task.maxBytes;
         if (!session)
             if (HttpEngine* engine = HttpEngine::instance())
                 session = engine->session();

@@ -33,13 +33,14 @@ public:
 
     // done runs on a pool thread with what came back. Once cancel is cancelled,
     // a GET under way is aborted and one whose turn comes later is not made:
-    // done then gets an error.
-    void get(const QUrl& url, std::shared_ptr<CancelToken> cancel, Done done);
+    // done then gets an error. A body beyond maxBytes is an error too.
+    void get(const QUrl& url, std::shared_ptr<CancelToken> cancel, qint64 maxBytes, Done done);
 
 private:
     struct Task {
         QUrl url;
         std::shared_ptr<CancelToken> cancel;
+        qint64 maxBytes;
         Done done;
     };
 

@@ -16,8 +16,10 @@ using Image = std::shared_ptr<const QImage>;
 // libraries, whose loading took longer than the rest of its start.
 class ImageDecoder {
 public:
-    // A JPEG, PNG or GIF picture; empty for anything else, and when the module
-    // cannot be loaded (which the log says once). Safe on any thread.
+    // A JPEG, PNG, GIF or WebP picture, scaled down to the largest cell's size
+    // when larger. Empty for anything else, for one that declares more than
+    // 4096 pixels either way, and when the module cannot be loaded (which the
+    // log says once). Safe on any thread.
     static Image decode(const QByteArray& bytes);
 };
 

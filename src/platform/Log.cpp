@@ -1,5 +1,7 @@
 #include "platform/Log.h"
 
+#include "platform/Text.h"
+
 #include <QByteArray>
 
 #include <mutex>
@@ -25,9 +27,9 @@ void Log::line(const QString& text)
         current(text);
         return;
     }
-    // One write per line, so lines of different threads never interleave.
-    QByteArray bytes = text.toUtf8();
-    bytes.replace('\n', ' ');
+    // One write per line, so lines of different threads never interleave; what
+    // the network sent may be in it, and no control character reaches a terminal.
+    QByteArray bytes = withoutControls(text, QLatin1Char(' ')).toUtf8();
     bytes.append('\n');
     for (qsizetype written = 0; written < bytes.size();) {
         const ssize_t n = ::write(STDERR_FILENO, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));

@@ -1,5 +1,7 @@
 #include "platform/Notifications.h"
 
+#include "platform/Text.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -45,8 +47,11 @@ void Notifications::notify(const QString& summary, const QString& body)
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Notify"));
     QVariantMap hints;
     hints.insert(QStringLiteral("desktop-entry"), desktopEntry_);
-    // The body is plain text to us; servers that read markup must not see any.
-    call << applicationName_ << 0u << desktopEntry_ << summary << body.toHtmlEscaped() << QStringList{pressed, applicationName_}
+    // Both are plain text to us. The summary is plain text to every server too
+    // (escaped, it would show its "&amp;"); the body may be read as markup, so
+    // markup must not be seen in it. Neither carries a control character.
+    call << applicationName_ << 0u << desktopEntry_ << withoutControls(summary, QLatin1Char(' '))
+         << withoutControls(body, QLatin1Char(' '), true).toHtmlEscaped() << QStringList{pressed, applicationName_}
          << hints << -1;
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* done) {

@@ -37,8 +37,12 @@ ServiceEndpoints ServiceEndpoints::fromEnvironment(const QStringList& arguments)
 
 bool ServiceEndpoints::isWatchPage(const QUrl& url) const
 {
+    // The domain itself or a name under it: "www.youtube.com", never "evilyoutube.com".
     const QString host = url.host();
-    return url.isValid() && !host.isEmpty() && !domain.isEmpty() && host.endsWith(domain, Qt::CaseInsensitive);
+    if (!url.isValid() || host.isEmpty() || domain.isEmpty())
+        return false;
+    return host.compare(domain, Qt::CaseInsensitive) == 0 ||
+           host.endsWith(QLatin1Char('.') + domain, Qt::CaseInsensitive);
 }
 
 } // namespace platform

@@ -41,4 +41,17 @@ inline QString clockText(qint64 seconds)
     return QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
 }
 
+// Text from outside, fit for a terminal, a file name or a notification: every
+// control character (C0, DEL, C1), by which a title could steer a terminal or
+// break a line, becomes replacement; newlines stay where keepNewlines says.
+inline QString withoutControls(QString text, QChar replacement = QChar(0xFFFD), bool keepNewlines = false)
+{
+    for (QChar& c : text) {
+        const char16_t u = c.unicode();
+        if ((u < 0x20 || (u >= 0x7F && u <= 0x9F)) && !(keepNewlines && u == u'\n'))
+            c = replacement;
+    }
+    return text;
+}
+
 } // namespace platform

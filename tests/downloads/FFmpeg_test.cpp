@@ -123,7 +123,8 @@ TEST_F(ScriptedConverter, LooksBesideTheProgramThenOnPathThenListsEncoders)
     for (const auto& [program, codec, rate] :
          {std::tuple{app + "/ffmpeg", "libfaac", "44000"}, {QString(), "aac", "44100"}}) {
         FFmpeg::setExecutableOverride(program);
-        EXPECT_EQ(FFmpeg::videoArguments("/in/a.flv", "/out/T.mp4").mid(6, 4),
+        const QStringList arguments = FFmpeg::videoArguments("/in/a.flv", "/out/T.mp4");
+        EXPECT_EQ(arguments.mid(arguments.indexOf("-acodec"), 4),
                   QStringList({"-acodec", codec, "-ar", rate}));
     }
 }

@@ -5,6 +5,7 @@
 #include "test_home.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
 
@@ -61,6 +62,7 @@ struct service : service_process {
 class cli {
 public:
     cli() { QDir().mkpath(downloads()); }
+    QString home() const { return home_.path(); }
     QString downloads() const { return home_.downloads(); }
     QString cache() const { return home_.cache(); }
 
@@ -265,4 +267,54 @@ TEST_F(EndToEnd, SecondProgramLeavesTheFirstOnesDownloadAlone)
     ASSERT_EQ(r.status, 0) << r.output.toStdString();
     EXPECT_EQ(media::contents(lastLine(r.output)), media::contents(mediaFile(first->id, 22)));
     // (The second one's converted stream stays in the cache until the next start.)
+}
+
+// A service in the wrong hands: what it names on this machine is never read, and
+// what it calls its videos reaches the terminal and the file names only as text.
+TEST_F(EndToEnd, AHostileServiceReadsNothingLocalAndWritesNothingRaw)
+{
+    const QString secret = user.home() + "/secret.txt";
+    const QByteArray secretBytes = "-----BEGIN SECRET----- 7f3a9c0e -----END SECRET-----\n";
+    {
+        QFile file(secret);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(secretBytes) == secretBytes.size());
+    }
+    service s({"--hostile", secret, "--feed-size", "25"});
+    const auto clean = [](const QString& text) {
+        return std::ranges::none_of(text, [](QChar c) { return c.unicode() < 0x20 && c != '\n'; });
+    };
+
+    // Titles with terminal escapes, raw and as references, print as text.
+    const result listed = user.run(s.base(), {"search", "escape"});
+    ASSERT_EQ(listed.status, 0) << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.contains("Red")) << listed.output.toStdString();
+    EXPECT_TRUE(clean(listed.output)) << listed.output.toStdString();
+    const result escaped = user.run(s.base(), {"audio", s.watch("RXNjYXBlVGl")});
+    ASSERT_EQ(escaped.status, 0) << escaped.output.toStdString();
+    EXPECT_TRUE(clean(escaped.output)) << escaped.output.toStdString();
+    EXPECT_EQ(lastLine(escaped.output).toStdString(),
+              (user.downloads() + "/Escape _]0;pwned__[2J_[31mRed_[0m Title.mp3").toStdString());
+
+    // A stream address that is a local file is refused, not copied.
+    const result local = user.run(s.base(), {"audio", s.watch("TG9jYWxTdHJ")});
+    EXPECT_EQ(local.status, 1);
+    EXPECT_TRUE(local.output.contains("Failed: Refused a non-web address: file://" + secret)) << local.output.toStdString();
+
+    // A title that looks like place holders, saved twice.
+    for (const char* name : {"/%1 and %2.mp3", "/%1 and %2 (1).mp3"}) {
+        const result saved = user.run(s.base(), {"audio", s.watch("UGVyY2VudDE")});
+        ASSERT_EQ(saved.status, 0) << saved.output.toStdString();
+        EXPECT_EQ(lastLine(saved.output).toStdString(), (user.downloads() + name).toStdString());
+    }
+
+    // 25 pictures that would each decode to 120 MB: listed, without pictures.
+    const result bombs = user.run(s.base(), {"search", "bomb"});
+    ASSERT_EQ(bombs.status, 0) << bombs.output.toStdString();
+    EXPECT_EQ(bombs.output.count("Bomb Picture"), 25);
+
+    // The secret reached no server and no file.
+    s.stop();
+    EXPECT_FALSE(s.printed().contains("SECRET ARRIVED")) << s.printed().toStdString();
+    for (QDirIterator it(user.downloads(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
+        EXPECT_FALSE(media::contents(it.next()).contains(secretBytes.trimmed())) << it.filePath().toStdString();
 }

@@ -33,6 +33,22 @@ TEST(BlockingGet, AnyStatusIsAnAnswerAfterRedirects)
     EXPECT_EQ(BlockingHttp::get(at("/big")).body.size(), 2 << 20);
 }
 
+TEST(BlockingGet, OnlyTheWebIsRead)
+{
+    for (const char* address : {"file:///etc/passwd", "data:text/plain,secret", "qrc:/i18n"}) {
+        const auto refused = BlockingHttp::get(QUrl(address));
+        ASSERT_TRUE(refused.error) << address;
+        EXPECT_EQ(refused.error->description, QStringLiteral("Refused a non-web address: ") + address);
+        EXPECT_TRUE(refused.body.isEmpty());
+    }
+    // Nor is a redirect to a local file followed: the redirect is the answer.
+    route_server server([](const route_server::request&) -> route_server::response {
+        return {302, "", {{"Location", "file:///etc/passwd"}}, {}};
+    });
+    const auto redirected = BlockingHttp::get(QUrl(QString::fromStdString(server.base()) + "/moved"));
+    EXPECT_TRUE(!redirected.ok() && redirected.body.isEmpty());
+}
+
 TEST(BlockingGet, NoAnswerIsAnError)
 {
     const auto refused =

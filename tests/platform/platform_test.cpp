@@ -32,6 +32,7 @@ TEST(ServiceEndpoints, WatchPagesAreOnTheDomainOrAHostEndingWithIt)
     EXPECT_TRUE(elsewhere.isWatchPage(QUrl("https://video.test/watch?v=a")));
     EXPECT_TRUE(elsewhere.isWatchPage(QUrl("https://m.video.test/watch?v=a")));
     EXPECT_FALSE(elsewhere.isWatchPage(QUrl("https://video.test.example/watch?v=a")));
+    EXPECT_FALSE(elsewhere.isWatchPage(QUrl("https://evilvideo.test/watch?v=a")));
     EXPECT_FALSE(elsewhere.isWatchPage(QUrl("tom and jerry")));
 }
 

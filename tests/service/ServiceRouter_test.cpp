@@ -57,7 +57,7 @@ protected:
 
     void serve(Faults faults = {})
     {
-        catalogue = Catalogue(dir, {Video{"clip", 30, VideoKind::normal, "Café & Crème", "A tone.", {22}}});
+        catalogue = Catalogue(dir, {Video{"clip", 30, VideoKind::normal, "Café & Crème", "A tone.", {22}, {}}});
         server = std::make_unique<HttpServer>(0);
         router = std::make_unique<ServiceRouter>(catalogue, std::move(faults), server->base());
         server->start([this](const HttpRequest& request) { return router->handle(request); });

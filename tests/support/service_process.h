@@ -5,6 +5,7 @@
 // (SIGTERM) when it goes.
 #include "downloads/ChildProcess.h"
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 
@@ -30,8 +31,8 @@ public:
         base_ = QString::fromUtf8(first.left(first.indexOf('\n'))).trimmed();
         // Keep draining what it prints, so it never blocks on a full pipe.
         drain_ = std::thread([this] {
-            while (!process_.readChunk().isEmpty()) {
-            }
+            for (QByteArray chunk; !(chunk = process_.readChunk()).isEmpty();)
+                printed_ += chunk;
         });
     }
     ~service_process() { stop(); }
@@ -49,11 +50,14 @@ public:
         return exit_;
     }
     const QString& base() const { return base_; }
+    // What it printed after the address; complete once it was stopped.
+    const QByteArray& printed() const { return printed_; }
     QString watch(const QString& id) const { return base_ + "/watch?v=" + id; }
 
 private:
     ChildProcess process_;
     QString base_;
+    QByteArray printed_;
     std::thread drain_;
     ChildProcess::Exit exit_{};
 };

@@ -1,11 +1,15 @@
 // The picture decoder, loaded by ImageDecoder on the first picture.
+#include "platform/imaging/ImageLimits.h"
+
 #include <QBuffer>
 #include <QImage>
 #include <QImageReader>
 
 namespace {
 
-// The formats the service's pictures come in, told by their first bytes.
+// The formats the service's pictures come in, told by their first bytes. Only
+// these are decoded: a reader left to guess would hand network bytes to every
+// installed image plugin (SVG's among them).
 const char* formatOf(const QByteArray& bytes)
 {
     if (bytes.startsWith("\xFF\xD8\xFF"))
@@ -14,23 +18,36 @@ const char* formatOf(const QByteArray& bytes)
         return "png";
     if (bytes.startsWith("GIF8"))
         return "gif";
+    if (bytes.startsWith("RIFF") && bytes.mid(8, 4) == "WEBP")
+        return "webp";
     return nullptr;
 }
 
 } // namespace
 
-// A named format is read by its own reader alone; a reader left to find one
-// loads every image plugin (the SVG one with its library), which held up the
-// first picture of every search.
+// A named format is read by its own reader alone, never guessed. A picture that
+// declares more than the largest size is refused before a pixel is decoded; one
+// larger than the cells show is scaled down while it is read.
 extern "C" Q_DECL_EXPORT const QImage* melodrift_decode_image(const char* data, qint64 size)
 {
+    using namespace imaging;
     const QByteArray bytes = QByteArray::fromRawData(data, size);
     const char* format = formatOf(bytes);
+    if (!format)
+        return nullptr;
+    // A second guard below the size check, for decoders that allocate by frame.
+    static const bool limited = (QImageReader::setAllocationLimit(allocationLimitMiB), true);
+    (void)limited;
     QBuffer buffer;
     buffer.setData(bytes);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, format);
-    reader.setAutoDetectImageFormat(format == nullptr);
+    reader.setAutoDetectImageFormat(false);
+    const QSize declared = reader.size();
+    if (!declared.isValid() || declared.width() > largestDeclared || declared.height() > largestDeclared)
+        return nullptr;
+    if (declared.width() > largestShown.width() || declared.height() > largestShown.height())
+        reader.setScaledSize(declared.scaled(largestShown, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
     QImage image = reader.read();
     return image.isNull() ? nullptr : new QImage(std::move(image));
 }

@@ -1,10 +1,12 @@
 // The program's HTTP on Qt Network, loaded with the first transfer.
 #include "platform/HttpEngine.h"
+#include "platform/WebAddress.h"
 
 #include <QMetaObject>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
+#include <QTimer>
 
 #include <memory>
 #include <optional>
@@ -23,9 +25,19 @@ class QtTransfer : public HttpEngine::Transfer {
 public:
     QtTransfer(QNetworkAccessManager& manager, std::unique_ptr<QNetworkAccessManager> own, const HttpEngine::Request& request,
                std::function<void()> readyRead, std::function<void()> finished)
-        : own_(std::move(own)), hooks_(std::make_shared<Hooks>(Hooks{std::move(readyRead), std::move(finished), 0}))
+        : own_(std::move(own)), hooks_(std::make_shared<Hooks>(Hooks{std::move(readyRead), std::move(finished)}))
     {
+        // The one place every fetch passes: nothing but the web is read. A
+        // refused transfer ends at the next turn of the event loop, as a failed
+        // connection would.
+        if (!platform::isWebAddress(request.url)) {
+            refusal_ = platform::refusalOf(request.url);
+            QTimer::singleShot(0, [hooks = hooks_] { call(hooks, &Hooks::finished); });
+            return;
+        }
         QNetworkRequest r(request.url);
+        // Qt follows a redirect to http and https alone, and here never from
+        // https to http.
         r.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
         r.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
         r.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
@@ -47,6 +59,7 @@ public:
 
     void stop() override
     {
+        hooks_->stopped = true;
         if (!reply_)
             return;
         QNetworkReply* reply = std::exchange(reply_, nullptr);
@@ -74,8 +87,8 @@ public:
             QMetaObject::invokeMethod(reply_, "abort", Qt::QueuedConnection);
     }
 
-    bool isActive() const override { return reply_ != nullptr; }
-    bool isFinished() const override { return reply_ && reply_->isFinished(); }
+    bool isActive() const override { return reply_ != nullptr || (!refusal_.isEmpty() && !hooks_->stopped); }
+    bool isFinished() const override { return reply_ ? reply_->isFinished() : !refusal_.isEmpty(); }
 
     std::optional<int> status() const override
     {
@@ -98,8 +111,18 @@ public:
     }
 
     QByteArray readAll() override { return reply_ && reply_->isOpen() ? reply_->readAll() : QByteArray(); }
-    int error() const override { return reply_ ? reply_->error() : QNetworkReply::OperationCanceledError; }
-    QString errorString() const override { return reply_ ? reply_->errorString() : QStringLiteral("Stopped"); }
+    int error() const override
+    {
+        if (!refusal_.isEmpty())
+            return QNetworkReply::ProtocolUnknownError;
+        return reply_ ? reply_->error() : QNetworkReply::OperationCanceledError;
+    }
+    QString errorString() const override
+    {
+        if (!refusal_.isEmpty())
+            return refusal_;
+        return reply_ ? reply_->errorString() : QStringLiteral("Stopped");
+    }
 
 private:
     // Shared with the reply's connections: a hook may stop the transfer, or
@@ -107,13 +130,14 @@ private:
     struct Hooks {
         std::function<void()> readyRead;
         std::function<void()> finished;
-        int depth;
+        int depth = 0;
+        bool stopped = false;
     };
 
     static void call(const std::shared_ptr<Hooks>& hooks, std::function<void()> Hooks::*which)
     {
         const std::shared_ptr<Hooks> keep = hooks;
-        if (!(*keep.*which))
+        if (keep->stopped || !(*keep.*which))
             return;
         ++keep->depth;
         (*keep.*which)();
@@ -123,6 +147,8 @@ private:
     std::unique_ptr<QNetworkAccessManager> own_;
     QNetworkReply* reply_ = nullptr;
     const std::shared_ptr<Hooks> hooks_;
+    QString refusal_; // why the address was refused; then nothing was asked
+
 };
 
 class QtEngine : public HttpEngine {

@@ -1,14 +1,30 @@
 // The web-engine side of the preview, built as a module of its own.
+#include "platform/WebAddress.h"
 #include "ui/PreviewWebView.h"
 
 #include <QWebEnginePage>
 #include <QWebEngineProfile>
 #include <QWebEngineSettings>
+#include <QWebEngineUrlRequestInterceptor>
 #include <QWebEngineView>
 
 #include <QPointer>
 
 namespace {
+
+// The page loads nothing but the web: a stream address that names a local
+// file, or any other scheme, is blocked. The page itself comes as data.
+class WebOnly : public QWebEngineUrlRequestInterceptor {
+public:
+    void interceptRequest(QWebEngineUrlRequestInfo& info) override
+    {
+        const QUrl url = info.requestUrl();
+        const bool page = info.resourceType() == QWebEngineUrlRequestInfo::ResourceTypeMainFrame &&
+                          url.scheme() == QLatin1String("data");
+        if (!page && !platform::isWebAddress(url))
+            info.block(true);
+    }
+};
 
 // A profile of the preview's own that keeps nothing: no cookies, no cache on
 // disk or in memory, no history; and plays without waiting for a click.
@@ -16,6 +32,7 @@ QWebEngineProfile* previewProfile()
 {
     static QWebEngineProfile* profile = [] {
         auto* p = new QWebEngineProfile; // off the record
+        p->setUrlRequestInterceptor(new WebOnly);
         p->setHttpCacheType(QWebEngineProfile::NoCache);
         p->setPersistentCookiesPolicy(QWebEngineProfile::NoPersistentCookies);
         QWebEngineSettings* settings = p->settings();
@@ -25,6 +42,7 @@ QWebEngineProfile* previewProfile()
         settings->setAttribute(QWebEngineSettings::JavascriptCanOpenWindows, false);
         settings->setAttribute(QWebEngineSettings::JavascriptCanAccessClipboard, false);
         settings->setAttribute(QWebEngineSettings::ErrorPageEnabled, false);
+        settings->setAttribute(QWebEngineSettings::LocalContentCanAccessFileUrls, false);
         return p;
     }();
     return profile;

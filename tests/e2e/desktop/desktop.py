@@ -38,9 +38,13 @@ class Service:
         return self.base + "/watch?v=" + video_id
 
     def stop(self):
-        self.process.terminate()
-        self.process.wait(timeout=10)
-        self.process.stdout.close()
+        """Stops it (once); what it printed after its address."""
+        if self.process.returncode is None:
+            self.process.terminate()
+            self.process.wait(timeout=10)
+            self.printed = self.process.stdout.read()
+            self.process.stdout.close()
+        return self.printed
 
 
 class Melodrift:

@@ -1,5 +1,6 @@
-"""One Melodrift per user: a second start brings the running window to the
-front and ends; a socket left by a killed program does not stop a start."""
+"""One Melodrift per desktop session: a second start brings the running window
+to the front and ends; a killed program leaves nothing in the way; without a
+session bus every start has its own window."""
 
 import os
 import signal
@@ -54,15 +55,25 @@ class Instance(DesktopTest):
         self.assertEqual(third.returncode, 0, third.stderr)
         run.row("Rule 110 in Five Seconds")
 
-    def test_a_killed_programs_socket_does_not_stop_a_start(self):
+    def test_a_killed_program_leaves_nothing_in_the_way(self):
         first = self.start()
-        socket = os.path.join(self.home, ".run", "melodrift.socket")
-        wait_for(lambda: os.path.exists(socket), 10, "the socket")
         first.process.send_signal(signal.SIGKILL)
         first.process.wait()
-        self.assertTrue(os.path.exists(socket))
         again = self.start()  # waits for its window
         self.assertIsNone(again.process.poll())
+
+    def test_without_a_session_bus_each_start_has_its_own_window(self):
+        env = Melodrift.environment(self.home)
+        env.pop("DBUS_SESSION_BUS_ADDRESS", None)
+        runs = [subprocess.Popen([BINARY, "--service", self.service.base], env=env,
+                                 stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) for _ in range(2)]
+        try:
+            wait_for(lambda: stacking().count("Melodrift") == 2, 30, "two windows")
+            self.assertEqual([run.poll() for run in runs], [None, None])
+        finally:
+            for run in runs:
+                run.terminate()
+                run.wait(timeout=15)
 
 
 if __name__ == "__main__":

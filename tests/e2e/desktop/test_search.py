@@ -1,13 +1,13 @@
 """The search view, as a person uses it: words typed into "Search", results,
 downloads started from a result and from the preview, and a notice of the
-service shown as an alert."""
+service shown as an alert; a hostile feed's local link refused unread."""
 
 import os
 import unittest
 
 import pyatspi
 
-from desktop import DesktopTest, wait_for
+from desktop import DesktopTest, Service, wait_for
 
 GLIDER = "Game of Life: Glider Parade"
 MANDELBROT = "Caf\u00e9 Cr\u00e8me \u2013 Mandelbrot Zoom"  # WebM and 3GP only
@@ -72,6 +72,22 @@ class Search(DesktopTest):
         # Still usable.
         self.search(run, "glider")
         run.row(GLIDER)
+
+    def test_a_hostile_feeds_local_link_is_refused_unread(self):
+        secret = os.path.join(self.home, "secret.txt")
+        with open(secret, "w") as f:
+            f.write("-----BEGIN SECRET----- 7f3a9c0e -----END SECRET-----\n")
+        self.service.stop()
+        self.service = Service("--hostile", secret)
+        run = self.start()
+        self.search(run, "hostile")
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download audio", root=run.row("Local Link")))
+        alert = run.wait(pyatspi.ROLE_ALERT, timeout=30)
+        refusal = "Refused a non-web address: file://" + secret
+        wait_for(lambda: refusal in run.text_of(alert), 10, "the refusal")
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "OK", root=alert))
+        self.assertNotIn("SECRET ARRIVED", self.service.stop())
+        self.assertEqual(self.downloads(), [])
 
 
 if __name__ == "__main__":

@@ -19,8 +19,6 @@ public:
     // The exit status: 0 for success, 1 for a failure, 2 for a misuse.
     int run();
 
-    static constexpr const char* version = "1.0.1";
-
 private:
     int search(const QStringList& words);
     int streams(const QString& address);

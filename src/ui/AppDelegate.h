@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/ServiceEndpoints.h"
+#include "platform/Version.h"
 
 #include <QMainWindow>
 #include <QObject>
@@ -47,7 +48,7 @@ public:
     void settingsClick();
     void quit();
 
-    static QString getVersion() { return QStringLiteral("1.0.1"); }
+    static QString getVersion() { return QString::fromLatin1(platform::version); }
 
     static constexpr double narrowestRefused = 500.0;
     static constexpr double lowestRefused = 300.0;

@@ -4,6 +4,8 @@
 #include "service_process.h"
 #include "test_home.h"
 
+#include "platform/Version.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QRegularExpression>
@@ -217,7 +219,8 @@ TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailuresAndTheCommandLineBasics)
     EXPECT_TRUE(QDir(user.downloads()).isEmpty());
 
     // The basics of the command line.
-    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(), "melodrift-cli 1.0.1");
+    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(),
+              QStringLiteral("melodrift-cli %1").arg(platform::version));
     EXPECT_EQ(user.run(s.base(), {"--help"}).status, 0);
     EXPECT_EQ(user.run(s.base(), {}).status, 2);
     EXPECT_EQ(user.run(s.base(), {"audio"}).status, 2);

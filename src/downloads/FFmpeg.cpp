@@ -1,6 +1,6 @@
 #include "downloads/FFmpeg.h"
 
-#include "downloads/ChildProcess.h"
+#include "platform/ChildProcess.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
 

@@ -1,10 +1,10 @@
 #include "app/CliApplication.h"
 
-#include "catalogue/YouTubeSearch.h"
 #include "catalogue/YouTubeVideo.h"
 #include "core/youtube_error.h"
 #include "downloads/AudioDownloadItem.h"
 #include "downloads/DownloadItem.h"
+#include "downloads/Settings.h"
 #include "downloads/VideoDownloadItem.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
@@ -118,6 +118,11 @@ int CliApplication::run()
     const QCommandLineOption serviceOption(QStringLiteral("service"),
                                            QStringLiteral("the video service at BASE (also MELODRIFT_SERVICE=BASE)"),
                                            QStringLiteral("BASE"));
+    const QCommandLineOption engineOption(
+        QStringLiteral("engine"),
+        QStringLiteral("find videos with Melodrift's own reader (classic) or with yt-dlp (also MELODRIFT_ENGINE; "
+                       "default: the stored setting, which is classic)"),
+        QStringLiteral("classic|yt-dlp"));
     const QCommandLineOption timeoutOption(QStringLiteral("timeout"),
                                            QStringLiteral("give a download up after SECONDS without data (default 60)"),
                                            QStringLiteral("SECONDS"));
@@ -126,7 +131,8 @@ int CliApplication::run()
     const QCommandLineOption helpOption(QStringLiteral("help"), QStringLiteral("show this text"));
     const QCommandLineOption versionOption(QStringLiteral("version"), QStringLiteral("show the version"));
     parser.addOptions(
-        {convertOption, noConvertOption, serviceOption, timeoutOption, verboseOption, helpOption, versionOption});
+        {convertOption, noConvertOption, serviceOption, engineOption, timeoutOption, verboseOption, helpOption,
+         versionOption});
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("one of the commands above, with its words or address"));
 
@@ -157,6 +163,11 @@ int CliApplication::run()
     }
     verbose_ = parser.isSet(verboseOption);
     endpoints_ = platform::ServiceEndpoints::fromEnvironment(parser.value(serviceOption));
+    QString engineError;
+    const auto choice = engine::Choice::resolve(parser.value(engineOption), Settings::engineChoice(), &engineError);
+    if (!choice)
+        return usage(engineError);
+    engine_ = engine::Engine::create(*choice, endpoints_);
     QStringList words = parser.positionalArguments();
     if (!verbose_)
         platform::Log::setSink([](const QString&) {});
@@ -177,9 +188,9 @@ int CliApplication::run()
 
 int CliApplication::search(const QStringList& words)
 {
-    const auto searcher = YouTubeSearch::create(endpoints_);
+    const auto searcher = engine_->newSearch();
     std::optional<platform::Error> failure;
-    searcher->errorEvent.set([&failure](YouTubeSearch&, const platform::Error& e) { failure = e; });
+    searcher->errorEvent.set([&failure](engine::VideoSearch&, const platform::Error& e) { failure = e; });
     searcher->setSearchString(words.join(QLatin1Char(' ')));
     searcher->searchStart();
     searcher->waitForFinish();
@@ -205,14 +216,14 @@ std::shared_ptr<YouTubeVideo> CliApplication::videoAt(const QString& address)
         usage(QStringLiteral("%1 is no watch-page address.").arg(address));
         return nullptr;
     }
-    const auto video = YouTubeVideo::initFromURL(url, endpoints_.parserService);
+    const auto video = engine_->videoAt(url);
     try {
         video->parseUrls();
     } catch (const youtube_error& e) {
         complain(QStringLiteral("YouTube: %1").arg(QString::fromUtf8(e.what())));
         return nullptr;
     }
-    if (video->Urls().isEmpty()) {
+    if (video->Urls().isEmpty() && video->separateUrls().isEmpty()) {
         complain(QStringLiteral("No video with streams at %1.").arg(address));
         return nullptr;
     }
@@ -224,14 +235,23 @@ int CliApplication::streams(const QString& address)
     const auto video = videoAt(address);
     if (!video)
         return 1;
-    const auto best = video->UrlWithBestQuality();
+    // Marked: what `video` saves (a picture and a sound alone when they are joined).
+    const bool joined = video->isBetterJoined();
+    const auto best = joined ? nullptr : video->UrlWithBestQuality();
+    const auto picture = joined ? video->UrlWithBestPicture() : nullptr;
+    const auto sound = joined ? video->UrlWithBestSound() : nullptr;
     print(video->title() + QLatin1Char('\n'));
-    for (const auto& stream : video->Urls())
-        print(QStringLiteral("%1 %2  %3  %4\n")
-                  .arg(stream == best ? QStringLiteral("*") : QStringLiteral(" "))
+    for (const auto& stream : video->Urls() + video->separateUrls()) {
+        const YouTubeUrl::Media media = stream->media();
+        print(QStringLiteral("%1 %2  %3  %4%5\n")
+                  .arg(stream == best || stream == picture || stream == sound ? QStringLiteral("*") : QStringLiteral(" "))
                   .arg(stream->quality(), -6)
                   .arg(stream->localizedType(), -11)
-                  .arg(stream->type()));
+                  .arg(stream->type())
+                  .arg(media == YouTubeUrl::Media::PictureOnly ? QStringLiteral("  (picture only)")
+                       : media == YouTubeUrl::Media::SoundOnly ? QStringLiteral("  (sound only)")
+                                                               : QString()));
+    }
     return 0;
 }
 
@@ -240,18 +260,14 @@ int CliApplication::download(const QString& address, bool audio, std::optional<b
     const auto video = videoAt(address);
     if (!video)
         return 1;
-    const auto best = video->UrlWithBestQuality();
-    if (!best) {
+    // Left-overs of earlier runs go; what another running instance holds stays.
+    DownloadItem::Cleanup();
+    const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
+                                                    : VideoDownloadItem::initBest(video, convert);
+    if (!job) {
         complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(address));
         return 1;
     }
-    // Left-overs of earlier runs go; what another running instance holds stays.
-    DownloadItem::Cleanup();
-    if (audio)
-        return follow(AudioDownloadItem::initWithBitrate(video, best, audioBitrate));
-    const auto job = VideoDownloadItem::init(video, best);
-    if (convert)
-        job->setConvert(*convert);
     return follow(job);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/engine/Engine.h"
 #include "platform/ServiceEndpoints.h"
 
 #include <QStringList>
@@ -33,6 +34,7 @@ private:
 
     QStringList arguments_;
     platform::ServiceEndpoints endpoints_;
+    std::shared_ptr<engine::Engine> engine_;
     bool verbose_ = false;
     std::optional<int> timeoutSeconds_;
 };

@@ -26,6 +26,18 @@ std::shared_ptr<VideoDownloadItem> VideoDownloadItem::init(std::shared_ptr<YouTu
     return item;
 }
 
+std::shared_ptr<DownloadItem> VideoDownloadItem::initBest(const std::shared_ptr<YouTubeVideo>& video,
+                                                          std::optional<bool> convert)
+{
+    const auto best = video->UrlWithBestQuality();
+    if (!best)
+        return nullptr;
+    const auto job = init(video, best);
+    if (convert)
+        job->setConvert(*convert);
+    return job;
+}
+
 VideoDownloadItem::~VideoDownloadItem()
 {
     copyCanceled_ = true;

@@ -68,13 +68,16 @@ public:
     QString downloads() const { return home_.downloads(); }
     QString cache() const { return home_.cache(); }
 
-    // Starts a run and leaves it going; finish() collects it.
-    std::unique_ptr<ChildProcess> start(const QString& base, const QStringList& args) const
+    // Starts a run and leaves it going; finish() collects it. environment: more
+    // variables ("NAME=VALUE") for this run.
+    std::unique_ptr<ChildProcess> start(const QString& base, const QStringList& args,
+                                        const QStringList& environment = {}) const
     {
         // One stream for both outputs, in the order they were written.
-        const QStringList command{QStringLiteral("-c"), QStringLiteral("unset MELODRIFT_SERVICE; exec \"$@\" 2>&1"),
-                                  QStringLiteral("sh"), QStringLiteral(MELODRIFT_CLI_BINARY),
-                                  QStringLiteral("--service"), base};
+        const QStringList command =
+            QStringList{QStringLiteral("-c"), QStringLiteral("unset MELODRIFT_SERVICE MELODRIFT_ENGINE; exec \"$@\" 2>&1"),
+                        QStringLiteral("sh"), QStringLiteral("/usr/bin/env")} +
+            environment + QStringList{QStringLiteral(MELODRIFT_CLI_BINARY), QStringLiteral("--service"), base};
         auto p = std::make_unique<ChildProcess>();
         if (!p->start(QStringLiteral("/bin/sh"), command + args, ChildProcess::Capture::StandardOutput))
             return nullptr;
@@ -92,7 +95,10 @@ public:
         return r;
     }
 
-    result run(const QString& base, const QStringList& args) const { return finish(start(base, args).get()); }
+    result run(const QString& base, const QStringList& args, const QStringList& environment = {}) const
+    {
+        return finish(start(base, args, environment).get());
+    }
 
 private:
     test_home home_;
@@ -320,4 +326,58 @@ TEST_F(EndToEnd, AHostileServiceReadsNothingLocalAndWritesNothingRaw)
     EXPECT_FALSE(s.printed().contains("SECRET ARRIVED")) << s.printed().toStdString();
     for (QDirIterator it(user.downloads(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
         EXPECT_FALSE(media::contents(it.next()).contains(secretBytes.trimmed())) << it.filePath().toStdString();
+}
+
+// The yt-dlp engine, with Debian's real yt-dlp: its general extractor reads the
+// service's feed as RSS and its watch pages' HTML5 sources.
+TEST_F(EndToEnd, YtDlpFindsListsAndSavesWhatTheClassicEngineDoes)
+{
+    service s;
+    const QStringList ytDlp{"--engine", "yt-dlp"};
+    // The same list, in the same order, with the same decoded titles and lengths.
+    const result classic = user.run(s.base(), {"search", "a"});
+    const result found = user.run(s.base(), ytDlp + QStringList{"search", "a"});
+    ASSERT_EQ(found.status, 0) << found.output.toStdString();
+    EXPECT_GE(found.output.count("watch?v="), 10);
+    EXPECT_TRUE(found.output.contains(QString::fromUtf8("Café Crème – Mandelbrot Zoom")));
+    EXPECT_EQ(found.output, classic.output);
+
+    const video* v = bestIs(22);
+    ASSERT_TRUE(v);
+    const result listed = user.run(s.base(), ytDlp + QStringList{"streams", s.watch(v->id)});
+    ASSERT_EQ(listed.status, 0) << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.startsWith(v->title + "\n")) << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.contains(QRegularExpression("^\\* hd720   MP4 ", QRegularExpression::MultilineOption)))
+        << listed.output.toStdString();
+
+    const result sound = user.run(s.base(), ytDlp + QStringList{"audio", s.watch(v->id)});
+    ASSERT_EQ(sound.status, 0) << sound.output.toStdString();
+    EXPECT_EQ(lastLine(sound.output), user.downloads() + "/" + v->title + ".mp3");
+    EXPECT_EQ(media::probe(lastLine(sound.output), "stream=codec_name"), "mp3");
+    EXPECT_EQ(media::probe(lastLine(sound.output), "stream=bit_rate"), "320000");
+    const result saved = user.run(s.base(), ytDlp + QStringList{"video", "--no-convert", s.watch(v->id)});
+    ASSERT_EQ(saved.status, 0) << saved.output.toStdString();
+    EXPECT_EQ(media::contents(lastLine(saved.output)), media::contents(mediaFile(v->id, 22)));
+}
+
+TEST_F(EndToEnd, YtDlpsReasonsAndAMissingYtDlpAreClearFailures)
+{
+    service s;
+    const QStringList ytDlp{"--engine", "yt-dlp"};
+    // A page without a video ends with yt-dlp's own reason, as the service's notice would.
+    const result notice = user.run(s.base(), ytDlp + QStringList{"audio", s.watch("UHJpdmF0ZTE")});
+    EXPECT_EQ(notice.status, 1);
+    EXPECT_EQ(notice.output.trimmed(), "YouTube: Unsupported URL: " + s.watch("UHJpdmF0ZTE")) << notice.output.toStdString();
+    const result rtmpe = user.run(s.base(), ytDlp + QStringList{"audio", s.watch("UnRtcGVPbmw")});
+    EXPECT_EQ(rtmpe.status, 1);
+    EXPECT_TRUE(rtmpe.output.contains("None of this video's streams can be fetched over http or https"))
+        << rtmpe.output.toStdString();
+    EXPECT_TRUE(QDir(user.downloads()).isEmpty());
+
+    // Chosen through the environment, with no yt-dlp to be found.
+    const result missing = user.run(s.base(), {"search", "bars"}, {"MELODRIFT_ENGINE=yt-dlp", "PATH=/nonexistent"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.output.startsWith("Search failed: There is no yt-dlp on PATH. Install yt-dlp"))
+        << missing.output.toStdString();
+    EXPECT_EQ(user.run(s.base(), {"--engine", "other", "search", "bars"}).status, 2);
 }

@@ -1,4 +1,6 @@
 // melodrift: the desktop program.
+#include "catalogue/engine/YtDlp.h"
+#include "downloads/Settings.h"
 #include "platform/BlockingHttp.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -22,6 +24,11 @@ struct CommandLine {
         QStringLiteral("service"),
         QStringLiteral("the video service at BASE, such as http://127.0.0.1:8080\n(also MELODRIFT_SERVICE=BASE)"),
         QStringLiteral("BASE")};
+    const QCommandLineOption engine{
+        QStringLiteral("engine"),
+        QStringLiteral("find videos with Melodrift's own reader (classic) or with yt-dlp\n"
+                       "(also MELODRIFT_ENGINE; default: the settings window's choice)"),
+        QStringLiteral("classic|yt-dlp")};
     const QCommandLineOption verbose{QStringLiteral("verbose"),
                                      QStringLiteral("write the program's log to standard error")};
     const QCommandLineOption help{QStringLiteral("help"), QStringLiteral("show this text")};
@@ -33,7 +40,7 @@ struct CommandLine {
             QStringLiteral("Finds videos of the video service, previews them and saves them as MP4 or MP3.\n"
                            "With ADDRESS, the address of a video's watch page, that video is shown. When\n"
                            "Melodrift already runs, its window comes to the front (and shows ADDRESS)."));
-        parser.addOptions({service, verbose, help, version});
+        parser.addOptions({service, engine, verbose, help, version});
         parser.addPositionalArgument(QStringLiteral("ADDRESS"), QStringLiteral("the address of a video's watch page"),
                                      QStringLiteral("[ADDRESS]"));
     }
@@ -82,6 +89,12 @@ int main(int argc, char** argv)
         return 2;
     }
     const QString address = addresses.value(0);
+    QString engineError;
+    const auto engine = engine::Choice::resolve(line.parser.value(line.engine), Settings::engineChoice(), &engineError);
+    if (!engine) {
+        std::fprintf(stderr, "%s\nTry 'melodrift --help'.\n", qPrintable(engineError));
+        return 2;
+    }
     if (!line.parser.isSet(line.verbose)) {
         platform::Log::setSink([](const QString&) {});
         // Qt's own notes (the web engine's set-up, say) are for --verbose too.
@@ -102,6 +115,7 @@ int main(int argc, char** argv)
         if (!addresses.isEmpty())
             delegate.openAddress(addresses.first());
     });
+    delegate.setEngine(*engine);
     delegate.applicationDidFinishLaunching();
     if (!address.isEmpty())
         delegate.openAddress(address);
@@ -109,5 +123,6 @@ int main(int argc, char** argv)
     // The window is gone: a worker waiting on a server must not keep the
     // program alive unseen until that server answers or times out.
     platform::BlockingHttp::cancelAll();
+    engine::YtDlp::cancelAll();
     return status;
 }

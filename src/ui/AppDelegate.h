@@ -1,5 +1,7 @@
 #pragma once
 
+#include "catalogue/engine/Engine.h"
+
 #include "platform/ServiceEndpoints.h"
 #include "platform/Version.h"
 
@@ -47,6 +49,9 @@ public:
     QSizeF windowWillResize(const QSizeF& proposed) const;
     void settingsClick();
     void quit();
+    // Where videos are found from now on: the command line's choice at the
+    // start, the settings window's later.
+    void setEngine(const engine::Choice& choice);
 
     static QString getVersion() { return QString::fromLatin1(platform::version); }
 

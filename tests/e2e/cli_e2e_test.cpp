@@ -4,10 +4,14 @@
 #include "service_process.h"
 #include "test_home.h"
 
+#include "downloads/Settings.h"
 #include "platform/Version.h"
 
 #include <QDir>
 #include <QDirIterator>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
 
@@ -380,4 +384,77 @@ TEST_F(EndToEnd, YtDlpsReasonsAndAMissingYtDlpAreClearFailures)
     EXPECT_TRUE(missing.output.startsWith("Search failed: There is no yt-dlp on PATH. Install yt-dlp"))
         << missing.output.toStdString();
     EXPECT_EQ(user.run(s.base(), {"--engine", "other", "search", "bars"}).status, 2);
+}
+
+// The real service offers picture and sound together only at low quality: a
+// recorded answer of that shape, whose addresses point at the stand-in (its hd720
+// stream as the picture alone, its medium MP4 as the sound alone), given to the
+// real yt-dlp with --load-info-json.
+TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
+{
+    service s;
+    const video* v = find(videos, [](const video& v) {
+        return v.kind == "normal" && !mediaFile(v.id, 22).isEmpty() && !mediaFile(v.id, 18).isEmpty();
+    });
+    ASSERT_TRUE(v);
+    QByteArray answer;
+    const ChildProcess::Exit recorded = media::run("yt-dlp", {"--ignore-config", "-J", s.watch(v->id)}, &answer);
+    ASSERT_TRUE(recorded.exited && recorded.code == 0);
+    QJsonObject info = QJsonDocument::fromJson(answer).object();
+    const auto record = [&](const QString& name, const QString& badSignature) {
+        QJsonArray formats;
+        for (const QJsonValue& value : info.value("formats").toArray()) {
+            QJsonObject format = value.toObject();
+            QString url = format.value("url").toString();
+            if (url.contains("itag=22&")) {
+                format["vcodec"] = "avc1.640028";
+                format["acodec"] = "none";
+                format["height"] = 1080;
+            } else if (url.contains("itag=18&")) {
+                format["vcodec"] = "none";
+                format["acodec"] = "mp4a.40.2";
+                format["ext"] = "m4a";
+                format["abr"] = 96;
+                if (!badSignature.isEmpty())
+                    format["url"] = url.replace(QRegularExpression("signature=[^&]*"), "signature=" + badSignature);
+            }
+            formats.append(format);
+        }
+        info["formats"] = formats;
+        const QString json = user.home() + "/" + name + ".json";
+        const QString program = user.home() + "/" + name;
+        QFile file(json), script(program);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(info).toJson()) > 0);
+        EXPECT_TRUE(script.open(QIODevice::WriteOnly) &&
+                    script.write("#!/bin/sh\nexec /usr/bin/yt-dlp --load-info-json '" + json.toUtf8() + "' \"$@\"\n") > 0);
+        script.setPermissions(script.permissions() | QFile::ExeOwner);
+        Settings::setEngineChoice({engine::Kind::ytDlp, program});
+    };
+    record("recorded", {});
+
+    const result listed = user.run(s.base(), {"streams", s.watch(v->id)});
+    ASSERT_EQ(listed.status, 0) << listed.output.toStdString();
+    EXPECT_EQ(listed.output.count(QRegularExpression("^\\* ", QRegularExpression::MultilineOption)), 2)
+        << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.contains(QRegularExpression("^\\* hd1080 .*\\(picture only\\)$",
+                                                         QRegularExpression::MultilineOption)))
+        << listed.output.toStdString();
+
+    const result joined = user.run(s.base(), {"video", "--convert", s.watch(v->id)});
+    ASSERT_EQ(joined.status, 0) << joined.output.toStdString();
+    const QString file = lastLine(joined.output);
+    EXPECT_EQ(file, user.downloads() + "/" + v->title + ".mp4");
+    // The picture of the one, the sound of the other, both as they were.
+    EXPECT_EQ(media::probe(file, "stream=profile", "v:0"), media::probe(mediaFile(v->id, 22), "stream=profile", "v:0"));
+    EXPECT_EQ(media::probe(file, "stream=bit_rate", "a:0"), media::probe(mediaFile(v->id, 18), "stream=bit_rate", "a:0"));
+    EXPECT_NE(media::probe(file, "stream=bit_rate", "a:0"), media::probe(mediaFile(v->id, 22), "stream=bit_rate", "a:0"));
+    EXPECT_NEAR(media::probe(file, "format=duration").toDouble(), double(v->seconds), 1.0);
+
+    // The sound's transfer failing fails the job with its reason, and leaves nothing.
+    record("broken", "0000");
+    const result broken = user.run(s.base(), {"video", s.watch(v->id)});
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_TRUE(broken.output.contains("Failed: ") && broken.output.contains("403")) << broken.output.toStdString();
+    EXPECT_EQ(QDir(user.downloads()).entryList(QDir::Files), QStringList{v->title + ".mp4"});
+    EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty());
 }

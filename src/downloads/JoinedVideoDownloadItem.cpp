@@ -129,8 +129,12 @@ void JoinedVideoDownloadItem::cancel()
     if (soundDownload_)
         soundDownload_->cancel();
     stopConversion();
+    const bool stopped = state() != State::Done && state() != State::Failed;
     DownloadItem::cancel();
     dropSound();
+    // Two partial files are not left for the next start to find.
+    if (stopped)
+        QFile::remove(tempfile());
 }
 
 void JoinedVideoDownloadItem::dropSound()

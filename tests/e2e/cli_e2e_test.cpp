@@ -397,11 +397,13 @@ TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
         return v.kind == "normal" && !mediaFile(v.id, 22).isEmpty() && !mediaFile(v.id, 18).isEmpty();
     });
     ASSERT_TRUE(v);
-    QByteArray answer;
-    const ChildProcess::Exit recorded = media::run("yt-dlp", {"--ignore-config", "-J", s.watch(v->id)}, &answer);
-    ASSERT_TRUE(recorded.exited && recorded.code == 0);
-    QJsonObject info = QJsonDocument::fromJson(answer).object();
-    const auto record = [&](const QString& name, const QString& badSignature) {
+    // Writes what the stand-in at base offers, reshaped, and a yt-dlp that answers with it.
+    const auto record = [&](const service& at, const QString& name, const QString& badSignature) {
+        QByteArray answer;
+        const ChildProcess::Exit recorded =
+            media::run("yt-dlp", {"--ignore-config", "-J", at.watch(v->id)}, &answer);
+        EXPECT_TRUE(recorded.exited && recorded.code == 0);
+        QJsonObject info = QJsonDocument::fromJson(answer).object();
         QJsonArray formats;
         for (const QJsonValue& value : info.value("formats").toArray()) {
             QJsonObject format = value.toObject();
@@ -430,7 +432,7 @@ TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
         script.setPermissions(script.permissions() | QFile::ExeOwner);
         Settings::setEngineChoice({engine::Kind::ytDlp, program});
     };
-    record("recorded", {});
+    record(s, "recorded", {});
 
     const result listed = user.run(s.base(), {"streams", s.watch(v->id)});
     ASSERT_EQ(listed.status, 0) << listed.output.toStdString();
@@ -451,10 +453,23 @@ TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
     EXPECT_NEAR(media::probe(file, "format=duration").toDouble(), double(v->seconds), 1.0);
 
     // The sound's transfer failing fails the job with its reason, and leaves nothing.
-    record("broken", "0000");
+    record(s, "broken", "0000");
     const result broken = user.run(s.base(), {"video", s.watch(v->id)});
     EXPECT_EQ(broken.status, 1);
     EXPECT_TRUE(broken.output.contains("Failed: ") && broken.output.contains("403")) << broken.output.toStdString();
+    EXPECT_EQ(QDir(user.downloads()).entryList(QDir::Files), QStringList{v->title + ".mp4"});
+    EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty());
+
+    // A cancel (the terminal's Ctrl-C or a TERM) stops both transfers, and leaves nothing.
+    service stalled({"--stall-stream", v->id});
+    record(stalled, "stalled", {});
+    const auto running = user.start(stalled.base(), {"video", stalled.watch(v->id)});
+    ASSERT_TRUE(running);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+    running->terminate();
+    const result cancelled = cli::finish(running.get());
+    EXPECT_EQ(cancelled.status, 130) << cancelled.output.toStdString();
+    EXPECT_TRUE(cancelled.output.contains("Cancelled.")) << cancelled.output.toStdString();
     EXPECT_EQ(QDir(user.downloads()).entryList(QDir::Files), QStringList{v->title + ".mp4"});
     EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty());
 }

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+class DownloadItem;
+
+// One download as the history keeps it.
+struct HistoryEntry {
+    enum class State { Running, Done, Failed, Canceled };
+
+    qint64 id = 0; // the store's; 0 until added
+    QDateTime added;
+    QDateTime ended; // invalid while it runs
+    bool audio = false;
+    QString kind;  // "MP3", "MP4", or the container kept ("WEBM", "FLV", "3GP")
+    QString title;
+    QString link;  // the video's watch page, for Retry
+    QString file;  // where it was saved (or was to be)
+    qint64 size = -1; // bytes, once saved
+    State state = State::Running;
+    QString reason; // why it failed
+
+    bool hasEnded() const { return state != State::Running; }
+
+    // What a job is now: its kind, title, file, state and reason.
+    static HistoryEntry of(const DownloadItem& job, bool audio);
+};
+
+// Every download of every run, per user: an SQLite file in the data folder,
+// written by both programs when a job is added and when it ends, so that a
+// crash or a kill loses nothing that had ended. Newest first. One connection,
+// used on the thread that made the store (a thread of its own in the window).
+// A file that cannot be read as a store of this program is set aside, renamed
+// beside itself and never deleted, and a new one is begun.
+class DownloadHistory {
+public:
+    static constexpr int schemaVersion = 1;
+
+    // The store at path; the default is history.sqlite in the user's data folder.
+    explicit DownloadHistory(const QString& path = defaultPath());
+    ~DownloadHistory();
+    DownloadHistory(const DownloadHistory&) = delete;
+    DownloadHistory& operator=(const DownloadHistory&) = delete;
+
+    static QString defaultPath();
+
+    // False when not even a new store could be made; every call then does nothing.
+    bool isOpen() const { return open_; }
+    // Where a damaged store was put, if this one set one aside.
+    const QString& setAside() const { return setAside_; }
+
+    // The new entry's id (0 when it could not be written).
+    qint64 add(const HistoryEntry& entry);
+    // Writes an entry's end: its state, end, kind, file, size and reason.
+    void update(const HistoryEntry& entry);
+    void remove(qint64 id);
+    // Every ended entry goes; the files stay.
+    void removeEnded();
+
+    int count() const;
+    // count entries from offset on, newest first.
+    QList<HistoryEntry> page(int offset, int count) const;
+
+private:
+    // Opens the store and brings it to this schema; why not, or nothing.
+    QString openAt(const QString& path);
+    void setAsideAndStartAgain(const QString& why);
+
+    const QString path_;
+    const QString connection_;
+    bool open_ = false;
+    QString setAside_;
+};

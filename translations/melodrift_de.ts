@@ -103,6 +103,50 @@
         <source>%1 left</source>
         <translation>noch %1</translation>
     </message>
+    <message id="Downloads.ShowInFolder">
+        <source>Show in folder</source>
+        <translation>Im Ordner zeigen</translation>
+    </message>
+    <message id="Downloads.Retry">
+        <source>Retry</source>
+        <translation>Erneut versuchen</translation>
+    </message>
+    <message id="Downloads.Remove">
+        <source>Remove from list</source>
+        <translation>Aus der Liste entfernen</translation>
+    </message>
+    <message id="Downloads.ClearFinished">
+        <source>Clear finished</source>
+        <translation>Beendete entfernen</translation>
+    </message>
+    <message id="Downloads.FileGone">
+        <source>File moved or deleted</source>
+        <translation>Datei verschoben oder gelöscht</translation>
+    </message>
+    <message id="Downloads.NotFinished">
+        <source>Not finished</source>
+        <translation>Nicht beendet</translation>
+    </message>
+    <message id="Settings.FolderQuestion">
+        <source>Save downloads in:</source>
+        <translation>Downloads speichern in:</translation>
+    </message>
+    <message id="Settings.FolderChange">
+        <source>Change…</source>
+        <translation>Ändern…</translation>
+    </message>
+    <message id="Settings.FolderChooser">
+        <source>Choose the Downloads folder</source>
+        <translation>Downloads-Ordner wählen</translation>
+    </message>
+    <message id="Settings.FolderRefused">
+        <source>Melodrift cannot save into %1: %2</source>
+        <translation>Melodrift kann nicht in %1 speichern: %2</translation>
+    </message>
+    <message id="Downloads.FolderRefused">
+        <source>Melodrift cannot save into %1: %2. Choose another folder in the settings.</source>
+        <translation>Melodrift kann nicht in %1 speichern: %2. Wählen Sie in den Einstellungen einen anderen Ordner.</translation>
+    </message>
     <message id="Settings.Title">
         <source>Settings</source>
         <translation>Einstellungen</translation>

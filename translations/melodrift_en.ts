@@ -103,6 +103,50 @@
         <source>%1 left</source>
         <translation>%1 left</translation>
     </message>
+    <message id="Downloads.ShowInFolder">
+        <source>Show in folder</source>
+        <translation>Show in folder</translation>
+    </message>
+    <message id="Downloads.Retry">
+        <source>Retry</source>
+        <translation>Retry</translation>
+    </message>
+    <message id="Downloads.Remove">
+        <source>Remove from list</source>
+        <translation>Remove from list</translation>
+    </message>
+    <message id="Downloads.ClearFinished">
+        <source>Clear finished</source>
+        <translation>Clear finished</translation>
+    </message>
+    <message id="Downloads.FileGone">
+        <source>File moved or deleted</source>
+        <translation>File moved or deleted</translation>
+    </message>
+    <message id="Downloads.NotFinished">
+        <source>Not finished</source>
+        <translation>Not finished</translation>
+    </message>
+    <message id="Settings.FolderQuestion">
+        <source>Save downloads in:</source>
+        <translation>Save downloads in:</translation>
+    </message>
+    <message id="Settings.FolderChange">
+        <source>Change…</source>
+        <translation>Change…</translation>
+    </message>
+    <message id="Settings.FolderChooser">
+        <source>Choose the Downloads folder</source>
+        <translation>Choose the Downloads folder</translation>
+    </message>
+    <message id="Settings.FolderRefused">
+        <source>Melodrift cannot save into %1: %2</source>
+        <translation>Melodrift cannot save into %1: %2</translation>
+    </message>
+    <message id="Downloads.FolderRefused">
+        <source>Melodrift cannot save into %1: %2. Choose another folder in the settings.</source>
+        <translation>Melodrift cannot save into %1: %2. Choose another folder in the settings.</translation>
+    </message>
     <message id="Settings.Title">
         <source>Settings</source>
         <translation>Settings</translation>

@@ -3,16 +3,19 @@
 #include "catalogue/YouTubeVideo.h"
 #include "core/youtube_error.h"
 #include "downloads/AudioDownloadItem.h"
+#include "downloads/DownloadHistory.h"
 #include "downloads/DownloadItem.h"
 #include "downloads/Settings.h"
 #include "downloads/VideoDownloadItem.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
+#include "platform/UserFolders.h"
 #include "platform/Version.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QLocale>
 #include <QTimer>
 
 #include <atomic>
@@ -28,7 +31,8 @@ const char* const commandsText = R"(Commands:
   search WORDS...        list the videos the search finds: number, length, title, address
   streams ADDRESS        list the streams of the video at a watch-page address, the best marked
   audio ADDRESS          save the video's sound track as MP3 in the Downloads folder
-  video ADDRESS          save the video in the Downloads folder (as MP4 when converted))";
+  video ADDRESS          save the video in the Downloads folder (as MP4 when converted)
+  history                list every download, newest first: date, kind, title, file, size, state)";
 
 std::atomic<bool> interrupted{false};
 
@@ -126,13 +130,16 @@ int CliApplication::run()
     const QCommandLineOption timeoutOption(QStringLiteral("timeout"),
                                            QStringLiteral("give a download up after SECONDS without data (default 60)"),
                                            QStringLiteral("SECONDS"));
+    const QCommandLineOption outputOption(
+        QStringLiteral("output"), QStringLiteral("save into DIR for this run (default: the stored Downloads folder)"),
+        QStringLiteral("DIR"));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("show the program's log on standard error"));
     const QCommandLineOption helpOption(QStringLiteral("help"), QStringLiteral("show this text"));
     const QCommandLineOption versionOption(QStringLiteral("version"), QStringLiteral("show the version"));
     parser.addOptions(
-        {convertOption, noConvertOption, serviceOption, engineOption, timeoutOption, verboseOption, helpOption,
-         versionOption});
+        {convertOption, noConvertOption, serviceOption, engineOption, timeoutOption, outputOption, verboseOption,
+         helpOption, versionOption});
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("one of the commands above, with its words or address"));
 
@@ -161,6 +168,11 @@ int CliApplication::run()
         else if (name == noConvertOption.names().constFirst())
             convert = false;
     }
+    if (parser.isSet(outputOption)) {
+        output_ = QFileInfo(parser.value(outputOption)).absoluteFilePath();
+        if (parser.value(outputOption).isEmpty())
+            return usage(QStringLiteral("--output needs a folder."));
+    }
     verbose_ = parser.isSet(verboseOption);
     endpoints_ = platform::ServiceEndpoints::fromEnvironment(parser.value(serviceOption));
     QString engineError;
@@ -175,6 +187,8 @@ int CliApplication::run()
         return usage(QStringLiteral("No command given."));
 
     const QString command = words.takeFirst();
+    if (command == QLatin1String("history"))
+        return words.isEmpty() ? history() : usage(QStringLiteral("history takes no words."));
     if (command == QLatin1String("search"))
         return words.isEmpty() ? usage(QStringLiteral("search needs words.")) : search(words);
     if (command != QLatin1String("streams") && command != QLatin1String("audio") && command != QLatin1String("video"))
@@ -255,8 +269,43 @@ int CliApplication::streams(const QString& address)
     return 0;
 }
 
+int CliApplication::history()
+{
+    DownloadHistory store;
+    const QLocale locale;
+    constexpr int pageSize = 500;
+    qint64 last = 0;
+    for (;;) {
+        const QList<HistoryEntry> entries = store.olderThan(last, pageSize);
+        for (const HistoryEntry& entry : entries) {
+            const QString state = entry.state == HistoryEntry::State::Done       ? QStringLiteral("done")
+                                  : entry.state == HistoryEntry::State::Failed   ? QStringLiteral("failed: ") + entry.reason
+                                  : entry.state == HistoryEntry::State::Canceled ? QStringLiteral("canceled")
+                                                                                 : QStringLiteral("not finished");
+            QStringList fields{entry.added.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm")), entry.kind,
+                               entry.title, entry.file,
+                               entry.size >= 0 ? locale.formattedDataSize(entry.size, 1, QLocale::DataSizeSIFormat)
+                                               : QStringLiteral("-"),
+                               state};
+            // One line per entry, whatever a title or a reason holds.
+            for (QString& field : fields)
+                field = platform::withoutControls(field);
+            print(fields.join(QStringLiteral("  ")) + QLatin1Char('\n'));
+        }
+        if (entries.size() < pageSize)
+            return 0;
+        last = entries.back().id;
+    }
+}
+
 int CliApplication::download(const QString& address, bool audio, std::optional<bool> convert)
 {
+    // Refused before anything is fetched.
+    const QString folder = output_.isEmpty() ? Settings::downloadFolder() : output_;
+    if (const QString why = platform::UserFolders::whyNotWritable(folder); !why.isEmpty()) {
+        complain(QStringLiteral("Cannot save into %1: %2.").arg(folder, why));
+        return 1;
+    }
     const auto video = videoAt(address);
     if (!video)
         return 1;
@@ -268,7 +317,18 @@ int CliApplication::download(const QString& address, bool audio, std::optional<b
         complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(address));
         return 1;
     }
-    return follow(job);
+    job->setDownloadFolder(folder);
+    // Written when the job is added and when it ends, so that a kill loses nothing that ended.
+    DownloadHistory history;
+    HistoryEntry entry = HistoryEntry::of(*job);
+    entry.state = HistoryEntry::State::Running;
+    entry.id = history.add(entry);
+    const int status = follow(job);
+    const qint64 id = entry.id;
+    entry = HistoryEntry::of(*job);
+    entry.id = id;
+    history.update(entry);
+    return status;
 }
 
 int CliApplication::follow(const std::shared_ptr<DownloadItem>& job)

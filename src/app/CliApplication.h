@@ -22,6 +22,7 @@ public:
 
 private:
     int search(const QStringList& words);
+    int history();
     int streams(const QString& address);
     int download(const QString& address, bool audio, std::optional<bool> convert);
 
@@ -36,5 +37,6 @@ private:
     platform::ServiceEndpoints endpoints_;
     std::shared_ptr<engine::Engine> engine_;
     bool verbose_ = false;
+    QString output_; // --output: this run's Downloads folder
     std::optional<int> timeoutSeconds_;
 };

@@ -1,5 +1,6 @@
 #include "downloads/DownloadHistory.h"
 
+#include "downloads/AudioDownloadItem.h"
 #include "downloads/DownloadItem.h"
 #include "platform/Log.h"
 
@@ -84,9 +85,10 @@ QString containerOf(const QString& type)
 
 } // namespace
 
-HistoryEntry HistoryEntry::of(const DownloadItem& job, bool audio)
+HistoryEntry HistoryEntry::of(const DownloadItem& job)
 {
     HistoryEntry entry;
+    const bool audio = dynamic_cast<const AudioDownloadItem*>(&job) != nullptr;
     entry.audio = audio;
     entry.title = job.video()->title();
     entry.link = job.video()->link().toString();
@@ -257,15 +259,32 @@ int DownloadHistory::count() const
 
 QList<HistoryEntry> DownloadHistory::page(int offset, int count) const
 {
+    return select(QStringLiteral("ORDER BY id DESC LIMIT ? OFFSET ?"), {count, offset});
+}
+
+QList<HistoryEntry> DownloadHistory::olderThan(qint64 id, int count) const
+{
+    if (id <= 0)
+        return page(0, count);
+    return select(QStringLiteral("WHERE id < ? ORDER BY id DESC LIMIT ?"), {id, count});
+}
+
+QList<HistoryEntry> DownloadHistory::newerThan(qint64 id) const
+{
+    return select(QStringLiteral("WHERE id > ? ORDER BY id DESC"), {id});
+}
+
+QList<HistoryEntry> DownloadHistory::select(const QString& where, const QVariantList& values) const
+{
     QList<HistoryEntry> entries;
     if (!open_)
         return entries;
     QSqlQuery query(QSqlDatabase::database(connection_, false));
     query.setForwardOnly(true);
     query.prepare(QStringLiteral("SELECT id, added, ended, audio, kind, title, link, file, size, state, reason "
-                                 "FROM downloads ORDER BY id DESC LIMIT ? OFFSET ?"));
-    query.addBindValue(count);
-    query.addBindValue(offset);
+                                 "FROM downloads ") + where);
+    for (const QVariant& value : values)
+        query.addBindValue(value);
     if (!query.exec())
         return entries;
     while (query.next()) {

@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <QList>
 #include <QString>
+#include <QVariantList>
 
 #include <optional>
 
@@ -23,11 +24,13 @@ struct HistoryEntry {
     qint64 size = -1; // bytes, once saved
     State state = State::Running;
     QString reason; // why it failed
+    bool fileGone = false; // not kept: whether a saved file was missing when last looked at
 
     bool hasEnded() const { return state != State::Running; }
 
-    // What a job is now: its kind, title, file, state and reason.
-    static HistoryEntry of(const DownloadItem& job, bool audio);
+    // What a job is now: its kind, title, file, size, state and reason. Reads
+    // the file's size, so not on the interface thread.
+    static HistoryEntry of(const DownloadItem& job);
 };
 
 // Every download of every run, per user: an SQLite file in the data folder,
@@ -64,8 +67,14 @@ public:
     int count() const;
     // count entries from offset on, newest first.
     QList<HistoryEntry> page(int offset, int count) const;
+    // Pages that removals between them do not shift: at most count entries
+    // older than the entry id (every entry for 0), newest first.
+    QList<HistoryEntry> olderThan(qint64 id, int count) const;
+    // Every entry newer than the entry id, newest first.
+    QList<HistoryEntry> newerThan(qint64 id) const;
 
 private:
+    QList<HistoryEntry> select(const QString& where, const QVariantList& values) const;
     // Opens the store and brings it to this schema; why not, or nothing.
     QString openAt(const QString& path);
     void setAsideAndStartAgain(const QString& why);

@@ -1,5 +1,6 @@
 #include "downloads/DownloadItem.h"
 
+#include "downloads/Settings.h"
 #include "platform/Desktop.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -67,9 +68,14 @@ DownloadItem::DownloadItem(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<
     : video_(std::move(video)), url_(std::move(url))
 {
     statusString_.set(platform::Localization::string("DownloadItem.Waiting"));
-    downloadFolder_.set(platform::UserFolders::downloads());
     tempfile_.set(getCacheFile());
-    destinationfile_.set(destinationFor(downloadFolder(), video_->title()));
+    setDownloadFolder(Settings::downloadFolder());
+}
+
+void DownloadItem::setDownloadFolder(const QString& folder)
+{
+    downloadFolder_.set(folder);
+    destinationfile_.set(destinationFor(folder, video_->title()));
     Log::line(QStringLiteral("destinationfile: ") + destinationfile());
 }
 

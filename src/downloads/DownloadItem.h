@@ -50,6 +50,8 @@ public:
     std::shared_ptr<YouTubeVideo> video() const { return video_; }
     std::shared_ptr<YouTubeUrl> url() const { return url_; }
     QString downloadFolder() const { return downloadFolder_.get(); }
+    // Another folder than the stored setting's, before the job starts.
+    void setDownloadFolder(const QString& folder);
     QString tempfile() const { return tempfile_.get(); }
     // The Downloads folder, "/" and the title made safe for a path, without suffix.
     QString destinationfile() const { return destinationfile_.get(); }

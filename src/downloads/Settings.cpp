@@ -1,5 +1,7 @@
 #include "downloads/Settings.h"
 
+#include "platform/UserFolders.h"
+
 #include <QSettings>
 
 namespace {
@@ -7,6 +9,7 @@ namespace {
 const QString key = QStringLiteral("convertVideos");
 const QString engineKey = QStringLiteral("engine");
 const QString ytDlpKey = QStringLiteral("ytDlpPath");
+const QString folderKey = QStringLiteral("downloadFolder");
 constexpr bool defaultConvertVideos = true;
 
 QSettings store()
@@ -51,5 +54,18 @@ void Settings::setEngineChoice(const engine::Choice& choice)
         settings.remove(ytDlpKey);
     else
         settings.setValue(ytDlpKey, choice.ytDlp);
+    settings.sync();
+}
+
+QString Settings::downloadFolder()
+{
+    const QString folder = store().value(folderKey).toString();
+    return folder.isEmpty() ? platform::UserFolders::downloads() : folder;
+}
+
+void Settings::setDownloadFolder(const QString& folder)
+{
+    QSettings settings = store();
+    settings.setValue(folderKey, folder);
     settings.sync();
 }

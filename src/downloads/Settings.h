@@ -15,4 +15,8 @@ public:
     // one on PATH). Default: the classic engine.
     static engine::Choice engineChoice();
     static void setEngineChoice(const engine::Choice& choice);
+
+    // Where downloads are saved. Default: the user's Downloads folder.
+    static QString downloadFolder();
+    static void setDownloadFolder(const QString& folder);
 };

@@ -1,5 +1,9 @@
 #include "platform/Desktop.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QFileInfo>
 #include <QProcess>
 #include <QUrl>
 
@@ -19,6 +23,27 @@ bool open(const QUrl& url)
 bool Desktop::openFile(const QString& path)
 {
     return open(QUrl::fromLocalFile(path));
+}
+
+void Desktop::showInFolder(const QString& path)
+{
+    const QString folder = QFileInfo(path).absolutePath();
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        openFile(folder);
+        return;
+    }
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
+    call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
+    // Asked without waiting: a file manager started for the call may take its time.
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, 5000));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [folder](QDBusPendingCallWatcher* done) {
+        if (done->isError())
+            openFile(folder);
+        done->deleteLater();
+    });
 }
 
 bool Desktop::openUrl(const QUrl& url)

@@ -1,6 +1,7 @@
 #include "ui/AppDelegate.h"
 
 #include "downloads/DownloadItem.h"
+#include "downloads/HistoryQueue.h"
 #include "downloads/Settings.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -27,6 +28,7 @@
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QStackedWidget>
+#include <QTimer>
 
 #include <cmath>
 
@@ -36,8 +38,9 @@ AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPrese
     : QObject(parent),
       endpoints_(endpoints),
       ownAlerts_(alerts ? nullptr : std::make_unique<AlertPresenter>()),
+      history_(std::make_shared<HistoryQueue>()),
       window_(new QMainWindow),
-      menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, this)),
+      menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, history_, this)),
       notifications_(new platform::Notifications(QStringLiteral("Melodrift"), QStringLiteral("org.melodrift.Melodrift"), this))
 {
     window_->setWindowTitle(QStringLiteral("Melodrift"));
@@ -150,6 +153,8 @@ void AppDelegate::finishLaunching()
     window_->show();
     window_->raise();
     window_->activateWindow();
+    // The history's first page is read while the window is shown, not before.
+    QTimer::singleShot(0, menu_->downloadController()->model(), &DownloadListModel::start);
     // After the window is up: its pictures are 320 KiB for the X server.
     if (QApplication::windowIcon().isNull())
         QApplication::setWindowIcon(Picture::logoIcon());

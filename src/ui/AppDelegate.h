@@ -15,6 +15,7 @@
 class AlertPresenter;
 class QMimeData;
 class DownloadItem;
+class HistoryQueue;
 namespace platform {
 class Notifications;
 }
@@ -71,6 +72,7 @@ private:
 
     const platform::ServiceEndpoints endpoints_;
     std::unique_ptr<AlertPresenter> ownAlerts_;
+    std::shared_ptr<HistoryQueue> history_;
     QPointer<QMainWindow> window_;
     MenuDelegate* menu_;
     SettingsWindowController* settingsWindowController_ = nullptr;

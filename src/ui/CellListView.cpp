@@ -2,6 +2,7 @@
 
 #include <QAbstractItemModel>
 #include <QAccessibleWidget>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 namespace {
@@ -28,6 +29,8 @@ CellListView::CellListView(QWidget* parent)
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &CellListView::fetchMoreWhenNearTheEnd);
+    connect(verticalScrollBar(), &QScrollBar::rangeChanged, this, &CellListView::fetchMoreWhenNearTheEnd);
     static const bool factoryInstalled = (QAccessible::installFactory(checkedAccessible), true);
     Q_UNUSED(factoryInstalled);
 }
@@ -54,6 +57,15 @@ void CellListView::setModel(QAbstractItemModel* model, CellFactory makeCell)
     rebuild();
 }
 
+void CellListView::fetchMoreWhenNearTheEnd()
+{
+    // Within a screenful of the end; a list that does not fill the view is at its end.
+    const QScrollBar* bar = verticalScrollBar();
+    if (model_ && isVisible() && bar->maximum() - bar->value() <= viewport()->height() &&
+        model_->canFetchMore(QModelIndex()))
+        model_->fetchMore(QModelIndex());
+}
+
 ModelCell* CellListView::cellAt(int row) const
 {
     return row >= 0 && row < cells_.size() ? cells_[row] : nullptr;
@@ -75,6 +87,14 @@ void CellListView::insertCells(int first, int last)
         cells_.insert(row, cell);
         layout_->insertWidget(row, cell);
     }
+    // Rows that still leave room call for more once they are laid out.
+    QMetaObject::invokeMethod(this, &CellListView::fetchMoreWhenNearTheEnd, Qt::QueuedConnection);
+}
+
+void CellListView::showEvent(QShowEvent* event)
+{
+    QScrollArea::showEvent(event);
+    QMetaObject::invokeMethod(this, &CellListView::fetchMoreWhenNearTheEnd, Qt::QueuedConnection);
 }
 
 void CellListView::removeCells(int first, int last)

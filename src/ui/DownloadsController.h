@@ -5,31 +5,50 @@
 
 #include <memory>
 
+class AlertPresenter;
 class CellListView;
 class DownloadItem;
+class HistoryQueue;
 class DownloadListModel;
 class QLabel;
 class QPushButton;
 class QWidget;
 
-// The downloads view: every job of the run, newest first, with Cancel and Play
-// per row and a button that opens the Downloads folder.
+// The downloads view: every job of the run, newest first, then the history of
+// earlier ones, with each row's actions, "Clear finished" and a button that
+// opens the Downloads folder.
 class DownloadsController : public QObject {
     Q_OBJECT
 public:
-    explicit DownloadsController(QObject* parent = nullptr);
+    // Without a history the view holds the run's jobs only; without alerts a
+    // refused Downloads folder is only logged.
+    explicit DownloadsController(std::shared_ptr<HistoryQueue> history = nullptr, AlertPresenter* alerts = nullptr,
+                                 QObject* parent = nullptr);
     ~DownloadsController() override;
 
     QWidget* view();
     DownloadListModel* model() const { return model_; }
     CellListView* tableView();
     QPushButton* openFolderButton();
+    QPushButton* clearFinishedButton();
 
-    // Shows the job in the top row and starts it.
-    void addDownload(const std::shared_ptr<DownloadItem>& item);
+    // Shows the job in the top row and starts it; false, after saying why, when
+    // the Downloads folder cannot be written.
+    bool addDownload(const std::shared_ptr<DownloadItem>& item);
     void cancelItemButtonClicked(int row);
     void playButtonClicked(int row);
+    void showInFolderClicked(int row);
+    void retryClicked(int row);
+    void removeClicked(int row);
+    void clearFinished();
     void openDownloadsFolder();
+
+signals:
+    // A new job for the video at the watch page, of the same kind.
+    void retryRequested(const QUrl& link, bool audio);
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void buildView();
@@ -40,4 +59,6 @@ private:
     CellListView* tableView_ = nullptr;
     QLabel* emptyLabel_ = nullptr;
     QPushButton* openFolderButton_ = nullptr;
+    QPushButton* clearFinishedButton_ = nullptr;
+    AlertPresenter* alerts_;
 };

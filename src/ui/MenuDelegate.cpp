@@ -13,11 +13,14 @@
 
 using platform::Localization;
 
-MenuDelegate::MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts, QObject* parent)
+MenuDelegate::MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts,
+                           std::shared_ptr<HistoryQueue> history, QObject* parent)
     : QObject(parent), model_(new MenuModel(this)), outlineView_(new QListView), placeHolderView_(new QStackedWidget)
 {
     createNewSearchController(endpoints, alerts);
-    downloadController_ = new DownloadsController(this);
+    downloadController_ = new DownloadsController(std::move(history), &alerts, this);
+    connect(downloadController_, &DownloadsController::retryRequested, newSearchController_,
+            &NewSearchController::downloadAgain);
 
     menu_title_ = std::make_shared<MenuNode>();
     menu_title_->setTitle(Localization::string("MainMenu.MenuTitle"));

@@ -12,6 +12,7 @@
 class AlertPresenter;
 class DownloadItem;
 class DownloadsController;
+class HistoryQueue;
 class MenuItem;
 class MenuModel;
 class MenuNode;
@@ -24,7 +25,9 @@ class QWidget;
 class MenuDelegate : public QObject {
     Q_OBJECT
 public:
-    MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts, QObject* parent = nullptr);
+    // history: where the downloads view keeps its jobs across runs (none: for the run only).
+    MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts,
+                 std::shared_ptr<HistoryQueue> history = nullptr, QObject* parent = nullptr);
     ~MenuDelegate() override;
 
     QListView* outlineView() const { return outlineView_; }

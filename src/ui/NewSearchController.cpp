@@ -364,6 +364,21 @@ void NewSearchController::downloadButton(int row, bool audio)
     model_->reloadRow(row);
 }
 
+void NewSearchController::downloadAgain(const QUrl& link, bool audio)
+{
+    const auto video = engine_->videoAt(link);
+    video->parseUrlsAsync(this, [this, video, audio](const QString& error) {
+        if (!error.isEmpty())
+            return alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
+        const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
+                                                        : VideoDownloadItem::initBest(video);
+        if (!job)
+            return alerts_.showAlert(QStringLiteral("YouTube:"), Localization::string("Search.NoStream"),
+                                     mainView_->window());
+        downloadEvent(*this, job);
+    });
+}
+
 void NewSearchController::streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio)
 {
     model_->reloadRow(model_->rowOf(video.get()));

@@ -68,6 +68,8 @@ public:
     void previewButtonClick(int row);
     void downloadVideoButton(int row);
     void downloadAudioButton(int row);
+    // A new job for the video at the watch page (Retry): its streams read again, the best taken.
+    void downloadAgain(const QUrl& link, bool audio);
 
     // The preview's events: the user chose a stream to save.
     void audioEvent(PreviewController& sender, const std::shared_ptr<YouTubeVideo>& video,

@@ -4,11 +4,16 @@
 #include "downloads/Settings.h"
 #include "platform/Localization.h"
 #include "platform/MainThread.h"
+#include "platform/UserFolders.h"
 #include "platform/WorkerPool.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>
 #include <QDialog>
+#include <QFileDialog>
+#include <QHBoxLayout>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QLabel>
 #include <QRadioButton>
 #include <QVBoxLayout>
@@ -33,7 +38,9 @@ struct SettingsWindowController::PendingWrite {
 
 SettingsWindowController::SettingsWindowController(QObject* parent)
     : QObject(parent), window_(new QDialog), radioMatrix_(new QButtonGroup(this)),
-      engineMatrix_(new QButtonGroup(this)), pending_(std::make_shared<PendingWrite>())
+      engineMatrix_(new QButtonGroup(this)), folderLabel_(new QLabel),
+      changeFolderButton_(new QPushButton(Localization::string("Settings.FolderChange"))),
+      pending_(std::make_shared<PendingWrite>())
 {
     window_->setWindowTitle(Localization::string("Settings.Title"));
     auto* question = new QLabel(Localization::string("Settings.Question"));
@@ -61,6 +68,18 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
     layout->addWidget(engineQuestion);
     layout->addWidget(classic);
     layout->addWidget(ytDlp);
+    layout->addSpacing(12);
+    auto* folderQuestion = new QLabel(Localization::string("Settings.FolderQuestion"));
+    layout->addWidget(folderQuestion);
+    folderLabel_->setTextFormat(Qt::PlainText);
+    folderLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    folderLabel_->setWordWrap(true);
+    folderLabel_->setAccessibleDescription(folderQuestion->text());
+    changeFolderButton_->setAccessibleName(changeFolderButton_->text());
+    auto* folderRow = new QHBoxLayout;
+    folderRow->addWidget(folderLabel_, 1);
+    folderRow->addWidget(changeFolderButton_, 0, Qt::AlignTop);
+    layout->addLayout(folderRow);
     layout->addStretch(1);
     window_->setMinimumWidth(window_->sizeHint().width() + 40);
 
@@ -77,6 +96,27 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
         if (checked && !showingStored_)
             saveEngine(id);
     });
+    connect(changeFolderButton_, &QPushButton::clicked, this, &SettingsWindowController::changeFolder);
+}
+
+void SettingsWindowController::changeFolder()
+{
+    const QString folder = QFileDialog::getExistingDirectory(window_, Localization::string("Settings.FolderChooser"),
+                                                             folderLabel_->text());
+    if (folder.isEmpty())
+        return;
+    if (const QString why = setFolder(folder); !why.isEmpty())
+        QMessageBox::warning(window_, Localization::string("Settings.Title"),
+                             Localization::string("Settings.FolderRefused").arg(folder, why));
+}
+
+QString SettingsWindowController::setFolder(const QString& folder)
+{
+    if (QString why = platform::UserFolders::whyNotWritable(folder); !why.isEmpty())
+        return why;
+    Settings::setDownloadFolder(folder);
+    folderLabel_->setText(folder);
+    return {};
 }
 
 SettingsWindowController::~SettingsWindowController()
@@ -97,6 +137,7 @@ void SettingsWindowController::windowDidLoad()
     radioMatrix_->button(convert ? 0 : 1)->setChecked(true);
     engineMatrix_->button(engineId)->setChecked(true);
     showingStored_ = false;
+    folderLabel_->setText(Settings::downloadFolder());
     showYtDlpVersion();
 }
 

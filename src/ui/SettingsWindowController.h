@@ -6,11 +6,13 @@
 #include <memory>
 
 class QButtonGroup;
+class QLabel;
+class QPushButton;
 class QWidget;
 
 // The settings window: how videos are saved and where they are found, each as
-// two choices. It shows the stored values each time it opens and saves a choice
-// the moment it is clicked.
+// two choices, and the Downloads folder with "Change…". It shows the stored
+// values each time it opens and saves a choice the moment it is made.
 class SettingsWindowController : public QObject {
     Q_OBJECT
 public:
@@ -22,10 +24,16 @@ public:
     QButtonGroup* radioMatrix() const { return radioMatrix_; }
     // Button 0: Melodrift's own reader; button 1: yt-dlp (its version shown).
     QButtonGroup* engineMatrix() const { return engineMatrix_; }
+    QLabel* folderLabel() const { return folderLabel_; }
+    QPushButton* changeFolderButton() const { return changeFolderButton_; }
 
     void showWindow();
     void radioConvertToH264();
     void radioNoConvertions();
+    // Asks for a folder; one that cannot be written is refused, saying why.
+    void changeFolder();
+    // Stores the folder when it can be written; why not, or nothing.
+    QString setFolder(const QString& folder);
 
 signals:
     // The user chose the engine: 0 the classic one, 1 yt-dlp.
@@ -43,6 +51,8 @@ private:
     QPointer<QWidget> window_;
     QButtonGroup* radioMatrix_;
     QButtonGroup* engineMatrix_;
+    QLabel* folderLabel_;
+    QPushButton* changeFolderButton_;
     std::shared_ptr<PendingWrite> pending_;
     bool showingStored_ = false;
 };

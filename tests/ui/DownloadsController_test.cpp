@@ -172,8 +172,8 @@ private slots:
         QVERIFY(at[State::Converting].bar && at[State::Converting].cancel && !at[State::Converting].play);
         const Shown done = at[State::Done];
         QCOMPARE(done.status, QString("Done"));
-        QVERIFY(done.bar && done.full && !done.cancel && done.play);
-        QVERIFY(done.detail.isEmpty());
+        QVERIFY(!done.bar && !done.cancel && done.play);
+        QVERIFY(done.detail.contains("Clip.mp3"));
     }
 
     void speedAndTimeLeftFollowTheLastSeconds()

@@ -6,7 +6,10 @@
 #include "ui/DownloadListModel.h"
 #include "ui/ElidedLabel.h"
 
+#include <QApplication>
+#include <QFileInfo>
 #include <QGridLayout>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLocale>
 #include <QPainter>
@@ -54,6 +57,35 @@ QString details(const QModelIndex& index, State state)
     return parts.join(QStringLiteral(" \u00b7 "));
 }
 
+// What an ended row saved: "MP3 · Title.mp3 · 4.1 MB · 23/11/2026 18:11", or
+// why it failed; each part only when it is known.
+QString savedDetails(const QModelIndex& index, State state)
+{
+    QStringList parts;
+    if (const QString kind = index.data(DownloadListModel::KindRole).toString(); !kind.isEmpty())
+        parts << kind;
+    if (state == State::Failed) {
+        parts << index.data(DownloadListModel::FailureReasonRole).toString();
+        return parts.join(QStringLiteral(" \u00b7 "));
+    }
+    if (state != State::Done)
+        return parts.join(QStringLiteral(" \u00b7 "));
+    if (const QString file = index.data(DownloadListModel::FileRole).toString(); !file.isEmpty())
+        parts << QFileInfo(file).fileName();
+    if (const auto size = number(index.data(DownloadListModel::SizeRole)))
+        parts << bytes(*size);
+    if (const QDateTime date = index.data(DownloadListModel::DateRole).toDateTime(); date.isValid())
+        parts << QLocale().toString(date, QLocale::ShortFormat);
+    return parts.join(QStringLiteral(" \u00b7 "));
+}
+
+QPushButton* button(const char* key)
+{
+    auto* button = new QPushButton(Localization::string(key));
+    button->setAccessibleName(button->text());
+    return button;
+}
+
 } // namespace
 
 MainCell::MainCell(QWidget* parent)
@@ -62,9 +94,14 @@ MainCell::MainCell(QWidget* parent)
       statusLabel_(new QLabel),
       detailLabel_(new QLabel),
       progressBar_(new QProgressBar),
-      cancelButton_(new QPushButton(Localization::string("Downloads.Cancel"))),
-      playButton_(new QPushButton(Localization::string("Downloads.Play")))
+      cancelButton_(button("Downloads.Cancel")),
+      playButton_(button("Downloads.Play")),
+      showInFolderButton_(button("Downloads.ShowInFolder")),
+      retryButton_(button("Downloads.Retry")),
+      removeButton_(button("Downloads.Remove"))
 {
+    // The row takes the focus when clicked, so that Delete and Enter have a row to act on.
+    setFocusPolicy(Qt::StrongFocus);
     QFont bold = titleLabel_->font();
     bold.setBold(true);
     titleLabel_->setFont(bold);
@@ -77,8 +114,6 @@ MainCell::MainCell(QWidget* parent)
     progressBar_->setTextVisible(false);
     progressBar_->setMaximumHeight(10);
     progressBar_->setAccessibleName(Localization::string("Downloads.Progress"));
-    cancelButton_->setAccessibleName(cancelButton_->text());
-    playButton_->setAccessibleName(playButton_->text());
 
     auto* layout = new QGridLayout(this);
     layout->setContentsMargins(16, 10, 16, 10);
@@ -88,12 +123,21 @@ MainCell::MainCell(QWidget* parent)
     layout->addWidget(progressBar_, 1, 0, 1, 2);
     layout->addWidget(statusLabel_, 2, 0);
     layout->addWidget(detailLabel_, 2, 1);
-    layout->addWidget(cancelButton_, 0, 2, 3, 1, Qt::AlignVCenter);
-    layout->addWidget(playButton_, 0, 3, 3, 1, Qt::AlignVCenter);
+    int column = 2;
+    for (QPushButton* action : {cancelButton_, playButton_, showInFolderButton_, retryButton_, removeButton_})
+        layout->addWidget(action, 0, column++, 3, 1, Qt::AlignVCenter);
     layout->setColumnStretch(1, 1);
 
     connect(cancelButton_, &QPushButton::clicked, this, &MainCell::cancelClicked);
     connect(playButton_, &QPushButton::clicked, this, &MainCell::playClicked);
+    connect(showInFolderButton_, &QPushButton::clicked, this, &MainCell::showInFolderClicked);
+    connect(retryButton_, &QPushButton::clicked, this, &MainCell::retryClicked);
+    connect(removeButton_, &QPushButton::clicked, this, &MainCell::removeClicked);
+    // The row's highlight follows the focus into and out of its buttons.
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget* old, QWidget* now) {
+        if (old == this || now == this || isAncestorOf(old) || isAncestorOf(now))
+            update();
+    });
 }
 
 std::optional<std::pair<int, int>> MainCell::barValues(std::optional<qint64> value, std::optional<qint64> maximum)
@@ -123,10 +167,12 @@ void MainCell::setObjectValue(const QModelIndex& index)
         statusLabel_->setPalette(QPalette());
     }
 
-    detailLabel_->setText(failed ? index.data(DownloadListModel::FailureReasonRole).toString() : details(index, state));
+    const bool ended = index.data(DownloadListModel::EndedRole).toBool();
+    const bool saved = ended || index.data(DownloadListModel::KindRole).isValid();
+    detailLabel_->setText(saved ? savedDetails(index, state) : details(index, state));
 
-    // A job that ended without its file has no progress left to show.
-    progressBar_->setVisible(!failed && state != State::Canceled);
+    // A row that ended, or was written by an earlier run, has no progress left to show.
+    progressBar_->setVisible(!saved);
     if (const auto bar = barValues(number(index.data(DownloadListModel::ProgressValueRole)),
                                    number(index.data(DownloadListModel::ProgressMaxRole)))) {
         progressBar_->setRange(0, bar->first);
@@ -136,12 +182,32 @@ void MainCell::setObjectValue(const QModelIndex& index)
     }
     cancelButton_->setVisible(index.data(DownloadListModel::HasCancelButtonRole).toBool());
     playButton_->setVisible(index.data(DownloadListModel::HasPlayButtonRole).toBool());
+    showInFolderButton_->setVisible(index.data(DownloadListModel::HasShowInFolderRole).toBool());
+    retryButton_->setVisible(index.data(DownloadListModel::HasRetryRole).toBool());
+    removeButton_->setVisible(index.data(DownloadListModel::HasRemoveRole).toBool());
+}
+
+void MainCell::keyPressEvent(QKeyEvent* event)
+{
+    const int key = event->key();
+    if (key == Qt::Key_Delete && removeButton_->isVisible())
+        emit removeClicked();
+    else if ((key == Qt::Key_Return || key == Qt::Key_Enter) && playButton_->isVisible())
+        emit playClicked();
+    else
+        ModelCell::keyPressEvent(event);
 }
 
 void MainCell::paintEvent(QPaintEvent*)
 {
-    // A hairline between rows.
     QPainter painter(this);
+    // The row with the focus in it is the one the keys act on.
+    if (hasFocus() || isAncestorOf(QApplication::focusWidget())) {
+        QColor selected = palette().color(QPalette::Highlight);
+        selected.setAlpha(40);
+        painter.fillRect(rect(), selected);
+    }
+    // A hairline between rows.
     painter.setPen(palette().color(QPalette::Midlight));
     painter.drawLine(0, height() - 1, width(), height() - 1);
 }

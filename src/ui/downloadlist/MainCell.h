@@ -14,9 +14,11 @@ class QPushButton;
 
 namespace downloadlist {
 
-// One job of the downloads view: its title, status, progress (with bytes,
-// speed and time left while it downloads), the reason of a failure, and Cancel
-// and Play while the job offers them.
+// One row of the downloads view: its title, status, progress (with bytes,
+// speed and time left while it downloads); once ended, what was saved (kind,
+// file name, size, date) or why it failed; and the row's actions: Cancel, Play,
+// Show in folder, Retry, Remove from list, each while the row offers it. With
+// the focus in the row, Delete removes it and Enter plays it.
 class MainCell : public ModelCell {
     Q_OBJECT
 public:
@@ -26,6 +28,9 @@ public:
 
     QPushButton* cancelButton() const { return cancelButton_; }
     QPushButton* playButton() const { return playButton_; }
+    QPushButton* showInFolderButton() const { return showInFolderButton_; }
+    QPushButton* retryButton() const { return retryButton_; }
+    QPushButton* removeButton() const { return removeButton_; }
     QProgressBar* progressBar() const { return progressBar_; }
     QLabel* statusLabel() const { return statusLabel_; }
     QLabel* detailLabel() const { return detailLabel_; }
@@ -38,9 +43,13 @@ public:
 signals:
     void cancelClicked();
     void playClicked();
+    void showInFolderClicked();
+    void retryClicked();
+    void removeClicked();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     ElidedLabel* titleLabel_;
@@ -49,6 +58,9 @@ private:
     QProgressBar* progressBar_;
     QPushButton* cancelButton_;
     QPushButton* playButton_;
+    QPushButton* showInFolderButton_;
+    QPushButton* retryButton_;
+    QPushButton* removeButton_;
 };
 
 } // namespace downloadlist

@@ -86,6 +86,9 @@ void CellListView::insertCells(int first, int last)
         cell->setObjectValue(model_->index(row, 0));
         cells_.insert(row, cell);
         layout_->insertWidget(row, cell);
+        // Screen readers list the cells in their stacking order: kept the rows' order.
+        if (row + 1 < cells_.size())
+            cell->stackUnder(cells_[row + 1]);
     }
     // Rows that still leave room call for more once they are laid out.
     QMetaObject::invokeMethod(this, &CellListView::fetchMoreWhenNearTheEnd, Qt::QueuedConnection);

@@ -57,7 +57,7 @@ QString details(const QModelIndex& index, State state)
     return parts.join(QStringLiteral(" \u00b7 "));
 }
 
-// What an ended row saved: "MP3 · Title.mp3 · 4.1 MB · 23/11/2026 18:11", or
+// What an ended row saved: "MP3 · 4.1 MB · 23/11/2026 18:11 · Title.mp3", or
 // why it failed; each part only when it is known.
 QString savedDetails(const QModelIndex& index, State state)
 {
@@ -70,12 +70,13 @@ QString savedDetails(const QModelIndex& index, State state)
     }
     if (state != State::Done)
         return parts.join(QStringLiteral(" \u00b7 "));
-    if (const QString file = index.data(DownloadListModel::FileRole).toString(); !file.isEmpty())
-        parts << QFileInfo(file).fileName();
     if (const auto size = number(index.data(DownloadListModel::SizeRole)))
         parts << bytes(*size);
     if (const QDateTime date = index.data(DownloadListModel::DateRole).toDateTime(); date.isValid())
         parts << QLocale().toString(date, QLocale::ShortFormat);
+    // Last, as the longest: a narrow row cuts the name, which the title above repeats.
+    if (const QString file = index.data(DownloadListModel::FileRole).toString(); !file.isEmpty())
+        parts << QFileInfo(file).fileName();
     return parts.join(QStringLiteral(" \u00b7 "));
 }
 

@@ -10,6 +10,7 @@
 #include "ui/CellListView.h"
 #include "ui/DownloadListModel.h"
 #include "ui/DownloadsController.h"
+#include "ui/ElidedLabel.h"
 #include "ui/TransferRate.h"
 #include "ui/downloadlist/MainCell.h"
 
@@ -45,7 +46,7 @@ Shown shown(const downloadlist::MainCell& cell)
 {
     const QProgressBar& bar = *cell.progressBar();
     return {cell.statusLabel()->text(),
-            cell.detailLabel()->text(),
+            cell.detailLabel()->fullText(),
             !bar.isHidden(),
             bar.maximum() == 0,
             bar.maximum() > 0 && bar.value() == bar.maximum(),

@@ -93,7 +93,7 @@ MainCell::MainCell(QWidget* parent)
     : ModelCell(parent),
       titleLabel_(new ElidedLabel),
       statusLabel_(new QLabel),
-      detailLabel_(new QLabel),
+      detailLabel_(new ElidedLabel),
       progressBar_(new QProgressBar),
       cancelButton_(button("Downloads.Cancel")),
       playButton_(button("Downloads.Play")),
@@ -170,7 +170,7 @@ void MainCell::setObjectValue(const QModelIndex& index)
 
     const bool ended = index.data(DownloadListModel::EndedRole).toBool();
     const bool saved = ended || index.data(DownloadListModel::KindRole).isValid();
-    detailLabel_->setText(saved ? savedDetails(index, state) : details(index, state));
+    detailLabel_->setFullText(saved ? savedDetails(index, state) : details(index, state));
 
     // A row that ended, or was written by an earlier run, has no progress left to show.
     progressBar_->setVisible(!saved);

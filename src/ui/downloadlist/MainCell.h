@@ -33,7 +33,7 @@ public:
     QPushButton* removeButton() const { return removeButton_; }
     QProgressBar* progressBar() const { return progressBar_; }
     QLabel* statusLabel() const { return statusLabel_; }
-    QLabel* detailLabel() const { return detailLabel_; }
+    ElidedLabel* detailLabel() const { return detailLabel_; }
 
     // The progress bar's range and value for a job's progress: none while
     // unknown or with nothing to reach (the bar then spins); scaled down to
@@ -54,7 +54,7 @@ protected:
 private:
     ElidedLabel* titleLabel_;
     QLabel* statusLabel_;
-    QLabel* detailLabel_;
+    ElidedLabel* detailLabel_;
     QProgressBar* progressBar_;
     QPushButton* cancelButton_;
     QPushButton* playButton_;

@@ -14,7 +14,7 @@ SANITIZER_ENV := ASAN_OPTIONS=abort_on_error=1:detect_leaks=1:strict_string_chec
 
 .PHONY: run test bootstrap build build-asan build-tsan test-plain test-asan test-tsan bench fuzz package clean
 
-# The programs alone (their modules come with them): half the build of the tests.
+# The programs alone (the web engine's plugin comes with them): half the build of the tests.
 run: bootstrap
 	@$(CONFIGURE_PLAIN)
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target melodrift melodrift-cli melodrift-service

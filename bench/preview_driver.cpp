@@ -59,6 +59,8 @@ int main(int argc, char** argv)
 {
     if (::geteuid() == 0)
         qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    // As in the program: the web engine draws with GL contexts shared with the application's.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     if (argc != 3) {
         std::fputs("usage: preview_driver BASE VIDEO_ID\n", stderr);

@@ -2,7 +2,7 @@
 
 #include "platform/Error.h"
 #include "platform/Event.h"
-#include "platform/HttpEngine.h"
+#include "platform/HttpTransfer.h"
 #include "platform/Property.h"
 
 #include <QFile>
@@ -83,5 +83,5 @@ private:
     std::atomic<bool> done_{false};
     bool responded_ = false;
     std::chrono::milliseconds timeout_{60000};
-    std::unique_ptr<platform::HttpEngine::Transfer> transfer_;
+    std::unique_ptr<platform::HttpTransfer> transfer_;
 };

@@ -1,57 +1,39 @@
 #include "ui/PreviewWebView.h"
 
-#include "platform/ModuleFiles.h"
-
 #include <QCoreApplication>
-#include <QLibrary>
-#include <QOpenGLContext>
+#include <QPluginLoader>
 
-#ifndef MELODRIFT_WEBPREVIEW_MODULE
-#define MELODRIFT_WEBPREVIEW_MODULE "melodrift-webpreview"
+#ifndef MELODRIFT_WEBPREVIEW_PLUGIN
+#define MELODRIFT_WEBPREVIEW_PLUGIN "melodrift-webpreview"
 #endif
-
-// Qt's own setter of the context that every GL context of the program shares
-// with: what Qt::AA_ShareOpenGLContexts makes when the application starts.
-// Exported by QtGui, but declared in its private headers only.
-void qt_gl_set_global_share_context(QOpenGLContext* context);
+#ifndef MELODRIFT_INSTALLED_LIBDIR
+#define MELODRIFT_INSTALLED_LIBDIR "../lib/melodrift"
+#endif
 
 namespace {
 
-QLibrary* module = nullptr;
-
-// The web engine draws with GL contexts shared with the program's. Made here,
-// on the first preview, rather than at start-up, which it would cost a GL
-// driver's loading for every start.
-void shareGlContexts()
-{
-    if (QOpenGLContext::globalShareContext())
-        return;
-    auto* context = new QOpenGLContext(QCoreApplication::instance());
-    if (context->create())
-        qt_gl_set_global_share_context(context);
-    else
-        delete context;
-}
+// Kept loaded once found: its views may live until the program ends.
+PreviewWebEngine* engine = nullptr;
 
 } // namespace
 
 std::unique_ptr<PreviewWebView> PreviewWebView::load(QString& error)
 {
-    if (!module) {
-        shareGlContexts();
-        module = platform::ModuleFiles::load("MELODRIFT_WEBPREVIEW", QStringLiteral(MELODRIFT_WEBPREVIEW_MODULE), error);
-        if (!module)
+    if (!engine) {
+        QCoreApplication::addLibraryPath(QCoreApplication::applicationDirPath() +
+                                         QStringLiteral("/" MELODRIFT_INSTALLED_LIBDIR));
+        QPluginLoader loader(QStringLiteral(MELODRIFT_WEBPREVIEW_PLUGIN));
+        QObject* plugin = loader.instance();
+        engine = qobject_cast<PreviewWebEngine*>(plugin);
+        if (!engine) {
+            error = plugin ? loader.fileName() + QStringLiteral(" is not the preview's plugin") : loader.errorString();
             return nullptr;
+        }
     }
-    const auto make = reinterpret_cast<MakePreviewWebView>(module->resolve("melodrift_make_preview_web_view"));
-    if (!make) {
-        error = module->errorString();
-        return nullptr;
-    }
-    return std::unique_ptr<PreviewWebView>(make());
+    return engine->makeView();
 }
 
 bool PreviewWebView::isLoaded()
 {
-    return module != nullptr;
+    return engine != nullptr;
 }

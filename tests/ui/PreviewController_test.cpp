@@ -1,6 +1,7 @@
 // The preview in the real web engine, on a display of its own, against
 // melodrift-service: what plays, what cannot, what a hostile stream can do to
-// the page, the outline and its rules, the download rule and the alert.
+// the page, the outline and its rules, the download rule and the alert; and
+// what it shows when the web engine's plugin cannot be loaded.
 #include "catalogue/YouTubeVideo.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -14,6 +15,7 @@
 #include <QLabel>
 #include <QListView>
 #include <QPushButton>
+#include <QStackedWidget>
 #include <QTest>
 
 #include <unistd.h>
@@ -88,6 +90,26 @@ private slots:
     {
         preview.reset();
         service.reset();
+    }
+
+    // First, while no plugin is loaded: with none to be found, the preview says
+    // so where the video would play.
+    void aMissingWebEngineIsSaidInPlaceOfTheVideo()
+    {
+        const QStringList folders = QCoreApplication::libraryPaths();
+        QCoreApplication::setLibraryPaths({});
+        PreviewController missing(alerts);
+        missing.showVideo();
+        missing.showVideo(
+            YouTubeUrl::init({service->base().toStdString() + "/videoplayback?v=1", "medium", "video/mp4"}));
+        QCoreApplication::setLibraryPaths(folders);
+
+        QVERIFY(!missing.webView());
+        QVERIFY(!PreviewWebView::isLoaded());
+        const auto* shown = qobject_cast<QLabel*>(missing.window()->findChild<QStackedWidget*>()->currentWidget());
+        QVERIFY(shown);
+        QCOMPARE(shown->text(), platform::Localization::string("Preview.EngineMissing"));
+        QCOMPARE(missing.videoTypeLabel()->text(), QString("video/mp4"));
     }
 
     void firstMp4StreamIsChosenAndPlays()
@@ -219,6 +241,8 @@ int main(int argc, char** argv)
     // Chromium will not run its sandbox as root; for anyone else it stays on.
     if (::geteuid() == 0)
         qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    // As in the program: the web engine draws with GL contexts shared with the application's.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     TestPreviewController test;
     return QTest::qExec(&test, argc, argv);

@@ -1,4 +1,4 @@
-// The web-engine side of the preview, built as a module of its own.
+// The web-engine side of the preview, a Qt plugin that the first preview loads.
 #include "platform/WebAddress.h"
 #include "ui/PreviewWebView.h"
 
@@ -8,6 +8,7 @@
 #include <QWebEngineUrlRequestInterceptor>
 #include <QWebEngineView>
 
+#include <QObject>
 #include <QPointer>
 
 namespace {
@@ -81,7 +82,13 @@ private:
 
 } // namespace
 
-extern "C" Q_DECL_EXPORT PreviewWebView* melodrift_make_preview_web_view()
-{
-    return new EnginePreviewWebView;
-}
+class EnginePreviewPlugin : public QObject, public PreviewWebEngine {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID PreviewWebEngine_iid)
+    Q_INTERFACES(PreviewWebEngine)
+
+public:
+    std::unique_ptr<PreviewWebView> makeView() override { return std::make_unique<EnginePreviewWebView>(); }
+};
+
+#include "EnginePreviewWebView.moc"

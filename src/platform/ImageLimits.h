@@ -2,7 +2,7 @@
 
 #include <QSize>
 
-namespace imaging {
+namespace platform::imaging {
 
 // A picture that says it is larger than this either way is refused unread: a
 // small PNG can declare 5600 x 5600 and would decode to 120 MB.
@@ -14,4 +14,4 @@ constexpr QSize largestShown(800, 450);
 // (64 MiB in 32-bit colour) and a little room.
 constexpr int allocationLimitMiB = 80;
 
-} // namespace imaging
+} // namespace platform::imaging

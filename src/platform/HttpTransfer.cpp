@@ -2,9 +2,11 @@
 
 #include "platform/WebAddress.h"
 
+#include <QCoreApplication>
 #include <QMetaObject>
 #include <QNetworkAccessManager>
 #include <QNetworkRequest>
+#include <QThread>
 #include <QThreadStorage>
 #include <QTimer>
 
@@ -14,16 +16,28 @@ namespace platform {
 
 namespace {
 
-// One manager per thread, made with its first transfer: the connections it
-// keeps open serve the thread's next transfers, and its own HTTP thread is
-// started once rather than for each GET.
+// Never destroyed: threads that outlive main() may still be fetching.
+QThreadStorage<QNetworkAccessManager*>& managers()
+{
+    static auto* const storage = new QThreadStorage<QNetworkAccessManager*>;
+    return *storage;
+}
+
+// One manager per thread, made with its first transfer and deleted as the
+// thread ends: the connections it keeps open serve the thread's next
+// transfers, and its own HTTP thread is started once rather than for each GET.
 QNetworkAccessManager& threadManager()
 {
-    // Never destroyed: threads that outlive main() may still be fetching.
-    static auto* const managers = new QThreadStorage<QNetworkAccessManager*>;
-    if (!managers->hasLocalData())
-        managers->setLocalData(new QNetworkAccessManager);
-    return *managers->localData();
+    if (!managers().hasLocalData()) {
+        managers().setLocalData(new QNetworkAccessManager);
+        // The main thread's goes as the application object begins to go, not
+        // after it: once the application is gone, Qt Network's own thread no
+        // longer ends cleanly.
+        const QCoreApplication* application = QCoreApplication::instance();
+        if (application && application->thread() == QThread::currentThread())
+            qAddPostRoutine([] { managers().setLocalData(nullptr); });
+    }
+    return *managers().localData();
 }
 
 } // namespace

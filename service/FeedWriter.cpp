@@ -27,7 +27,8 @@ std::string FeedWriter::write(std::string_view words, const std::vector<const Vi
     out += "<?xml version='1.0' encoding='UTF-8'?>\n"
            "<rss version='2.0' xmlns:openSearch='http://a9.com/-/spec/opensearchrss/1.0/' "
            "xmlns:atom='http://www.w3.org/2005/Atom' xmlns:media='http://search.yahoo.com/mrss/' "
-           "xmlns:gd='http://schemas.google.com/g/2005' xmlns:yt='http://gdata.youtube.com/schemas/2007'>\n"
+           "xmlns:gd='http://schemas.google.com/g/2005' xmlns:yt='http://gdata.youtube.com/schemas/2007' "
+           "xmlns:itunes='http://www.itunes.com/dtds/podcast-1.0.dtd'>\n"
            "  <channel>\n";
     out += "    <atom:id>" + escapeXml(base_) + "/feeds/api/videos</atom:id>\n";
     out += "    <lastBuildDate>Tue, 20 Nov 2012 17:02:11 +0000</lastBuildDate>\n";
@@ -52,6 +53,7 @@ void FeedWriter::writeItem(std::string& out, const Video& video) const
     const std::string description = escapeXml(video.description);
     const std::string watch = base + "/watch?v=" + escapeXml(video.id);
     const std::string seconds = std::to_string(video.seconds);
+    const std::string thumbnail = base + "/vi/" + escapeXml(video.id) + "/default.jpg";
 
     out += "    <item>\n";
     out += "      <guid isPermaLink='false'>" + base + "/feeds/api/videos/" + escapeXml(video.id) + "</guid>\n";
@@ -63,11 +65,14 @@ void FeedWriter::writeItem(std::string& out, const Video& video) const
     out += "      <media:group>\n";
     out += "        <media:description type='plain'>" + description + "</media:description>\n";
     out += "        <media:player url='" + watch + "&amp;feature=youtube_gdata_player'/>\n";
-    out += "        <media:thumbnail url='" + base + "/vi/" + escapeXml(video.id) +
-           "/default.jpg' height='180' width='320' time='00:00:02'/>\n";
+    out += "        <media:thumbnail url='" + thumbnail + "' height='180' width='320' time='00:00:02'/>\n";
     out += "        <media:title type='plain'>" + title + "</media:title>\n";
     out += "        <yt:duration seconds='" + seconds + "'/>\n";
     out += "      </media:group>\n";
+    // The podcast elements, which general feed readers (yt-dlp's among them) take
+    // the length and the picture from.
+    out += "      <itunes:duration>" + seconds + "</itunes:duration>\n";
+    out += "      <itunes:image href='" + thumbnail + "'/>\n";
     out += "    </item>\n";
 }
 

@@ -19,6 +19,8 @@ struct Options {
     // Arguments without the program name; "--name value" or "--name=value".
     // Throws std::invalid_argument with a message for the user.
     static Options parse(const std::vector<std::string>& arguments);
+    // The help text. Its usage line names the program as the application
+    // object was given it; make one first.
     static std::string usage();
     // $XDG_DATA_HOME/melodrift-service, else ~/.local/share/melodrift-service.
     static std::filesystem::path defaultDataDir();

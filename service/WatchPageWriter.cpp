@@ -172,6 +172,25 @@ std::string WatchPageWriter::streamMap(const Video& video) const
     return map;
 }
 
+std::string WatchPageWriter::html5Video(const Video& video) const
+{
+    // The same streams for players and general extractors that read no stream
+    // map: one source each, labelled with its container and height.
+    std::string out = "<video id=\"html5-player\" controls preload=\"none\" poster=\"" +
+                      escapeHtml(thumbnailAddress(video)) + "\">\n";
+    for (const int itag : video.itags) {
+        const StreamFormat* format = findStreamFormat(itag);
+        if (!format)
+            continue;
+        const std::string address = streamAddress(video, *format) + "&signature=" + streamSignature(video.id, itag);
+        const std::string height = std::to_string(format->height);
+        out += "<source src=\"" + escapeHtml(address) + "\" type=\"" + escapeHtml(format->type) + "\" label=\"" +
+               std::string(format->extension) + "-" + height + "p\" res=\"" + height + "\">\n";
+    }
+    out += "</video>\n";
+    return out;
+}
+
 std::string WatchPageWriter::head(const Video& video) const
 {
     const std::string title = escapeHtml(video.title);
@@ -212,7 +231,7 @@ std::string WatchPageWriter::streamPage(const Video& video) const
     out += "\"url_encoded_fmt_stream_map\": \"" + streamMap(video) + "\", ";
     out += "\"timestamp\": 1353499200, \"hl\": \"en_US\", \"video_id\": \"" + id + "\"}, \"html5\": false, "
            "\"attrs\": {\"id\": \"movie_player\"}}});\n";
-    out += "</script>\n</div></div>\n";
+    out += "</script>\n" + html5Video(video) + "</div></div>\n";
     out += "<div id=\"watch7-main-container\"><div id=\"watch7-main\" class=\"clearfix\">\n";
     out += "<div id=\"watch-headline-title\"><h1 id=\"watch-headline-title\" class=\"yt\">"
            "<span id=\"eow-title\" class=\"watch-title\" dir=\"ltr\" title=\"" +
@@ -227,20 +246,24 @@ std::string WatchPageWriter::rtmpePage(const Video& video) const
 {
     static constexpr std::string_view rtmpeHost = "rtmpe://v9.lscache2.melodrift.invalid/stream?ei=QkJCQkJC";
     std::string map;
-    for (const auto& [itag, quality, stream] :
-         {std::tuple{35, "hd720", "m1=sQ2AiYw3b8H2J2NM"}, std::tuple{34, "medium", "m1=nG5bCzDHl1U"}}) {
+    std::string sources;
+    for (const auto& [itag, quality, stream, height] : {std::tuple{35, "hd720", "m1=sQ2AiYw3b8H2J2NM", "720"},
+                                                        std::tuple{34, "medium", "m1=nG5bCzDHl1U", "360"}}) {
         if (!map.empty())
             map += ',';
         map += join({"conn=" + UrlQuery::encode(rtmpeHost), "stream=" + UrlQuery::encode(stream),
                      std::string("quality=") + quality, "type=" + UrlQuery::encode("video/x-flv"),
                      "itag=" + std::to_string(itag)});
+        sources += "<source src=\"" + escapeHtml(std::string(rtmpeHost) + "&stream=" + UrlQuery::encode(stream)) +
+                   "\" type=\"video/x-flv\" label=\"flv-" + height + "p\" res=\"" + height + "\">\n";
     }
     std::string out = head(video);
     out += "<body class=\"date-20121121 en_US ltr\">\n";
     out += "<link itemprop=\"thumbnailUrl\" href=\"" + thumbnailAddress(video) + "\">\n";
     out += "<script>\n  yt.setConfig({'PLAYER_CONFIG': {\"args\": {\"length_seconds\": " +
            std::to_string(video.seconds) + ", \"url_encoded_fmt_stream_map\": \"" + map + "\", \"video_id\": \"" +
-           UrlQuery::encode(video.id) + "\"}}});\n</script>\n</body>\n</html>\n";
+           UrlQuery::encode(video.id) + "\"}}});\n</script>\n";
+    out += "<video id=\"html5-player\" controls preload=\"none\">\n" + sources + "</video>\n</body>\n</html>\n";
     return out;
 }
 

@@ -8,8 +8,9 @@
 namespace service {
 
 // A video's watch page in the layout the service used: title and description
-// metas with character references, the thumbnail link, the play length and the
-// stream map; or the markup of one of the service's notices.
+// metas with character references, the thumbnail link, the play length, the
+// stream map and an HTML5 video of the same streams; or the markup of one of the
+// service's notices.
 class WatchPageWriter {
 public:
     // base: scheme and authority the page's addresses point at.
@@ -25,6 +26,7 @@ private:
     std::string streamPage(const Video& video) const;
     std::string rtmpePage(const Video& video) const;
     std::string streamMap(const Video& video) const;
+    std::string html5Video(const Video& video) const;
     std::string head(const Video& video) const;
 
     std::string base_;

@@ -7,6 +7,8 @@
 #include "service/Options.h"
 #include "service/ServiceRouter.h"
 
+#include <QCoreApplication>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -21,15 +23,22 @@ int main(int argc, char** argv)
     using namespace service;
 
     Options options;
+    std::string complaint;
     try {
         options = Options::parse(std::vector<std::string>(argv + 1, argv + argc));
     } catch (const std::invalid_argument& e) {
-        std::cerr << "melodrift-service: " << e.what() << "\n\n" << Options::usage();
-        return 2;
+        complaint = e.what();
     }
-    if (options.help) {
-        std::cout << Options::usage();
-        return 0;
+    if (options.help || !complaint.empty()) {
+        // Only for the usage line's program name: a running service has none
+        // (it would set the C locale from the environment).
+        const QCoreApplication names(argc, argv);
+        if (options.help) {
+            std::cout << Options::usage();
+            return 0;
+        }
+        std::cerr << "melodrift-service: " << complaint << "\n\n" << Options::usage();
+        return 2;
     }
     if (options.dataDir.empty())
         options.dataDir = Options::defaultDataDir();

@@ -227,5 +227,29 @@
         <source>Find…</source>
         <translation>Suchen…</translation>
     </message>
+    <message id="Settings.EngineQuestion">
+        <source>Find videos with:</source>
+        <translation>Videos finden mit:</translation>
+    </message>
+    <message id="Settings.EngineClassic">
+        <source>Melodrift's own reader</source>
+        <translation>Melodrifts eigenem Leser</translation>
+    </message>
+    <message id="Settings.EngineYtDlp">
+        <source>yt-dlp (%1)</source>
+        <translation>yt-dlp (%1)</translation>
+    </message>
+    <message id="Settings.YtDlpChecking">
+        <source>looking for it…</source>
+        <translation>wird gesucht …</translation>
+    </message>
+    <message id="Settings.YtDlpMissing">
+        <source>not installed: sudo apt install yt-dlp</source>
+        <translation>nicht installiert: sudo apt install yt-dlp</translation>
+    </message>
+    <message id="Search.UseYtDlp">
+        <source>Search with yt-dlp instead</source>
+        <translation>Stattdessen mit yt-dlp suchen</translation>
+    </message>
 </context>
 </TS>

@@ -227,5 +227,29 @@
         <source>Find…</source>
         <translation>Find…</translation>
     </message>
+    <message id="Settings.EngineQuestion">
+        <source>Find videos with:</source>
+        <translation>Find videos with:</translation>
+    </message>
+    <message id="Settings.EngineClassic">
+        <source>Melodrift's own reader</source>
+        <translation>Melodrift's own reader</translation>
+    </message>
+    <message id="Settings.EngineYtDlp">
+        <source>yt-dlp (%1)</source>
+        <translation>yt-dlp (%1)</translation>
+    </message>
+    <message id="Settings.YtDlpChecking">
+        <source>looking for it…</source>
+        <translation>looking for it…</translation>
+    </message>
+    <message id="Settings.YtDlpMissing">
+        <source>not installed: sudo apt install yt-dlp</source>
+        <translation>not installed: sudo apt install yt-dlp</translation>
+    </message>
+    <message id="Search.UseYtDlp">
+        <source>Search with yt-dlp instead</source>
+        <translation>Search with yt-dlp instead</translation>
+    </message>
 </context>
 </TS>

@@ -1,14 +1,16 @@
 #include "app/CliApplication.h"
 
-#include "catalogue/YouTubeSearch.h"
 #include "catalogue/YouTubeVideo.h"
 #include "core/youtube_error.h"
 #include "downloads/AudioDownloadItem.h"
 #include "downloads/DownloadItem.h"
+#include "downloads/Settings.h"
 #include "downloads/VideoDownloadItem.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
+#include "platform/Version.h"
 
+#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QTimer>
@@ -22,23 +24,11 @@ namespace {
 
 constexpr int audioBitrate = 320;
 
-const char* const helpText = R"(Usage: melodrift-cli [options] command
-
-Commands:
+const char* const commandsText = R"(Commands:
   search WORDS...        list the videos the search finds: number, length, title, address
   streams ADDRESS        list the streams of the video at a watch-page address, the best marked
   audio ADDRESS          save the video's sound track as MP3 in the Downloads folder
-  video ADDRESS          save the video in the Downloads folder (as MP4 when converted)
-
-Options:
-  --convert, --no-convert   for video: convert streams that are not MP4 to H.264 MP4, or copy
-                            every stream as it is (default: the stored setting, which is to convert)
-  --service BASE            the video service at BASE (also MELODRIFT_SERVICE=BASE)
-  --timeout SECONDS         give a download up after SECONDS without data (default 60)
-  --verbose                 show the program's log on standard error
-  --help                    show this text
-  --version                 show the version
-)";
+  video ADDRESS          save the video in the Downloads folder (as MP4 when converted))";
 
 std::atomic<bool> interrupted{false};
 
@@ -106,10 +96,7 @@ bool isFinal(DownloadItem::State state)
 
 } // namespace
 
-CliApplication::CliApplication(QStringList arguments)
-    : arguments_(std::move(arguments)), endpoints_(platform::ServiceEndpoints::fromEnvironment(arguments_))
-{
-}
+CliApplication::CliApplication(QStringList arguments) : arguments_(std::move(arguments)) {}
 
 int CliApplication::usage(const QString& complaint)
 {
@@ -120,37 +107,68 @@ int CliApplication::usage(const QString& complaint)
 
 int CliApplication::run()
 {
-    QStringList words;
-    std::optional<bool> convert;
-    for (qsizetype i = 1; i < arguments_.size(); ++i) {
-        const QString& a = arguments_[i];
-        if (a == QLatin1String("--help")) {
-            print(QString::fromUtf8(helpText));
-            return 0;
-        }
-        if (a == QLatin1String("--version")) {
-            print(QStringLiteral("melodrift-cli %1\n").arg(QLatin1String(version)));
-            return 0;
-        }
-        if (a == QLatin1String("--verbose"))
-            verbose_ = true;
-        else if (a == QLatin1String("--convert"))
-            convert = true;
-        else if (a == QLatin1String("--no-convert"))
-            convert = false;
-        else if (a == QLatin1String(platform::ServiceEndpoints::option))
-            ++i; // its value was read with the endpoints
-        else if (a == QLatin1String("--timeout")) {
-            bool number = false;
-            timeoutSeconds_ = i + 1 < arguments_.size() ? arguments_[++i].toInt(&number) : 0;
-            if (!number || *timeoutSeconds_ <= 0)
-                return usage(QStringLiteral("--timeout needs a number of seconds."));
-        }
-        else if (a.startsWith(QLatin1String("--")) && !a.startsWith(QLatin1String(platform::ServiceEndpoints::option)))
-            return usage(QStringLiteral("Unknown option %1.").arg(a));
-        else if (!a.startsWith(QLatin1String("--")))
-            words.append(a);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QString::fromUtf8(commandsText));
+    const QCommandLineOption convertOption(
+        QStringLiteral("convert"),
+        QStringLiteral("for video: convert streams that are not MP4 to H.264 MP4 (default: the stored setting, "
+                       "which is to convert)"));
+    const QCommandLineOption noConvertOption(QStringLiteral("no-convert"),
+                                             QStringLiteral("for video: copy every stream as it is"));
+    const QCommandLineOption serviceOption(QStringLiteral("service"),
+                                           QStringLiteral("the video service at BASE (also MELODRIFT_SERVICE=BASE)"),
+                                           QStringLiteral("BASE"));
+    const QCommandLineOption engineOption(
+        QStringLiteral("engine"),
+        QStringLiteral("find videos with Melodrift's own reader (classic) or with yt-dlp (also MELODRIFT_ENGINE; "
+                       "default: the stored setting, which is classic)"),
+        QStringLiteral("classic|yt-dlp"));
+    const QCommandLineOption timeoutOption(QStringLiteral("timeout"),
+                                           QStringLiteral("give a download up after SECONDS without data (default 60)"),
+                                           QStringLiteral("SECONDS"));
+    const QCommandLineOption verboseOption(QStringLiteral("verbose"),
+                                           QStringLiteral("show the program's log on standard error"));
+    const QCommandLineOption helpOption(QStringLiteral("help"), QStringLiteral("show this text"));
+    const QCommandLineOption versionOption(QStringLiteral("version"), QStringLiteral("show the version"));
+    parser.addOptions(
+        {convertOption, noConvertOption, serviceOption, engineOption, timeoutOption, verboseOption, helpOption,
+         versionOption});
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("one of the commands above, with its words or address"));
+
+    const bool parsed = parser.parse(arguments_);
+    if (parser.isSet(helpOption)) {
+        print(parser.helpText());
+        return 0;
     }
+    if (parser.isSet(versionOption)) {
+        print(QStringLiteral("melodrift-cli %1\n").arg(QLatin1String(platform::version)));
+        return 0;
+    }
+    if (!parsed)
+        return usage(parser.errorText());
+    if (parser.isSet(timeoutOption)) {
+        bool number = false;
+        timeoutSeconds_ = parser.value(timeoutOption).toInt(&number);
+        if (!number || *timeoutSeconds_ <= 0)
+            return usage(QStringLiteral("--timeout needs a number of seconds."));
+    }
+    // The later of --convert and --no-convert counts.
+    std::optional<bool> convert;
+    for (const QString& name : parser.optionNames()) {
+        if (name == convertOption.names().constFirst())
+            convert = true;
+        else if (name == noConvertOption.names().constFirst())
+            convert = false;
+    }
+    verbose_ = parser.isSet(verboseOption);
+    endpoints_ = platform::ServiceEndpoints::fromEnvironment(parser.value(serviceOption));
+    QString engineError;
+    const auto choice = engine::Choice::resolve(parser.value(engineOption), Settings::engineChoice(), &engineError);
+    if (!choice)
+        return usage(engineError);
+    engine_ = engine::Engine::create(*choice, endpoints_);
+    QStringList words = parser.positionalArguments();
     if (!verbose_)
         platform::Log::setSink([](const QString&) {});
     if (words.isEmpty())
@@ -170,9 +188,9 @@ int CliApplication::run()
 
 int CliApplication::search(const QStringList& words)
 {
-    const auto searcher = YouTubeSearch::create(endpoints_);
+    const auto searcher = engine_->newSearch();
     std::optional<platform::Error> failure;
-    searcher->errorEvent.set([&failure](YouTubeSearch&, const platform::Error& e) { failure = e; });
+    searcher->errorEvent.set([&failure](engine::VideoSearch&, const platform::Error& e) { failure = e; });
     searcher->setSearchString(words.join(QLatin1Char(' ')));
     searcher->searchStart();
     searcher->waitForFinish();
@@ -198,14 +216,14 @@ std::shared_ptr<YouTubeVideo> CliApplication::videoAt(const QString& address)
         usage(QStringLiteral("%1 is no watch-page address.").arg(address));
         return nullptr;
     }
-    const auto video = YouTubeVideo::initFromURL(url, endpoints_.parserService);
+    const auto video = engine_->videoAt(url);
     try {
         video->parseUrls();
     } catch (const youtube_error& e) {
         complain(QStringLiteral("YouTube: %1").arg(QString::fromUtf8(e.what())));
         return nullptr;
     }
-    if (video->Urls().isEmpty()) {
+    if (video->Urls().isEmpty() && video->separateUrls().isEmpty()) {
         complain(QStringLiteral("No video with streams at %1.").arg(address));
         return nullptr;
     }
@@ -217,14 +235,23 @@ int CliApplication::streams(const QString& address)
     const auto video = videoAt(address);
     if (!video)
         return 1;
-    const auto best = video->UrlWithBestQuality();
+    // Marked: what `video` saves (a picture and a sound alone when they are joined).
+    const bool joined = video->isBetterJoined();
+    const auto best = joined ? nullptr : video->UrlWithBestQuality();
+    const auto picture = joined ? video->UrlWithBestPicture() : nullptr;
+    const auto sound = joined ? video->UrlWithBestSound() : nullptr;
     print(video->title() + QLatin1Char('\n'));
-    for (const auto& stream : video->Urls())
-        print(QStringLiteral("%1 %2  %3  %4\n")
-                  .arg(stream == best ? QStringLiteral("*") : QStringLiteral(" "))
+    for (const auto& stream : video->Urls() + video->separateUrls()) {
+        const YouTubeUrl::Media media = stream->media();
+        print(QStringLiteral("%1 %2  %3  %4%5\n")
+                  .arg(stream == best || stream == picture || stream == sound ? QStringLiteral("*") : QStringLiteral(" "))
                   .arg(stream->quality(), -6)
                   .arg(stream->localizedType(), -11)
-                  .arg(stream->type()));
+                  .arg(stream->type())
+                  .arg(media == YouTubeUrl::Media::PictureOnly ? QStringLiteral("  (picture only)")
+                       : media == YouTubeUrl::Media::SoundOnly ? QStringLiteral("  (sound only)")
+                                                               : QString()));
+    }
     return 0;
 }
 
@@ -233,18 +260,14 @@ int CliApplication::download(const QString& address, bool audio, std::optional<b
     const auto video = videoAt(address);
     if (!video)
         return 1;
-    const auto best = video->UrlWithBestQuality();
-    if (!best) {
+    // Left-overs of earlier runs go; what another running instance holds stays.
+    DownloadItem::Cleanup();
+    const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
+                                                    : VideoDownloadItem::initBest(video, convert);
+    if (!job) {
         complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(address));
         return 1;
     }
-    // Left-overs of earlier runs go; what another running instance holds stays.
-    DownloadItem::Cleanup();
-    if (audio)
-        return follow(AudioDownloadItem::initWithBitrate(video, best, audioBitrate));
-    const auto job = VideoDownloadItem::init(video, best);
-    if (convert)
-        job->setConvert(*convert);
     return follow(job);
 }
 

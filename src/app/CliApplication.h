@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/engine/Engine.h"
 #include "platform/ServiceEndpoints.h"
 
 #include <QStringList>
@@ -19,8 +20,6 @@ public:
     // The exit status: 0 for success, 1 for a failure, 2 for a misuse.
     int run();
 
-    static constexpr const char* version = "1.0.1";
-
 private:
     int search(const QStringList& words);
     int streams(const QString& address);
@@ -35,6 +34,7 @@ private:
 
     QStringList arguments_;
     platform::ServiceEndpoints endpoints_;
+    std::shared_ptr<engine::Engine> engine_;
     bool verbose_ = false;
     std::optional<int> timeoutSeconds_;
 };

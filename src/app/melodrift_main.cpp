@@ -1,4 +1,6 @@
 // melodrift: the desktop program.
+#include "catalogue/engine/YtDlp.h"
+#include "downloads/Settings.h"
 #include "platform/BlockingHttp.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -8,42 +10,61 @@
 #include "ui/AppStyle.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 #include <QLoggingCategory>
 
 #include <cstdio>
-#include <cstring>
 #include <unistd.h>
 
 namespace {
 
-const char* const helpText = R"(Usage: melodrift [options] [ADDRESS]
+struct CommandLine {
+    QCommandLineParser parser;
+    const QCommandLineOption service{
+        QStringLiteral("service"),
+        QStringLiteral("the video service at BASE, such as http://127.0.0.1:8080\n(also MELODRIFT_SERVICE=BASE)"),
+        QStringLiteral("BASE")};
+    const QCommandLineOption engine{
+        QStringLiteral("engine"),
+        QStringLiteral("find videos with Melodrift's own reader (classic) or with yt-dlp\n"
+                       "(also MELODRIFT_ENGINE; default: the settings window's choice)"),
+        QStringLiteral("classic|yt-dlp")};
+    const QCommandLineOption verbose{QStringLiteral("verbose"),
+                                     QStringLiteral("write the program's log to standard error")};
+    const QCommandLineOption help{QStringLiteral("help"), QStringLiteral("show this text")};
+    const QCommandLineOption version{QStringLiteral("version"), QStringLiteral("show the version")};
 
-Finds videos of the video service, previews them and saves them as MP4 or MP3.
-With ADDRESS, the address of a video's watch page, that video is shown. When
-Melodrift already runs, its window comes to the front (and shows ADDRESS).
-
-Options:
-  --service BASE   the video service at BASE, such as http://127.0.0.1:8080
-                   (also MELODRIFT_SERVICE=BASE)
-  --verbose        write the program's log to standard error
-  --help           show this text
-  --version        show the version
-)";
+    CommandLine()
+    {
+        parser.setApplicationDescription(
+            QStringLiteral("Finds videos of the video service, previews them and saves them as MP4 or MP3.\n"
+                           "With ADDRESS, the address of a video's watch page, that video is shown. When\n"
+                           "Melodrift already runs, its window comes to the front (and shows ADDRESS)."));
+        parser.addOptions({service, engine, verbose, help, version});
+        parser.addPositionalArgument(QStringLiteral("ADDRESS"), QStringLiteral("the address of a video's watch page"),
+                                     QStringLiteral("[ADDRESS]"));
+    }
+};
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    // Answered before any window system is needed.
-    for (int i = 1; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--help") == 0) {
-            std::fputs(helpText, stdout);
-            return 0;
-        }
-        if (std::strcmp(argv[i], "--version") == 0) {
-            std::printf("melodrift %s\n", AppDelegate::getVersion().toUtf8().constData());
-            return 0;
-        }
+    CommandLine line;
+    // Answered before any window system is needed. Qt's own options are still
+    // among these arguments, so nothing else counts yet.
+    QStringList rawArguments;
+    for (int i = 0; i < argc; ++i)
+        rawArguments.append(QString::fromLocal8Bit(argv[i]));
+    line.parser.parse(rawArguments);
+    if (line.parser.isSet(line.help)) {
+        const QCoreApplication names(argc, argv); // the usage line's program name
+        std::fputs(qPrintable(line.parser.helpText()), stdout);
+        return 0;
+    }
+    if (line.parser.isSet(line.version)) {
+        std::printf("melodrift %s\n", AppDelegate::getVersion().toUtf8().constData());
+        return 0;
     }
 
     // The preview's web engine cannot run its sandbox as root; for anyone else
@@ -60,23 +81,22 @@ int main(int argc, char** argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("org.melodrift.Melodrift"));
 
     // What Qt left of the arguments is ours.
-    const QStringList arguments = QApplication::arguments();
-    bool verbose = false;
-    QString address;
-    for (qsizetype i = 1; i < arguments.size(); ++i) {
-        const QString& a = arguments[i];
-        if (a == QLatin1String("--verbose"))
-            verbose = true;
-        else if (a == QLatin1String(platform::ServiceEndpoints::option))
-            ++i;
-        else if (!a.startsWith(QLatin1String("--")) && address.isEmpty())
-            address = a;
-        else if (!a.startsWith(QLatin1String(platform::ServiceEndpoints::option) + QLatin1Char('='))) {
-            std::fprintf(stderr, "Unknown option %s.\nTry 'melodrift --help'.\n", a.toLocal8Bit().constData());
-            return 2;
-        }
+    const bool parsed = line.parser.parse(QApplication::arguments());
+    const QStringList addresses = line.parser.positionalArguments();
+    if (!parsed || addresses.size() > 1) {
+        const QString complaint =
+            parsed ? QStringLiteral("Unexpected argument '%1'.").arg(addresses[1]) : line.parser.errorText();
+        std::fprintf(stderr, "%s\nTry 'melodrift --help'.\n", qPrintable(complaint));
+        return 2;
     }
-    if (!verbose) {
+    const QString address = addresses.value(0);
+    QString engineError;
+    const auto engine = engine::Choice::resolve(line.parser.value(line.engine), Settings::engineChoice(), &engineError);
+    if (!engine) {
+        std::fprintf(stderr, "%s\nTry 'melodrift --help'.\n", qPrintable(engineError));
+        return 2;
+    }
+    if (!line.parser.isSet(line.verbose)) {
         platform::Log::setSink([](const QString&) {});
         // Qt's own notes (the web engine's set-up, say) are for --verbose too.
         QLoggingCategory::setFilterRules(QStringLiteral("*.info=false\n*.debug=false"));
@@ -88,7 +108,7 @@ int main(int argc, char** argv)
     // Only the program that stays shows text.
     platform::Localization::install();
 
-    AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(arguments));
+    AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(line.parser.value(line.service)));
     QObject::connect(&instance, &platform::SingleInstance::activated, &delegate,
                      [&delegate] { delegate.applicationShouldHandleReopen(); });
     QObject::connect(&instance, &platform::SingleInstance::opened, &delegate, [&delegate](const QStringList& addresses) {
@@ -96,6 +116,7 @@ int main(int argc, char** argv)
         if (!addresses.isEmpty())
             delegate.openAddress(addresses.first());
     });
+    delegate.setEngine(*engine);
     delegate.applicationDidFinishLaunching();
     if (!address.isEmpty())
         delegate.openAddress(address);
@@ -103,5 +124,6 @@ int main(int argc, char** argv)
     // The window is gone: a worker waiting on a server must not keep the
     // program alive unseen until that server answers or times out.
     platform::BlockingHttp::cancelAll();
+    engine::YtDlp::cancelAll();
     return status;
 }

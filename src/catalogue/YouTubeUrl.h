@@ -3,6 +3,9 @@
 #include "core/parser_result.h"
 #include "platform/Property.h"
 
+#include <QByteArray>
+#include <QList>
+#include <QPair>
 #include <QString>
 #include <QUrl>
 
@@ -11,6 +14,11 @@
 // One downloadable stream of a video, with the labels shown for it.
 class YouTubeUrl {
 public:
+    // What the stream carries: the service's streams have both; other engines
+    // also offer picture alone and sound alone.
+    enum class Media { PictureAndSound, PictureOnly, SoundOnly };
+    using Headers = QList<QPair<QByteArray, QByteArray>>;
+
     static std::shared_ptr<YouTubeUrl> init(const result_url& stream);
 
     // The file suffix (without dot) for a stream's media type.
@@ -28,6 +36,16 @@ public:
     void setLocalizedQuality(const QString& label) { localizedQuality_.set(label); }
     QString localizedType() const { return localizedType_.get(); }
     void setLocalizedType(const QString& label) { localizedType_.set(label); }
+    Media media() const { return media_.get(); }
+    void setMedia(Media media) { media_.set(media); }
+    // The picture's height in pixels, 0 when not known; the bitrate in kbit/s.
+    int height() const { return height_.get(); }
+    void setHeight(int height) { height_.set(height); }
+    double bitrate() const { return bitrate_.get(); }
+    void setBitrate(double bitrate) { bitrate_.set(bitrate); }
+    // Headers its download must send.
+    Headers httpHeaders() const { return httpHeaders_.get(); }
+    void setHttpHeaders(const Headers& headers) { httpHeaders_.set(headers); }
 
 private:
     platform::Property<QUrl> url_;
@@ -35,4 +53,8 @@ private:
     platform::Property<QString> type_;
     platform::Property<QString> localizedQuality_;
     platform::Property<QString> localizedType_;
+    platform::Property<Media> media_{Media::PictureAndSound};
+    platform::Property<int> height_;
+    platform::Property<double> bitrate_;
+    platform::Property<Headers> httpHeaders_;
 };

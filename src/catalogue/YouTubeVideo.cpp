@@ -13,6 +13,7 @@
 #include <QNetworkReply>
 #include <QPointer>
 
+#include <algorithm>
 #include <limits>
 
 using platform::Log;
@@ -236,4 +237,52 @@ std::shared_ptr<YouTubeUrl> YouTubeVideo::FirstUrlWithQuality(const QString& lab
         if (QStringLiteral("%1 (%2)").arg(u->quality(), u->type()) == label)
             return u;
     return nullptr;
+}
+
+namespace {
+
+// The best of the separate streams of one kind: the preferred container first,
+// then the larger of rank.
+std::shared_ptr<YouTubeUrl> bestOf(const YouTubeVideo::StreamList& urls, YouTubeUrl::Media media,
+                                   QLatin1String preferredType, double (*rank)(const YouTubeUrl&))
+{
+    std::shared_ptr<YouTubeUrl> chosen;
+    for (const auto& u : urls) {
+        if (u->media() != media)
+            continue;
+        if (!chosen) {
+            chosen = u;
+            continue;
+        }
+        const bool preferred = u->type().startsWith(preferredType);
+        const bool chosenPreferred = chosen->type().startsWith(preferredType);
+        if (preferred != chosenPreferred ? preferred : rank(*u) > rank(*chosen))
+            chosen = u;
+    }
+    return chosen;
+}
+
+} // namespace
+
+std::shared_ptr<YouTubeUrl> YouTubeVideo::UrlWithBestPicture() const
+{
+    return bestOf(separateUrls(), YouTubeUrl::Media::PictureOnly, QLatin1String("video/mp4"),
+                  [](const YouTubeUrl& u) { return u.height() * 1e6 + u.bitrate(); });
+}
+
+std::shared_ptr<YouTubeUrl> YouTubeVideo::UrlWithBestSound() const
+{
+    return bestOf(separateUrls(), YouTubeUrl::Media::SoundOnly, QLatin1String("audio/mp4"),
+                  [](const YouTubeUrl& u) { return u.bitrate(); });
+}
+
+bool YouTubeVideo::isBetterJoined() const
+{
+    const auto picture = UrlWithBestPicture();
+    if (!picture || !UrlWithBestSound())
+        return false;
+    int highest = 0;
+    for (const auto& u : Urls())
+        highest = std::max(highest, u->height());
+    return picture->height() > highest;
 }

@@ -22,9 +22,14 @@ class youtube_error;
 
 // One video of the service: made from a search-feed item or from a watch-page
 // address; its streams are extracted on demand, once, and ranked by quality.
+// Another engine extracts them its own way (see catalogue/engine).
 class YouTubeVideo : public std::enable_shared_from_this<YouTubeVideo> {
 public:
     using StreamList = QList<std::shared_ptr<YouTubeUrl>>;
+
+    virtual ~YouTubeVideo() = default;
+    YouTubeVideo(const YouTubeVideo&) = delete;
+    YouTubeVideo& operator=(const YouTubeVideo&) = delete;
 
     // parserService: the whole address of the parser service. Fetches the item's
     // thumbnail and waits for it.
@@ -41,7 +46,10 @@ public:
     std::optional<QString> loadHTML();
     // Extracts the streams, at most once per record; blocks. Throws youtube_error,
     // also for a page the parser cannot read.
-    void parseUrls();
+    virtual void parseUrls();
+    // Calls off an extraction under way (it ends with an error), where the
+    // engine can; the service's reading ends by itself.
+    virtual void abortParsing() {}
     // parseUrls on the shared worker pool, then done, or onError with the error.
     // Both run on the worker thread.
     void parseUrlsAsync(std::function<void()> done, std::function<void(const youtube_error&)> onError);
@@ -58,6 +66,18 @@ public:
     std::shared_ptr<YouTubeUrl> FirstUrlWithQuality(const QString& label) const;
     // "small" 0, "medium" 1, "large" 2, "hd720" 3, anything else -1.
     static int GetQuality(const QString& quality);
+
+    // Streams of picture alone and of sound alone, which the yt-dlp engine
+    // offers beside those in Urls(); none from the service.
+    StreamList separateUrls() const { return separateUrls_.get(); }
+    void setSeparateUrls(const StreamList& urls) { separateUrls_.set(urls); }
+    // The best of them: the highest picture (MP4 first), the highest bitrate of
+    // sound (M4A first); none when there is none.
+    std::shared_ptr<YouTubeUrl> UrlWithBestPicture() const;
+    std::shared_ptr<YouTubeUrl> UrlWithBestSound() const;
+    // A picture alone that is higher than every stream with both: a video is
+    // then best made of it and the best sound.
+    bool isBetterJoined() const;
 
     QString title() const { return title_.get(); }
     void setTitle(const QString& title) { title_.set(title); }
@@ -82,11 +102,12 @@ public:
 
     QUrl parserService() const { return parserService_; }
 
-private:
+protected:
     explicit YouTubeVideo(const QUrl& parserService) : parserService_(parserService) {}
 
     static platform::Image fetchImage(const QUrl& url);
 
+private:
     const QUrl parserService_;
     // Held through a reading of the page: a second reading waits and finds the
     // streams there, so they are extracted once and every caller gets the same.
@@ -102,4 +123,5 @@ private:
     platform::Property<QMap<QString, StreamList>> sortedUrls_;
     platform::Property<QString> description_;
     platform::Property<QStringList> localizedQualitys_;
+    platform::Property<StreamList> separateUrls_;
 };

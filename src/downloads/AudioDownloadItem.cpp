@@ -28,3 +28,11 @@ void AudioDownloadItem::cancel()
     ffmpeg_.reset();
     DownloadItem::cancel();
 }
+
+std::shared_ptr<AudioDownloadItem> AudioDownloadItem::initBest(const std::shared_ptr<YouTubeVideo>& video, int bitrate)
+{
+    auto stream = video->UrlWithBestSound();
+    if (!stream)
+        stream = video->UrlWithBestQuality();
+    return stream ? initWithBitrate(video, stream, bitrate) : nullptr;
+}

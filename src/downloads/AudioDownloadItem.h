@@ -9,6 +9,9 @@ class AudioDownloadItem : public ConvertingDownloadItem {
 public:
     static std::shared_ptr<AudioDownloadItem> initWithBitrate(std::shared_ptr<YouTubeVideo> video,
                                                               std::shared_ptr<YouTubeUrl> url, int bitrate);
+    // With the video's best sound: a stream of sound alone when there is one
+    // (M4A first), else its best stream; none when it has no stream to take.
+    static std::shared_ptr<AudioDownloadItem> initBest(const std::shared_ptr<YouTubeVideo>& video, int bitrate);
 
     int bitrate() const { return bitrate_; }
 

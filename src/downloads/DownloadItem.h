@@ -35,7 +35,7 @@ public:
     static void Cleanup();
 
     // At most once; a cancelled job is never restarted.
-    void startDownload();
+    virtual void startDownload();
     // How long the transfer may go without a byte before it fails (default: a minute).
     void setTransferTimeout(std::chrono::milliseconds timeout) { transferTimeout_ = timeout; }
     // Final: a job cancelled never moves on.
@@ -88,6 +88,13 @@ protected:
     bool isCanceled() const { return state_ == State::Canceled; }
     // Let go of the temporary file, for another program's start-up wipe.
     void releaseTempfile();
+    std::chrono::milliseconds transferTimeout() const { return transferTimeout_; }
+    // Stops the transfer under way, the state left as it is.
+    void stopTransfer()
+    {
+        if (httpDownload_)
+            httpDownload_->cancel();
+    }
 
 private:
     std::shared_ptr<HTTPDownload> httpDownload_;

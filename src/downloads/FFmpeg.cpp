@@ -1,6 +1,6 @@
 #include "downloads/FFmpeg.h"
 
-#include "downloads/ChildProcess.h"
+#include "platform/ChildProcess.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
 
@@ -136,6 +136,12 @@ void FFmpeg::convertMP3Async(int bitrate)
     runAsync(Kind::Audio, bitrate);
 }
 
+void FFmpeg::joinAsync(const QString& soundFile)
+{
+    soundFile_.set(soundFile);
+    runAsync(Kind::Joined, 0);
+}
+
 void FFmpeg::cancel()
 {
     if (const auto task = task_.get())
@@ -175,9 +181,10 @@ void FFmpeg::run(const std::shared_ptr<ChildProcess>& task, Kind kind, int bitra
     }
     const QString source = sourceFile();
     const QString destination = destinationFile();
-    const QStringList arguments = kind == Kind::Video ? videoArgumentsFor(program, source, destination)
-                                                      : audioArguments(source, destination, bitrate);
-    const QString output = kind == Kind::Video ? destination : audioDestination(destination);
+    const QStringList arguments = kind == Kind::Video  ? videoArgumentsFor(program, source, destination)
+                                  : kind == Kind::Joined ? joinArguments(source, soundFile_.get(), destination)
+                                                         : audioArguments(source, destination, bitrate);
+    const QString output = kind == Kind::Audio ? audioDestination(destination) : destination;
 
     if (!task->start(program, arguments, ChildProcess::Capture::StandardError)) {
         fail(task->terminateRequested() ? u"cancelled"_s : task->error());
@@ -314,6 +321,12 @@ QStringList FFmpeg::audioArguments(const QString& source, const QString& destina
             audioDestination(destination)};
 }
 
+QStringList FFmpeg::joinArguments(const QString& picture, const QString& sound, const QString& destination)
+{
+    return inputArguments(picture) + inputArguments(sound) +
+           QStringList{u"-map"_s, u"0:v:0"_s, u"-map"_s, u"1:a:0"_s, u"-c"_s, u"copy"_s, u"-y"_s, destination};
+}
+
 QString FFmpeg::audioDestination(const QString& destination)
 {
     return destination.endsWith(u".mp3"_s) ? destination : destination + u".mp3"_s;
@@ -321,7 +334,8 @@ QString FFmpeg::audioDestination(const QString& destination)
 
 std::optional<qint32> FFmpeg::progressSecond(QStringView chunk, Kind kind)
 {
-    if (!chunk.startsWith(kind == Kind::Video ? u"frame=" : u"size="))
+    // A copy with a picture reports frames, as a conversion to video does.
+    if (!chunk.startsWith(kind == Kind::Audio ? u"size=" : u"frame="))
         return std::nullopt;
     const qsizetype time = chunk.indexOf(u"time=");
     const qsizetype bitrate = chunk.indexOf(u" bitrate=");

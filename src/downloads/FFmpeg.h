@@ -19,7 +19,8 @@ class ChildProcess;
 // is working on. The events come on the converting thread.
 class FFmpeg : public std::enable_shared_from_this<FFmpeg> {
 public:
-    enum class Kind { Video, Audio };
+    // Joined: a picture alone and a sound alone copied into one file.
+    enum class Kind { Video, Audio, Joined };
 
     static std::shared_ptr<FFmpeg> create();
     static std::shared_ptr<FFmpeg> create(const QString& source, const QString& destination);
@@ -32,6 +33,9 @@ public:
     // the converter, and sends convertedEvent when it ends, however it ends.
     void convertH264VideoAsync();
     void convertMP3Async(int bitrate);
+    // Copies the source's picture and soundFile's sound into the destination,
+    // without encoding; returns at once, as above.
+    void joinAsync(const QString& soundFile);
     // Stops the running conversion (or the one about to start). Any thread.
     void cancel();
 
@@ -68,6 +72,7 @@ public:
 
     static QStringList videoArguments(const QString& source, const QString& destination);
     static QStringList audioArguments(const QString& source, const QString& destination, int bitrate);
+    static QStringList joinArguments(const QString& picture, const QString& sound, const QString& destination);
     // Where the audio conversion writes: the destination, with ".mp3" added
     // unless it ends so already.
     static QString audioDestination(const QString& destination);
@@ -93,6 +98,7 @@ private:
     platform::Property<std::shared_ptr<ChildProcess>> task_;
     platform::Property<QString> sourceFile_;
     platform::Property<QString> destinationFile_;
+    platform::Property<QString> soundFile_;
     platform::Property<std::optional<quint64>> workingOnSecond_;
     std::atomic<bool> isDone_{false};
     platform::Property<Outcome> outcome_;

@@ -5,6 +5,8 @@
 namespace {
 
 const QString key = QStringLiteral("convertVideos");
+const QString engineKey = QStringLiteral("engine");
+const QString ytDlpKey = QStringLiteral("ytDlpPath");
 constexpr bool defaultConvertVideos = true;
 
 QSettings store()
@@ -28,5 +30,26 @@ void Settings::setConvertVideos(bool convert)
 {
     QSettings settings = store();
     settings.setValue(key, convert);
+    settings.sync();
+}
+
+engine::Choice Settings::engineChoice()
+{
+    const QSettings settings = store();
+    engine::Choice choice;
+    // A stored name this version does not know counts as none.
+    choice.kind = engine::kindNamed(settings.value(engineKey).toString()).value_or(engine::Kind::classic);
+    choice.ytDlp = settings.value(ytDlpKey).toString();
+    return choice;
+}
+
+void Settings::setEngineChoice(const engine::Choice& choice)
+{
+    QSettings settings = store();
+    settings.setValue(engineKey, engine::nameOf(choice.kind));
+    if (choice.ytDlp.isEmpty())
+        settings.remove(ytDlpKey);
+    else
+        settings.setValue(ytDlpKey, choice.ytDlp);
     settings.sync();
 }

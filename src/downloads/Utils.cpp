@@ -1,6 +1,6 @@
 #include "downloads/Utils.h"
 
-#include "downloads/ChildProcess.h"
+#include "platform/ChildProcess.h"
 
 #include <QStringDecoder>
 

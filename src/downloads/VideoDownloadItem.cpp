@@ -1,6 +1,7 @@
 #include "downloads/VideoDownloadItem.h"
 
 #include "downloads/FFmpeg.h"
+#include "downloads/JoinedVideoDownloadItem.h"
 #include "downloads/Settings.h"
 #include "platform/Log.h"
 #include "platform/MainThread.h"
@@ -24,6 +25,21 @@ std::shared_ptr<VideoDownloadItem> VideoDownloadItem::init(std::shared_ptr<YouTu
     std::shared_ptr<VideoDownloadItem> item(new VideoDownloadItem(std::move(video), std::move(url)));
     listen(item);
     return item;
+}
+
+std::shared_ptr<DownloadItem> VideoDownloadItem::initBest(const std::shared_ptr<YouTubeVideo>& video,
+                                                          std::optional<bool> convert)
+{
+    // Picture and sound apart when that is the better video: copied, never converted.
+    if (video->isBetterJoined())
+        return JoinedVideoDownloadItem::init(video, video->UrlWithBestPicture(), video->UrlWithBestSound());
+    const auto best = video->UrlWithBestQuality();
+    if (!best)
+        return nullptr;
+    const auto job = init(video, best);
+    if (convert)
+        job->setConvert(*convert);
+    return job;
 }
 
 VideoDownloadItem::~VideoDownloadItem()

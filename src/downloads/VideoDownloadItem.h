@@ -11,6 +11,11 @@
 class VideoDownloadItem : public ConvertingDownloadItem {
 public:
     static std::shared_ptr<VideoDownloadItem> init(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url);
+    // The job for the video's best: its best stream, converted as convert says
+    // (nothing: as the setting says), or its best picture and sound apart,
+    // joined, when those are better; none when it has no stream to take.
+    static std::shared_ptr<DownloadItem> initBest(const std::shared_ptr<YouTubeVideo>& video,
+                                                  std::optional<bool> convert = std::nullopt);
     ~VideoDownloadItem() override;
 
     // Decides per job, where the stored setting would; for one run of the

@@ -20,15 +20,10 @@ ServiceEndpoints ServiceEndpoints::at(const QUrl& base)
     return {root, root.host(), parser};
 }
 
-ServiceEndpoints ServiceEndpoints::fromEnvironment(const QStringList& arguments)
+ServiceEndpoints ServiceEndpoints::fromEnvironment(const QString& base)
 {
-    const QString name = QLatin1String(option);
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        if (arguments[i] == name && i + 1 < arguments.size())
-            return at(QUrl(arguments[i + 1]));
-        if (arguments[i].startsWith(name + QLatin1Char('=')))
-            return at(QUrl(arguments[i].mid(name.size() + 1)));
-    }
+    if (!base.isEmpty())
+        return at(QUrl(base));
     const QString fromEnvironment = QProcessEnvironment::systemEnvironment().value(QLatin1String(environmentVariable));
     if (!fromEnvironment.isEmpty())
         return at(QUrl(fromEnvironment));

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QString>
-#include <QStringList>
 #include <QUrl>
 
 namespace platform {
@@ -15,14 +14,13 @@ struct ServiceEndpoints {
     QUrl parserService; // the whole address of "/cgi-bin/zor.parser"
 
     static constexpr const char* environmentVariable = "MELODRIFT_SERVICE";
-    static constexpr const char* option = "--service";
 
     static ServiceEndpoints defaults();
     // All three on one base address such as "http://127.0.0.1:8080".
     static ServiceEndpoints at(const QUrl& base);
-    // "--service BASE" (or "--service=BASE") in arguments, else the environment
-    // variable, else the defaults.
-    static ServiceEndpoints fromEnvironment(const QStringList& arguments);
+    // At base (the value of a program's --service option) when given, else at
+    // the environment variable's address, else the defaults.
+    static ServiceEndpoints fromEnvironment(const QString& base);
 
     // A watch page of the service: its host is the domain or ends with it.
     bool isWatchPage(const QUrl& url) const;

@@ -179,9 +179,20 @@ QSizeF AppDelegate::windowWillResize(const QSizeF& proposed) const
 
 void AppDelegate::settingsClick()
 {
-    if (!settingsWindowController_)
+    if (!settingsWindowController_) {
         settingsWindowController_ = new SettingsWindowController;
+        connect(settingsWindowController_, &SettingsWindowController::engineChosen, this, [this](int kind) {
+            engine::Choice choice = menu_->getNewSearchController()->engineChoice();
+            choice.kind = kind == 1 ? engine::Kind::ytDlp : engine::Kind::classic;
+            setEngine(choice);
+        });
+    }
     settingsWindowController_->showWindow();
+}
+
+void AppDelegate::setEngine(const engine::Choice& choice)
+{
+    menu_->getNewSearchController()->setEngine(choice);
 }
 
 void AppDelegate::quit()

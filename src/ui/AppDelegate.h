@@ -1,6 +1,9 @@
 #pragma once
 
+#include "catalogue/engine/Engine.h"
+
 #include "platform/ServiceEndpoints.h"
+#include "platform/Version.h"
 
 #include <QMainWindow>
 #include <QObject>
@@ -46,8 +49,11 @@ public:
     QSizeF windowWillResize(const QSizeF& proposed) const;
     void settingsClick();
     void quit();
+    // Where videos are found from now on: the command line's choice at the
+    // start, the settings window's later.
+    void setEngine(const engine::Choice& choice);
 
-    static QString getVersion() { return QStringLiteral("1.0.1"); }
+    static QString getVersion() { return QString::fromLatin1(platform::version); }
 
     static constexpr double narrowestRefused = 500.0;
     static constexpr double lowestRefused = 300.0;

@@ -1,12 +1,14 @@
 #include "ui/NewSearchController.h"
 
-#include "catalogue/YouTubeSearch.h"
+#include "catalogue/engine/YtDlp.h"
 #include "catalogue/YouTubeVideo.h"
 #include "downloads/AudioDownloadItem.h"
+#include "downloads/Settings.h"
 #include "downloads/VideoDownloadItem.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "platform/MainThread.h"
+#include "platform/WorkerPool.h"
 #include "ui/AlertPresenter.h"
 #include "ui/PZBackgroundView.h"
 #include "ui/PZScrollView.h"
@@ -25,6 +27,7 @@
 #include <QLineEdit>
 #include <QParallelAnimationGroup>
 #include <QProgressBar>
+#include <QPushButton>
 #include <QPropertyAnimation>
 #include <QSequentialAnimationGroup>
 
@@ -45,7 +48,8 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
     : QObject(parent),
       endpoints_(endpoints),
       alerts_(alerts),
-      searcher_(YouTubeSearch::create(endpoints)),
+      engine_(engine::Engine::create({}, endpoints)),
+      searcher_(engine_->newSearch()),
       model_(new SearchResultModel(this)),
       mainView_(new PZBackgroundView),
       imageView_(new QLabel(mainView_)),
@@ -54,6 +58,7 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       loader_(new QProgressBar),
       progressBar_(new QProgressBar(mainView_)),
       statusLabel_(new QLabel(mainView_)),
+      switchEngineButton_(new QPushButton(Localization::string("Search.UseYtDlp"), mainView_)),
       tableScrollView_(new PZScrollView(mainView_))
 {
     imageView_->setPixmap(Picture::logo(qGuiApp->devicePixelRatio()));
@@ -96,6 +101,9 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
     statusLabel_->setAlignment(Qt::AlignCenter);
     statusLabel_->setForegroundRole(QPalette::PlaceholderText);
     statusLabel_->hide();
+    switchEngineButton_->setAccessibleName(switchEngineButton_->text());
+    switchEngineButton_->hide();
+    connect(switchEngineButton_, &QPushButton::clicked, this, &NewSearchController::switchToYtDlp);
 
     tableScrollView_->setModel(model_, [this](const QModelIndex& index) -> ModelCell* {
         // The first row is the large one, whatever video it holds.
@@ -119,10 +127,11 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
 
 NewSearchController::~NewSearchController()
 {
-    // The search may still deliver on its thread: it finds no one.
-    searcher_->newVideosEvent.reset();
-    searcher_->errorEvent.reset();
-    searcher_->updateEvent.reset();
+    // The search may still deliver on its thread: it finds no one, and a
+    // yt-dlp of it or of a pasted address ends.
+    searcher_->cancel();
+    if (addressVideo_)
+        addressVideo_->abortParsing();
     // An effect still under way goes before its widgets: stopped by their loss,
     // it would only be deleted later, by an event loop that may have ended.
     delete running_;
@@ -139,7 +148,7 @@ void NewSearchController::listen()
     // The search's events come on its own thread: the view moves to the main
     // thread, carrying which search spoke.
     const QPointer<NewSearchController> self(this);
-    searcher_->newVideosEvent.set([self](YouTubeSearch& search, qulonglong) {
+    searcher_->newVideosEvent.set([self](engine::VideoSearch& search, qulonglong) {
         const auto videos = search.videos();
         Log::line(QStringLiteral("Found %1 videos.").arg(videos.size()));
         for (qsizetype i = 0; i < videos.size(); ++i)
@@ -149,19 +158,40 @@ void NewSearchController::listen()
                 self->searchReady(identity, videos);
         });
     });
-    searcher_->errorEvent.set([self](YouTubeSearch& search, const platform::Error& error) {
-        platform::MainThread::post([self, identity = search.currentUrl(), description = error.description] {
+    searcher_->errorEvent.set([self](engine::VideoSearch& search, const platform::Error& error) {
+        platform::MainThread::post([self, identity = search.currentUrl(), error] {
             if (self)
-                self->searchError(identity, description);
+                self->searchError(identity, error);
         });
     });
-    searcher_->updateEvent.set([self](YouTubeSearch& search) {
+    searcher_->updateEvent.set([self](engine::VideoSearch& search) {
         platform::MainThread::post(
             [self, identity = search.currentUrl(), offset = search.downloadOffset(), count = search.downloadCount()] {
                 if (self)
                     self->updateProgressBar(identity, offset, count);
             });
     });
+}
+
+void NewSearchController::setEngine(const engine::Choice& choice)
+{
+    searcher_->cancel();
+    wordsSearch_.reset();
+    engine_ = engine::Engine::create(choice, endpoints_);
+    searcher_ = engine_->newSearch();
+    listen();
+}
+
+void NewSearchController::switchToYtDlp()
+{
+    engine::Choice choice = engine_->choice();
+    choice.kind = engine::Kind::ytDlp;
+    if (choice.ytDlp.isEmpty())
+        choice.ytDlp = Settings::engineChoice().ytDlp;
+    setEngine(choice);
+    // Off the interface thread: the store writes a file.
+    platform::WorkerPool::run([choice] { Settings::setEngineChoice(choice); });
+    searchTextChange();
 }
 
 void NewSearchController::applicationDidFinishLaunching()
@@ -197,13 +227,21 @@ void NewSearchController::searchTextChange()
     if (text.isEmpty())
         return;
     statusLabel_->hide();
+    switchEngineButton_->hide();
     loader_->show();
+    // A pasted address still being read is superseded: its yt-dlp ends.
+    if (const auto superseded = std::exchange(addressVideo_, nullptr))
+        superseded->abortParsing();
     const QUrl url(text, QUrl::StrictMode);
     if (endpoints_.isWatchPage(url)) {
         Log::line(QStringLiteral("Search URL: ") + url.host());
+        searcher_->cancel();
+        searcher_ = engine_->newSearch();
+        listen();
         wordsSearch_.reset();
         const int generation = ++addressSearch_;
-        const auto video = YouTubeVideo::initFromURL(url, endpoints_.parserService);
+        const auto video = engine_->videoAt(url);
+        addressVideo_ = video;
         video->parseUrlsAsync(this, [this, generation, video](const QString& error) {
             addressParsed(generation, video, error);
         });
@@ -228,6 +266,7 @@ void NewSearchController::addressParsed(int generation, const std::shared_ptr<Yo
 {
     if (generation != addressSearch_)
         return;
+    addressVideo_.reset();
     if (!error.isEmpty())
         alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
     else
@@ -243,13 +282,20 @@ void NewSearchController::searchReady(const Identity& search, const QList<std::s
     searchIsFinish();
 }
 
-void NewSearchController::searchError(const Identity& search, const QString& description)
+void NewSearchController::searchError(const Identity& search, const platform::Error& error)
 {
     if (!search || search != wordsSearch_)
         return;
     loader_->hide();
-    Log::line(QStringLiteral("Error: ") + description);
-    showStatus(Localization::string("Search.Failed").arg(description));
+    Log::line(QStringLiteral("Error: ") + error.description);
+    showStatus(Localization::string("Search.Failed").arg(error.description));
+    // The service could not be reached (not: it answered with a status) and
+    // yt-dlp is there: it may reach today's service.
+    if (engine_->choice().kind == engine::Kind::classic && error.domain != QLatin1String("YouTubeSearch::response") &&
+        !engine::YtDlp::locate(Settings::engineChoice().ytDlp).isEmpty()) {
+        switchEngineButton_->show();
+        placeViews();
+    }
     run(stopSearchAnimation());
 }
 
@@ -308,6 +354,7 @@ void NewSearchController::downloadButton(int row, bool audio)
     const auto video = model_->video(row);
     if (!video)
         return;
+    // Started at once: under yt-dlp this is the row's whole wait.
     video->parseUrlsAsync(this, [this, video, audio](const QString& error) {
         if (error.isEmpty())
             return streamsFound(video, audio);
@@ -320,12 +367,13 @@ void NewSearchController::downloadButton(int row, bool audio)
 void NewSearchController::streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio)
 {
     model_->reloadRow(model_->rowOf(video.get()));
-    const auto best = video->UrlWithBestQuality();
-    if (!best) {
+    const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
+                                                    : VideoDownloadItem::initBest(video);
+    if (!job) {
         alerts_.showAlert(QStringLiteral("YouTube:"), Localization::string("Search.NoStream"), mainView_->window());
         return;
     }
-    startDownload(video, best, audio);
+    downloadEvent(*this, job);
 }
 
 void NewSearchController::startDownload(const std::shared_ptr<YouTubeVideo>& video,
@@ -468,8 +516,13 @@ void NewSearchController::placeViews()
     int top = bar.bottom() + 12;
     const int statusHeight = statusLabel_->sizeHint().height();
     statusLabel_->setGeometry(bar.x(), top, bar.width(), statusHeight);
+    const QSize button = switchEngineButton_->sizeHint();
+    switchEngineButton_->setGeometry(bar.x() + (bar.width() - button.width()) / 2, top + statusHeight + 6,
+                                     button.width(), button.height());
     if (statusLabel_->isVisibleTo(mainView_) && resultsShown_)
         top += statusHeight + 8;
+    if (switchEngineButton_->isVisibleTo(mainView_) && resultsShown_)
+        top += button.height() + 8;
     tableScrollView_->setGeometry(0, top, w, std::max(h - top, 0));
 }
 

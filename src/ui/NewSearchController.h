@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/engine/Engine.h"
 #include "platform/Event.h"
 #include "platform/ServiceEndpoints.h"
 
@@ -20,17 +21,17 @@ class QLabel;
 class QLineEdit;
 class QProgressBar;
 class SearchResultModel;
-class YouTubeSearch;
+class QPushButton;
 class YouTubeUrl;
 class YouTubeVideo;
 namespace platform {
 struct Error;
 }
 
-// The search view: words run a search of the service's feed, a pasted
-// watch-page address loads that one video; the videos are listed with their
-// thumbnail, title and length, and each can be previewed or saved as video or
-// sound. A download goes to the sidebar as a job.
+// The search view: words run a search through the engine (the service's feed,
+// or yt-dlp), a pasted watch-page address loads that one video; the videos are
+// listed with their thumbnail, title and length, and each can be previewed or
+// saved as video or sound. A download goes to the sidebar as a job.
 class NewSearchController : public QObject {
     Q_OBJECT
 public:
@@ -45,6 +46,12 @@ public:
     QProgressBar* loader() const { return loader_; }
     // One line about the last search when it found nothing or failed.
     QLabel* statusLabel() const { return statusLabel_; }
+    // Under a failed search of the classic engine, when yt-dlp is installed.
+    QPushButton* switchEngineButton() const { return switchEngineButton_; }
+
+    // Searches from now on go through this engine (default: the classic one).
+    void setEngine(const engine::Choice& choice);
+    engine::Choice engineChoice() const { return engine_->choice(); }
     PZScrollView* tableScrollView() const { return tableScrollView_; }
     SearchResultModel* model() const { return model_; }
     // The preview window, made on first use: a start never pays for it.
@@ -82,7 +89,8 @@ private:
 
     void listen();
     void searchReady(const Identity& search, const QList<std::shared_ptr<YouTubeVideo>>& videos);
-    void searchError(const Identity& search, const QString& description);
+    void searchError(const Identity& search, const platform::Error& error);
+    void switchToYtDlp();
     void updateProgressBar(const Identity& search, double offset, double count);
     void addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video, const QString& error);
     void searchIsFinish();
@@ -104,7 +112,10 @@ private:
 
     const platform::ServiceEndpoints endpoints_;
     AlertPresenter& alerts_;
-    std::shared_ptr<YouTubeSearch> searcher_;
+    std::shared_ptr<engine::Engine> engine_;
+    std::shared_ptr<engine::VideoSearch> searcher_;
+    // The pasted address's video while its streams are extracted.
+    std::shared_ptr<YouTubeVideo> addressVideo_;
     SearchResultModel* model_;
     PreviewController* previewController_ = nullptr;
     QPointer<QWidget> mainView_;
@@ -114,6 +125,7 @@ private:
     QProgressBar* loader_;
     QProgressBar* progressBar_;
     QLabel* statusLabel_;
+    QPushButton* switchEngineButton_;
     PZScrollView* tableScrollView_;
     QPointer<QAbstractAnimation> running_;
 

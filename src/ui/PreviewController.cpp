@@ -122,15 +122,15 @@ void PreviewController::setVideo(const std::shared_ptr<YouTubeVideo>& video)
     window_->setWindowTitle(video->title());
     videoTypeLabel_->clear();
     model_->clear();
-    // The engine starts while the streams are found.
-    ensureWebView();
-
+    // The streams are looked for first (yt-dlp takes a second to start), and
+    // the web engine starts while they are found.
     video->parseUrlsAsync(this, [this, video](const QString& error) {
         if (error.isEmpty())
             parsed(video);
         else
             failed(video, error);
     });
+    ensureWebView();
 }
 
 void PreviewController::parsed(const std::shared_ptr<YouTubeVideo>& video)

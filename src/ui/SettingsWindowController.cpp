@@ -1,9 +1,12 @@
 #include "ui/SettingsWindowController.h"
 
+#include "catalogue/engine/YtDlp.h"
 #include "downloads/Settings.h"
 #include "platform/Localization.h"
+#include "platform/MainThread.h"
 #include "platform/WorkerPool.h"
 
+#include <QAbstractButton>
 #include <QButtonGroup>
 #include <QDialog>
 #include <QLabel>
@@ -24,11 +27,13 @@ struct SettingsWindowController::PendingWrite {
     std::mutex writing;
     std::atomic<bool> convert{true};
     std::atomic<int> unwritten{0};
+    std::atomic<int> engine{-1}; // the engine last chosen, -1: none yet
+    std::atomic<int> engineUnwritten{0};
 };
 
 SettingsWindowController::SettingsWindowController(QObject* parent)
     : QObject(parent), window_(new QDialog), radioMatrix_(new QButtonGroup(this)),
-      pending_(std::make_shared<PendingWrite>())
+      engineMatrix_(new QButtonGroup(this)), pending_(std::make_shared<PendingWrite>())
 {
     window_->setWindowTitle(Localization::string("Settings.Title"));
     auto* question = new QLabel(Localization::string("Settings.Question"));
@@ -38,6 +43,13 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
         choice->setAccessibleName(choice->text());
     radioMatrix_->addButton(convert, 0);
     radioMatrix_->addButton(keep, 1);
+    auto* engineQuestion = new QLabel(Localization::string("Settings.EngineQuestion"));
+    auto* classic = new QRadioButton(Localization::string("Settings.EngineClassic"));
+    auto* ytDlp = new QRadioButton(Localization::string("Settings.EngineYtDlp").arg(Localization::string("Settings.YtDlpChecking")));
+    classic->setAccessibleName(classic->text());
+    ytDlp->setAccessibleName(QStringLiteral("yt-dlp"));
+    engineMatrix_->addButton(classic, 0);
+    engineMatrix_->addButton(ytDlp, 1);
 
     auto* layout = new QVBoxLayout(window_);
     layout->setContentsMargins(20, 16, 20, 20);
@@ -45,6 +57,10 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
     layout->addWidget(question);
     layout->addWidget(convert);
     layout->addWidget(keep);
+    layout->addSpacing(12);
+    layout->addWidget(engineQuestion);
+    layout->addWidget(classic);
+    layout->addWidget(ytDlp);
     layout->addStretch(1);
     window_->setMinimumWidth(window_->sizeHint().width() + 40);
 
@@ -57,13 +73,17 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
         else
             radioNoConvertions();
     });
+    connect(engineMatrix_, &QButtonGroup::idToggled, this, [this](int id, bool checked) {
+        if (checked && !showingStored_)
+            saveEngine(id);
+    });
 }
 
 SettingsWindowController::~SettingsWindowController()
 {
     delete window_;
     // A choice clicked just before the program ends is still stored.
-    while (pending_->unwritten > 0)
+    while (pending_->unwritten > 0 || pending_->engineUnwritten > 0)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
@@ -71,9 +91,42 @@ void SettingsWindowController::windowDidLoad()
 {
     // A click whose write has not landed yet is what the store will hold.
     const bool convert = pending_->unwritten > 0 ? pending_->convert.load() : Settings::convertVideos();
+    const int engineId = pending_->engine >= 0 ? pending_->engine.load()
+                                               : static_cast<int>(Settings::engineChoice().kind == engine::Kind::ytDlp);
     showingStored_ = true;
     radioMatrix_->button(convert ? 0 : 1)->setChecked(true);
+    engineMatrix_->button(engineId)->setChecked(true);
     showingStored_ = false;
+    showYtDlpVersion();
+}
+
+void SettingsWindowController::showYtDlpVersion()
+{
+    // Off the interface thread: the version is yt-dlp's own answer.
+    const QPointer<QObject> self(this);
+    platform::WorkerPool::run([self, button = QPointer<QAbstractButton>(engineMatrix_->button(1))] {
+        const auto version = engine::YtDlp::version(Settings::engineChoice().ytDlp);
+        platform::MainThread::post([self, button, version] {
+            if (!self || !button)
+                return;
+            button->setText(Localization::string("Settings.EngineYtDlp")
+                                .arg(version ? *version : Localization::string("Settings.YtDlpMissing")));
+        });
+    });
+}
+
+void SettingsWindowController::saveEngine(int kind)
+{
+    pending_->engine = kind;
+    ++pending_->engineUnwritten;
+    platform::WorkerPool::run([pending = pending_] {
+        std::lock_guard lock(pending->writing);
+        engine::Choice choice = Settings::engineChoice();
+        choice.kind = pending->engine == 1 ? engine::Kind::ytDlp : engine::Kind::classic;
+        Settings::setEngineChoice(choice);
+        --pending->engineUnwritten;
+    });
+    emit engineChosen(kind);
 }
 
 void SettingsWindowController::showWindow()

@@ -8,8 +8,9 @@
 class QButtonGroup;
 class QWidget;
 
-// The settings window: the program's one setting as two choices. It shows the
-// stored value each time it opens and saves a choice the moment it is clicked.
+// The settings window: how videos are saved and where they are found, each as
+// two choices. It shows the stored values each time it opens and saves a choice
+// the moment it is clicked.
 class SettingsWindowController : public QObject {
     Q_OBJECT
 public:
@@ -19,12 +20,21 @@ public:
     QWidget* window() const { return window_; }
     // Button 0: convert videos to H.264; button 1: keep them as they are.
     QButtonGroup* radioMatrix() const { return radioMatrix_; }
+    // Button 0: Melodrift's own reader; button 1: yt-dlp (its version shown).
+    QButtonGroup* engineMatrix() const { return engineMatrix_; }
 
     void showWindow();
     void radioConvertToH264();
     void radioNoConvertions();
 
+signals:
+    // The user chose the engine: 0 the classic one, 1 yt-dlp.
+    void engineChosen(int kind);
+
 private:
+    void saveEngine(int kind);
+    void showYtDlpVersion();
+
     void windowDidLoad();
     // Off the interface thread: the store writes a file.
     void save(bool convert);
@@ -32,6 +42,7 @@ private:
     struct PendingWrite;
     QPointer<QWidget> window_;
     QButtonGroup* radioMatrix_;
+    QButtonGroup* engineMatrix_;
     std::shared_ptr<PendingWrite> pending_;
     bool showingStored_ = false;
 };

@@ -1,5 +1,4 @@
-// The converter, and the child processes it runs ffmpeg in.
-#include "downloads/ChildProcess.h"
+// The converter.
 #include "downloads/FFmpeg.h"
 
 #include "log_capture.h"
@@ -9,15 +8,11 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
-#include <csignal>
 #include <mutex>
 #include <thread>
 
-#include <pthread.h>
-
 using namespace std::chrono_literals;
 using Kind = FFmpeg::Kind;
-using Capture = ChildProcess::Capture;
 
 namespace {
 
@@ -197,58 +192,4 @@ TEST_F(ScriptedConverter, MissingProgramOrCancelBeforeTheStartStillEnds)
     converter->cancel();
     ASSERT_TRUE(events->waitFor(true, 10s));
     EXPECT_EQ(converter->failureReason(), "cancelled");
-}
-
-TEST(ChildProcess, CapturesOneStreamGivesNoInputAndReportsLaunchFailures)
-{
-    ChildProcess child;
-    // stdout is inherited: the captured text must not contain it.
-    ASSERT_TRUE(child.start("/bin/bash", {"-c", "echo out >/dev/null; echo err >&2; read line; echo read=$? >&2; exit 3"},
-                            Capture::StandardError));
-    EXPECT_EQ(child.readAll(), "err\nread=1\n");
-    EXPECT_EQ(child.wait().code, 3);
-    EXPECT_EQ(child.wait().code, 3); // reaped once, remembered
-
-    ChildProcess missing;
-    EXPECT_FALSE(missing.start("/nonexistent/program", {}, Capture::StandardError));
-    EXPECT_TRUE(missing.error().contains("/nonexistent/program")) << missing.error().toStdString();
-    EXPECT_FALSE(missing.wait().started);
-    ChildProcess early;
-    early.terminate();
-    EXPECT_FALSE(early.start("/bin/true", {}, Capture::StandardError));
-}
-
-// Each child is waited for on another thread, as the converter does, and
-// terminated from this one.
-TEST(Termination, EndsABlockedReadWhenWeBlockTheSignalAndKillsAChildThatIgnoresIt)
-{
-    ChildProcess polite, stubborn;
-    stubborn.setKillDelay(300ms);
-    // The child must not inherit a blocked SIGTERM from the thread that starts it.
-    sigset_t term, old;
-    sigemptyset(&term);
-    sigaddset(&term, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &term, &old);
-    const bool started =
-        polite.start("/bin/sleep", {"30"}, Capture::StandardError) &&
-        stubborn.start("/bin/bash", {"-c", "trap '' TERM; while :; do sleep 0.05; done"}, Capture::StandardError);
-    pthread_sigmask(SIG_SETMASK, &old, nullptr);
-    ASSERT_TRUE(started);
-
-    for (const auto& [which, signal] : {std::pair{&polite, SIGTERM}, {&stubborn, SIGKILL}}) {
-        ChildProcess* child = which; // (clang captures no structured binding)
-        ChildProcess::Exit exit;
-        std::thread reader([&] {
-            child->readAll();
-            exit = child->wait();
-        });
-        std::this_thread::sleep_for(200ms);
-        const auto start = std::chrono::steady_clock::now();
-        child->terminate();
-        reader.join();
-        EXPECT_EQ(exit.signal, signal);
-        EXPECT_GE(std::chrono::steady_clock::now() - start, signal == SIGKILL ? 300ms : 0ms);
-    }
-    EXPECT_TRUE(polite.terminateRequested());
-    polite.terminate(); // after the reap: no signal goes anywhere
 }

@@ -4,8 +4,14 @@
 #include "service_process.h"
 #include "test_home.h"
 
+#include "downloads/Settings.h"
+#include "platform/Version.h"
+
 #include <QDir>
 #include <QDirIterator>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRegularExpression>
 #include <gtest/gtest.h>
 
@@ -66,13 +72,16 @@ public:
     QString downloads() const { return home_.downloads(); }
     QString cache() const { return home_.cache(); }
 
-    // Starts a run and leaves it going; finish() collects it.
-    std::unique_ptr<ChildProcess> start(const QString& base, const QStringList& args) const
+    // Starts a run and leaves it going; finish() collects it. environment: more
+    // variables ("NAME=VALUE") for this run.
+    std::unique_ptr<ChildProcess> start(const QString& base, const QStringList& args,
+                                        const QStringList& environment = {}) const
     {
         // One stream for both outputs, in the order they were written.
-        const QStringList command{QStringLiteral("-c"), QStringLiteral("unset MELODRIFT_SERVICE; exec \"$@\" 2>&1"),
-                                  QStringLiteral("sh"), QStringLiteral(MELODRIFT_CLI_BINARY),
-                                  QStringLiteral("--service"), base};
+        const QStringList command =
+            QStringList{QStringLiteral("-c"), QStringLiteral("unset MELODRIFT_SERVICE MELODRIFT_ENGINE; exec \"$@\" 2>&1"),
+                        QStringLiteral("sh"), QStringLiteral("/usr/bin/env")} +
+            environment + QStringList{QStringLiteral(MELODRIFT_CLI_BINARY), QStringLiteral("--service"), base};
         auto p = std::make_unique<ChildProcess>();
         if (!p->start(QStringLiteral("/bin/sh"), command + args, ChildProcess::Capture::StandardOutput))
             return nullptr;
@@ -90,7 +99,10 @@ public:
         return r;
     }
 
-    result run(const QString& base, const QStringList& args) const { return finish(start(base, args).get()); }
+    result run(const QString& base, const QStringList& args, const QStringList& environment = {}) const
+    {
+        return finish(start(base, args, environment).get());
+    }
 
 private:
     test_home home_;
@@ -214,7 +226,8 @@ TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailuresAndTheCommandLineBasics)
     EXPECT_TRUE(QDir(user.downloads()).isEmpty());
 
     // The basics of the command line.
-    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(), "melodrift-cli 1.0.1");
+    EXPECT_EQ(user.run(s.base(), {"--version"}).output.trimmed(),
+              QStringLiteral("melodrift-cli %1").arg(platform::version));
     EXPECT_EQ(user.run(s.base(), {"--help"}).status, 0);
     EXPECT_EQ(user.run(s.base(), {}).status, 2);
     EXPECT_EQ(user.run(s.base(), {"audio"}).status, 2);
@@ -314,4 +327,146 @@ TEST_F(EndToEnd, AHostileServiceReadsNothingLocalAndWritesNothingRaw)
     EXPECT_FALSE(s.printed().contains("SECRET ARRIVED")) << s.printed().toStdString();
     for (QDirIterator it(user.downloads(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories); it.hasNext();)
         EXPECT_FALSE(media::contents(it.next()).contains(secretBytes.trimmed())) << it.filePath().toStdString();
+}
+
+// The yt-dlp engine, with Debian's real yt-dlp: its general extractor reads the
+// service's feed as RSS and its watch pages' HTML5 sources.
+TEST_F(EndToEnd, YtDlpFindsListsAndSavesWhatTheClassicEngineDoes)
+{
+    service s;
+    const QStringList ytDlp{"--engine", "yt-dlp"};
+    // The same list, in the same order, with the same decoded titles and lengths.
+    const result classic = user.run(s.base(), {"search", "a"});
+    const result found = user.run(s.base(), ytDlp + QStringList{"search", "a"});
+    ASSERT_EQ(found.status, 0) << found.output.toStdString();
+    EXPECT_GE(found.output.count("watch?v="), 10);
+    EXPECT_TRUE(found.output.contains(QString::fromUtf8("Café Crème – Mandelbrot Zoom")));
+    EXPECT_EQ(found.output, classic.output);
+
+    const video* v = bestIs(22);
+    ASSERT_TRUE(v);
+    const result listed = user.run(s.base(), ytDlp + QStringList{"streams", s.watch(v->id)});
+    ASSERT_EQ(listed.status, 0) << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.startsWith(v->title + "\n")) << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.contains(QRegularExpression("^\\* hd720   MP4 ", QRegularExpression::MultilineOption)))
+        << listed.output.toStdString();
+
+    const result sound = user.run(s.base(), ytDlp + QStringList{"audio", s.watch(v->id)});
+    ASSERT_EQ(sound.status, 0) << sound.output.toStdString();
+    EXPECT_EQ(lastLine(sound.output), user.downloads() + "/" + v->title + ".mp3");
+    EXPECT_EQ(media::probe(lastLine(sound.output), "stream=codec_name"), "mp3");
+    EXPECT_EQ(media::probe(lastLine(sound.output), "stream=bit_rate"), "320000");
+    const result saved = user.run(s.base(), ytDlp + QStringList{"video", "--no-convert", s.watch(v->id)});
+    ASSERT_EQ(saved.status, 0) << saved.output.toStdString();
+    EXPECT_EQ(media::contents(lastLine(saved.output)), media::contents(mediaFile(v->id, 22)));
+}
+
+TEST_F(EndToEnd, YtDlpsReasonsAndAMissingYtDlpAreClearFailures)
+{
+    service s;
+    const QStringList ytDlp{"--engine", "yt-dlp"};
+    // A page without a video ends with yt-dlp's own reason, as the service's notice would.
+    const result notice = user.run(s.base(), ytDlp + QStringList{"audio", s.watch("UHJpdmF0ZTE")});
+    EXPECT_EQ(notice.status, 1);
+    EXPECT_EQ(notice.output.trimmed(), "YouTube: Unsupported URL: " + s.watch("UHJpdmF0ZTE")) << notice.output.toStdString();
+    const result rtmpe = user.run(s.base(), ytDlp + QStringList{"audio", s.watch("UnRtcGVPbmw")});
+    EXPECT_EQ(rtmpe.status, 1);
+    EXPECT_TRUE(rtmpe.output.contains("None of this video's streams can be fetched over http or https"))
+        << rtmpe.output.toStdString();
+    EXPECT_TRUE(QDir(user.downloads()).isEmpty());
+
+    // Chosen through the environment, with no yt-dlp to be found.
+    const result missing = user.run(s.base(), {"search", "bars"}, {"MELODRIFT_ENGINE=yt-dlp", "PATH=/nonexistent"});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_TRUE(missing.output.startsWith("Search failed: There is no yt-dlp on PATH. Install yt-dlp"))
+        << missing.output.toStdString();
+    EXPECT_EQ(user.run(s.base(), {"--engine", "other", "search", "bars"}).status, 2);
+}
+
+// The real service offers picture and sound together only at low quality: a
+// recorded answer of that shape, whose addresses point at the stand-in (its hd720
+// stream as the picture alone, its medium MP4 as the sound alone), given to the
+// real yt-dlp with --load-info-json.
+TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
+{
+    service s;
+    const video* v = find(videos, [](const video& v) {
+        return v.kind == "normal" && !mediaFile(v.id, 22).isEmpty() && !mediaFile(v.id, 18).isEmpty();
+    });
+    ASSERT_TRUE(v);
+    // Writes what the stand-in at base offers, reshaped, and a yt-dlp that answers with it.
+    const auto record = [&](const service& at, const QString& name, const QString& badSignature) {
+        QByteArray answer;
+        const ChildProcess::Exit recorded =
+            media::run("yt-dlp", {"--ignore-config", "-J", at.watch(v->id)}, &answer);
+        EXPECT_TRUE(recorded.exited && recorded.code == 0);
+        QJsonObject info = QJsonDocument::fromJson(answer).object();
+        QJsonArray formats;
+        for (const QJsonValue& value : info.value("formats").toArray()) {
+            QJsonObject format = value.toObject();
+            QString url = format.value("url").toString();
+            if (url.contains("itag=22&")) {
+                format["vcodec"] = "avc1.640028";
+                format["acodec"] = "none";
+                format["height"] = 1080;
+            } else if (url.contains("itag=18&")) {
+                format["vcodec"] = "none";
+                format["acodec"] = "mp4a.40.2";
+                format["ext"] = "m4a";
+                format["abr"] = 96;
+                if (!badSignature.isEmpty())
+                    format["url"] = url.replace(QRegularExpression("signature=[^&]*"), "signature=" + badSignature);
+            }
+            formats.append(format);
+        }
+        info["formats"] = formats;
+        const QString json = user.home() + "/" + name + ".json";
+        const QString program = user.home() + "/" + name;
+        QFile file(json), script(program);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(info).toJson()) > 0);
+        EXPECT_TRUE(script.open(QIODevice::WriteOnly) &&
+                    script.write("#!/bin/sh\nexec /usr/bin/yt-dlp --load-info-json '" + json.toUtf8() + "' \"$@\"\n") > 0);
+        script.setPermissions(script.permissions() | QFile::ExeOwner);
+        Settings::setEngineChoice({engine::Kind::ytDlp, program});
+    };
+    record(s, "recorded", {});
+
+    const result listed = user.run(s.base(), {"streams", s.watch(v->id)});
+    ASSERT_EQ(listed.status, 0) << listed.output.toStdString();
+    EXPECT_EQ(listed.output.count(QRegularExpression("^\\* ", QRegularExpression::MultilineOption)), 2)
+        << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.contains(QRegularExpression("^\\* hd1080 .*\\(picture only\\)$",
+                                                         QRegularExpression::MultilineOption)))
+        << listed.output.toStdString();
+
+    const result joined = user.run(s.base(), {"video", "--convert", s.watch(v->id)});
+    ASSERT_EQ(joined.status, 0) << joined.output.toStdString();
+    const QString file = lastLine(joined.output);
+    EXPECT_EQ(file, user.downloads() + "/" + v->title + ".mp4");
+    // The picture of the one, the sound of the other, both as they were.
+    EXPECT_EQ(media::probe(file, "stream=profile", "v:0"), media::probe(mediaFile(v->id, 22), "stream=profile", "v:0"));
+    EXPECT_EQ(media::probe(file, "stream=bit_rate", "a:0"), media::probe(mediaFile(v->id, 18), "stream=bit_rate", "a:0"));
+    EXPECT_NE(media::probe(file, "stream=bit_rate", "a:0"), media::probe(mediaFile(v->id, 22), "stream=bit_rate", "a:0"));
+    EXPECT_NEAR(media::probe(file, "format=duration").toDouble(), double(v->seconds), 1.0);
+
+    // The sound's transfer failing fails the job with its reason, and leaves nothing.
+    record(s, "broken", "0000");
+    const result broken = user.run(s.base(), {"video", s.watch(v->id)});
+    EXPECT_EQ(broken.status, 1);
+    EXPECT_TRUE(broken.output.contains("Failed: ") && broken.output.contains("403")) << broken.output.toStdString();
+    EXPECT_EQ(QDir(user.downloads()).entryList(QDir::Files), QStringList{v->title + ".mp4"});
+    EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty());
+
+    // A cancel (the terminal's Ctrl-C or a TERM) stops both transfers, and leaves nothing.
+    service stalled({"--stall-stream", v->id});
+    record(stalled, "stalled", {});
+    const auto running = user.start(stalled.base(), {"video", stalled.watch(v->id)});
+    ASSERT_TRUE(running);
+    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+    running->terminate();
+    const result cancelled = cli::finish(running.get());
+    EXPECT_EQ(cancelled.status, 130) << cancelled.output.toStdString();
+    EXPECT_TRUE(cancelled.output.contains("Cancelled.")) << cancelled.output.toStdString();
+    EXPECT_EQ(QDir(user.downloads()).entryList(QDir::Files), QStringList{v->title + ".mp4"});
+    EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty());
 }

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs the build into a temporary prefix with the usual GNU folders and
 # checks that every file a desktop needs is in place and valid.
-#   installed_tree.sh BUILD_DIR
+#   installed_tree.sh BUILD_DIR VERSION
 set -euo pipefail
 build=$1
+version=$2
 prefix=$(mktemp -d)
 trap 'rm -rf "$prefix"' EXIT
 cmake --install "$build" --prefix "$prefix" > /dev/null
@@ -21,7 +22,8 @@ for file in bin/melodrift bin/melodrift-cli lib/melodrift/melodrift-webpreview.s
   fi
 done
 [ -x "$(find "$prefix" -type f -name melodrift | head -n1)" ] || { echo "melodrift is not executable" >&2; status=1; }
-"$(find "$prefix" -type f -name melodrift-cli | head -n1)" --version | grep -q "1.0.1" || { echo "melodrift-cli --version" >&2; status=1; }
+"$(find "$prefix" -type f -name melodrift-cli | head -n1)" --version | grep -qxF "melodrift-cli $version" || { echo "melodrift-cli --version" >&2; status=1; }
+grep -qF "<release version=\"$version\"" "$prefix/share/metainfo/$id.metainfo.xml" || { echo "the AppStream data names another release" >&2; status=1; }
 
 # The entry's icon and program must name what was installed.
 grep -qx "Icon=$id" "$prefix/share/applications/$id.desktop" || { echo "the entry names another icon" >&2; status=1; }

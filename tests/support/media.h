@@ -1,7 +1,7 @@
 #pragma once
 
 // Tiny media files made with the real ffmpeg, and what ffprobe says of a file.
-#include "downloads/ChildProcess.h"
+#include "platform/ChildProcess.h"
 
 #include <QFile>
 #include <QStandardPaths>

@@ -3,7 +3,7 @@
 // A melodrift-service started by a test, on a port of the system's choosing,
 // with its catalogue in a folder of the test's; stopped as a user would stop it
 // (SIGTERM) when it goes.
-#include "downloads/ChildProcess.h"
+#include "platform/ChildProcess.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,7 +1,8 @@
-#include "downloads/ChildProcess.h"
+#include "platform/ChildProcess.h"
 
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -17,6 +18,9 @@
 extern char** environ;
 
 namespace {
+
+// What is kept of standard error: the reason of a failure is at its end.
+constexpr qsizetype errorTailBytes = 64 * 1024;
 
 QString errnoText(int error)
 {
@@ -65,6 +69,7 @@ ChildProcess::~ChildProcess()
         }
     }
     closeFd(readFd_);
+    closeFd(errorFd_);
     closeFd(wakeFd_);
 }
 
@@ -87,11 +92,19 @@ bool ChildProcess::start(const QString& program, const QStringList& arguments, C
         error_ = QStringLiteral("cannot create a pipe: %1").arg(errnoText(errno));
         return false;
     }
+    int errorFds[2] = {-1, -1};
+    if (capture == Capture::StandardOutputKeepingErrors && ::pipe2(errorFds, O_CLOEXEC) != 0) {
+        error_ = QStringLiteral("cannot create a pipe: %1").arg(errnoText(errno));
+        ::close(pipeFds[0]);
+        ::close(pipeFds[1]);
+        return false;
+    }
     wakeFd_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wakeFd_ < 0) {
         error_ = QStringLiteral("cannot create an eventfd: %1").arg(errnoText(errno));
-        ::close(pipeFds[0]);
-        ::close(pipeFds[1]);
+        for (int fd : {pipeFds[0], pipeFds[1], errorFds[0], errorFds[1]})
+            if (fd >= 0)
+                ::close(fd);
         return false;
     }
 
@@ -99,6 +112,8 @@ bool ChildProcess::start(const QString& program, const QStringList& arguments, C
     const int target = capture == Capture::StandardError ? STDERR_FILENO : STDOUT_FILENO;
     posix_spawn_file_actions_addopen(&setup.actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_adddup2(&setup.actions, pipeFds[1], target);
+    if (errorFds[1] >= 0)
+        posix_spawn_file_actions_adddup2(&setup.actions, errorFds[1], STDERR_FILENO);
 
     // The child must be able to receive the termination request whatever this
     // process blocks or ignores.
@@ -126,13 +141,18 @@ bool ChildProcess::start(const QString& program, const QStringList& arguments, C
     pid_t pid = -1;
     const int rc = ::posix_spawn(&pid, path.constData(), &setup.actions, &setup.attributes, argv.data(), environ);
     ::close(pipeFds[1]);
+    if (errorFds[1] >= 0)
+        ::close(errorFds[1]);
     if (rc != 0) {
         ::close(pipeFds[0]);
+        if (errorFds[0] >= 0)
+            ::close(errorFds[0]);
         error_ = QStringLiteral("cannot run %1: %2").arg(program, errnoText(rc));
         return false;
     }
     pid_ = pid;
     readFd_ = pipeFds[0];
+    errorFd_ = errorFds[0];
     started_ = true;
     exit_.started = true;
     return true;
@@ -146,34 +166,61 @@ QString ChildProcess::error() const
 
 QByteArray ChildProcess::readChunk()
 {
-    if (readFd_ < 0)
-        return {};
     for (;;) {
+        if (readFd_ < 0 && errorFd_ < 0)
+            return {};
         int timeout = -1;
         {
             std::lock_guard lock(mutex_);
+            const auto now = std::chrono::steady_clock::now();
+            if (deadline_ && !terminateRequested_ && now >= *deadline_) {
+                timedOut_ = true;
+                terminateRequested_ = true;
+                terminateTime_ = now;
+                if (!reaped_)
+                    ::kill(pid_, SIGTERM);
+            }
+            const auto until = [&now](std::chrono::steady_clock::time_point when) {
+                return static_cast<int>(
+                    std::max<long long>(0, std::chrono::duration_cast<std::chrono::milliseconds>(when - now).count() + 1));
+            };
             if (terminateRequested_ && !killed_) {
-                const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                    terminateTime_ + killDelay_ - std::chrono::steady_clock::now());
-                if (left.count() <= 0) {
+                if (now >= terminateTime_ + killDelay_) {
                     killed_ = true;
                     if (!reaped_)
                         ::kill(pid_, SIGKILL);
                 } else {
-                    timeout = static_cast<int>(left.count());
+                    timeout = until(terminateTime_ + killDelay_);
                 }
+            } else if (deadline_ && !terminateRequested_) {
+                timeout = until(*deadline_);
             }
         }
-        pollfd fds[2] = {{readFd_, POLLIN, 0}, {wakeFd_, POLLIN, 0}};
-        const int ready = ::poll(fds, 2, timeout);
+        pollfd fds[3] = {{readFd_, POLLIN, 0}, {errorFd_, POLLIN, 0}, {wakeFd_, POLLIN, 0}};
+        const int ready = ::poll(fds, 3, timeout);
         if (ready < 0) {
             if (errno == EINTR)
                 continue;
             return {};
         }
-        if (fds[1].revents & POLLIN) {
+        if (fds[2].revents & POLLIN) {
             eventfd_t ignored;
             eventfd_read(wakeFd_, &ignored);
+        }
+        if (fds[1].revents & (POLLIN | POLLHUP | POLLERR)) {
+            char chunk[16 * 1024];
+            ssize_t n;
+            do {
+                n = ::read(errorFd_, chunk, sizeof chunk);
+            } while (n < 0 && errno == EINTR);
+            std::lock_guard lock(mutex_);
+            if (n <= 0) {
+                closeFd(errorFd_);
+            } else {
+                errorTail_.append(chunk, n);
+                if (errorTail_.size() > errorTailBytes)
+                    errorTail_.remove(0, errorTail_.size() - errorTailBytes);
+            }
         }
         if (fds[0].revents & (POLLIN | POLLHUP | POLLERR)) {
             QByteArray chunk(64 * 1024, Qt::Uninitialized);
@@ -181,12 +228,21 @@ QByteArray ChildProcess::readChunk()
             do {
                 n = ::read(readFd_, chunk.data(), static_cast<size_t>(chunk.size()));
             } while (n < 0 && errno == EINTR);
-            if (n <= 0)
-                return {};
+            if (n <= 0) {
+                // The end of the output; what is still to come on standard error is read above.
+                closeFd(readFd_);
+                continue;
+            }
             chunk.truncate(n);
             return chunk;
         }
     }
+}
+
+QByteArray ChildProcess::errorOutput() const
+{
+    std::lock_guard lock(mutex_);
+    return errorTail_;
 }
 
 QByteArray ChildProcess::readAll()

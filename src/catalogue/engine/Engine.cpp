@@ -1,0 +1,43 @@
+#include "catalogue/engine/Engine.h"
+
+#include "catalogue/engine/ClassicEngine.h"
+#include "catalogue/engine/YtDlpEngine.h"
+
+namespace engine {
+
+QString nameOf(Kind kind)
+{
+    return kind == Kind::ytDlp ? QStringLiteral("yt-dlp") : QStringLiteral("classic");
+}
+
+std::optional<Kind> kindNamed(const QString& name)
+{
+    if (name == QLatin1String("classic"))
+        return Kind::classic;
+    if (name == QLatin1String("yt-dlp"))
+        return Kind::ytDlp;
+    return std::nullopt;
+}
+
+std::optional<Choice> Choice::resolve(const QString& option, Choice stored, QString* error)
+{
+    const QString name = !option.isEmpty() ? option : qEnvironmentVariable(environmentVariable);
+    if (name.isEmpty())
+        return stored;
+    const auto kind = kindNamed(name);
+    if (!kind) {
+        *error = QStringLiteral("Unknown engine %1: classic or yt-dlp.").arg(name);
+        return std::nullopt;
+    }
+    stored.kind = *kind;
+    return stored;
+}
+
+std::shared_ptr<Engine> Engine::create(const Choice& choice, const platform::ServiceEndpoints& endpoints)
+{
+    if (choice.kind == Kind::ytDlp)
+        return std::make_shared<YtDlpEngine>(choice, endpoints);
+    return std::make_shared<ClassicEngine>(endpoints);
+}
+
+} // namespace engine

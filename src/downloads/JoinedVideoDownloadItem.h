@@ -1,0 +1,49 @@
+#pragma once
+
+#include "downloads/ConvertingDownloadItem.h"
+
+#include <memory>
+#include <optional>
+
+// A video made of two streams: the picture alone and the sound alone, fetched
+// side by side and copied into one file by ffmpeg (no encoding). Progress
+// counts the bytes of both; a cancel stops both; either's failure fails the job
+// with its reason.
+class JoinedVideoDownloadItem : public ConvertingDownloadItem {
+public:
+    static std::shared_ptr<JoinedVideoDownloadItem> init(std::shared_ptr<YouTubeVideo> video,
+                                                         std::shared_ptr<YouTubeUrl> picture,
+                                                         std::shared_ptr<YouTubeUrl> sound);
+    ~JoinedVideoDownloadItem() override;
+
+    void startDownload() override;
+    void downloadUpdateEvent(HTTPDownload& download) override;
+    void downloadFinishEvent(HTTPDownload& download) override;
+    void cancel() override;
+
+    std::shared_ptr<YouTubeUrl> sound() const { return sound_; }
+    // The file's suffix for the two streams' containers.
+    static QString suffixFor(const QString& pictureType, const QString& soundType);
+
+private:
+    JoinedVideoDownloadItem(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> picture,
+                            std::shared_ptr<YouTubeUrl> sound);
+
+    struct Part {
+        std::optional<quint64> offset;
+        std::optional<qint64> length;
+        bool done = false;
+    };
+    void showProgress();
+    void bothDone();
+    void dropSound();
+
+    const std::shared_ptr<YouTubeUrl> sound_;
+    const QString soundFile_;
+    std::shared_ptr<HTTPDownload> soundDownload_;
+    // The picture's finished transfer, until the sound's is finished too.
+    std::shared_ptr<HTTPDownload> pictureDone_;
+    Part picturePart_;
+    Part soundPart_;
+    int soundLock_ = -1;
+};

@@ -1,0 +1,88 @@
+// The child processes that run ffmpeg and yt-dlp.
+#include "platform/ChildProcess.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <thread>
+
+#include <pthread.h>
+
+using namespace std::chrono_literals;
+using Capture = ChildProcess::Capture;
+
+TEST(ChildProcess, CapturesOneStreamGivesNoInputAndReportsLaunchFailures)
+{
+    ChildProcess child;
+    // stdout is inherited: the captured text must not contain it.
+    ASSERT_TRUE(child.start("/bin/bash", {"-c", "echo out >/dev/null; echo err >&2; read line; echo read=$? >&2; exit 3"},
+                            Capture::StandardError));
+    EXPECT_EQ(child.readAll(), "err\nread=1\n");
+    EXPECT_EQ(child.wait().code, 3);
+    EXPECT_EQ(child.wait().code, 3); // reaped once, remembered
+
+    ChildProcess missing;
+    EXPECT_FALSE(missing.start("/nonexistent/program", {}, Capture::StandardError));
+    EXPECT_TRUE(missing.error().contains("/nonexistent/program")) << missing.error().toStdString();
+    EXPECT_FALSE(missing.wait().started);
+    ChildProcess early;
+    early.terminate();
+    EXPECT_FALSE(early.start("/bin/true", {}, Capture::StandardError));
+}
+
+// Each child is waited for on another thread, as the converter does, and
+// terminated from this one.
+TEST(Termination, EndsABlockedReadWhenWeBlockTheSignalAndKillsAChildThatIgnoresIt)
+{
+    ChildProcess polite, stubborn;
+    stubborn.setKillDelay(300ms);
+    // The child must not inherit a blocked SIGTERM from the thread that starts it.
+    sigset_t term, old;
+    sigemptyset(&term);
+    sigaddset(&term, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &term, &old);
+    const bool started =
+        polite.start("/bin/sleep", {"30"}, Capture::StandardError) &&
+        stubborn.start("/bin/bash", {"-c", "trap '' TERM; while :; do sleep 0.05; done"}, Capture::StandardError);
+    pthread_sigmask(SIG_SETMASK, &old, nullptr);
+    ASSERT_TRUE(started);
+
+    for (const auto& [which, signal] : {std::pair{&polite, SIGTERM}, {&stubborn, SIGKILL}}) {
+        ChildProcess* child = which; // (clang captures no structured binding)
+        ChildProcess::Exit exit;
+        std::thread reader([&] {
+            child->readAll();
+            exit = child->wait();
+        });
+        std::this_thread::sleep_for(200ms);
+        const auto start = std::chrono::steady_clock::now();
+        child->terminate();
+        reader.join();
+        EXPECT_EQ(exit.signal, signal);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, signal == SIGKILL ? 300ms : 0ms);
+    }
+    EXPECT_TRUE(polite.terminateRequested());
+    polite.terminate(); // after the reap: no signal goes anywhere
+}
+
+// yt-dlp's answer is on standard output and its reason on standard error; one
+// that stalls is given up at its deadline.
+TEST(ChildProcess, KeepsErrorsApartAndEndsAtItsDeadline)
+{
+    ChildProcess child;
+    ASSERT_TRUE(child.start("/bin/bash", {"-c", "echo json; head -c 100000 /dev/zero | tr '\\0' x >&2; echo ERROR: why >&2; exit 1"},
+                            Capture::StandardOutputKeepingErrors));
+    EXPECT_EQ(child.readAll(), "json\n");
+    EXPECT_EQ(child.wait().code, 1);
+    EXPECT_EQ(child.errorOutput().size(), 64 * 1024); // the tail only
+    EXPECT_TRUE(child.errorOutput().endsWith("xERROR: why\n"));
+
+    ChildProcess stalled;
+    stalled.setDeadline(std::chrono::steady_clock::now() + 300ms);
+    ASSERT_TRUE(stalled.start("/bin/sleep", {"30"}, Capture::StandardOutputKeepingErrors));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(stalled.readAll().isEmpty());
+    EXPECT_EQ(stalled.wait().signal, SIGTERM);
+    EXPECT_TRUE(stalled.timedOut());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
+}

@@ -53,7 +53,7 @@ QString HTTPDownload::generateUuidString()
 void HTTPDownload::start()
 {
     // Downloads run side by side, each on a connection of its own.
-    const platform::HttpTransfer::Request request{url_, timeout_, readBufferBytes, true};
+    const platform::HttpTransfer::Request request{url_, timeout_, readBufferBytes, true, headers_};
     transfer_ = std::make_unique<platform::HttpTransfer>(request, [this] { onReadyRead(); }, [this] { onFinished(); });
 }
 

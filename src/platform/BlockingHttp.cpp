@@ -52,7 +52,7 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
     QEventLoop loop;
     std::unique_ptr<HttpTransfer> transfer;
     bool tooLarge = false;
-    transfer = std::make_unique<HttpTransfer>(HttpTransfer::Request{url, options.timeout, 0}, [&] {
+    transfer = std::make_unique<HttpTransfer>(HttpTransfer::Request{url, options.timeout, 0, false, {}}, [&] {
         if (response.body.size() + transfer->bytesAvailable() > options.maxBytes) {
             tooLarge = true;
             transfer->abort();

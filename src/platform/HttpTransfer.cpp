@@ -69,6 +69,8 @@ HttpTransfer::HttpTransfer(const Request& request, std::function<void()> readyRe
     r.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
     r.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     r.setTransferTimeout(static_cast<int>(request.timeout.count()));
+    for (const auto& [name, value] : request.headers)
+        r.setRawHeader(name, value);
     if (request.ownManager)
         own_ = std::make_unique<QNetworkAccessManager>();
     reply_ = (own_ ? *own_ : threadManager()).get(r);

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
+#include <QPair>
 #include <QNetworkReply>
 #include <QPointer>
 #include <QString>
@@ -33,6 +35,8 @@ public:
         // transfer: a manager keeps at most six connections to a host and
         // makes the next transfers wait, their time-outs running.
         bool ownManager = false;
+        // Sent as they are; the caller vouches for them.
+        QList<QPair<QByteArray, QByteArray>> headers;
     };
 
     // Begins the GET. readyRead and finished may be empty; neither comes

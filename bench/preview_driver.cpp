@@ -6,9 +6,9 @@
 #include "catalogue/engine/Engine.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
-#include "ui/AlertPresenter.h"
-#include "ui/PreviewController.h"
-#include "ui/PreviewWebView.h"
+#include "ui/widgets/AlertPresenter.h"
+#include "ui/preview/PreviewController.h"
+#include "ui/preview/PreviewWebView.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

@@ -6,8 +6,8 @@
 #include "platform/Log.h"
 #include "platform/ServiceEndpoints.h"
 #include "platform/SingleInstance.h"
-#include "ui/AppDelegate.h"
-#include "ui/AppStyle.h"
+#include "ui/shell/AppDelegate.h"
+#include "ui/widgets/AppStyle.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -1,0 +1,159 @@
+#include "ui/settings/SettingsWindowController.h"
+
+#include "catalogue/engine/YtDlp.h"
+#include "downloads/Settings.h"
+#include "platform/Localization.h"
+#include "platform/MainThread.h"
+#include "platform/WorkerPool.h"
+
+#include <QAbstractButton>
+#include <QButtonGroup>
+#include <QDialog>
+#include <QLabel>
+#include <QRadioButton>
+#include <QVBoxLayout>
+#include <QWidget>
+
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <thread>
+
+using platform::Localization;
+
+// Writes may overtake one another on the pool; each writes the latest choice
+// under one lock, so the last write to land is always the last click.
+struct SettingsWindowController::PendingWrite {
+    std::mutex writing;
+    std::atomic<bool> convert{true};
+    std::atomic<int> unwritten{0};
+    std::atomic<int> engine{-1}; // the engine last chosen, -1: none yet
+    std::atomic<int> engineUnwritten{0};
+};
+
+SettingsWindowController::SettingsWindowController(QObject* parent)
+    : QObject(parent), window_(new QDialog), radioMatrix_(new QButtonGroup(this)),
+      engineMatrix_(new QButtonGroup(this)), pending_(std::make_shared<PendingWrite>())
+{
+    window_->setWindowTitle(Localization::string("Settings.Title"));
+    auto* question = new QLabel(Localization::string("Settings.Question"));
+    auto* convert = new QRadioButton(Localization::string("Settings.ConvertToH264"));
+    auto* keep = new QRadioButton(Localization::string("Settings.NoConversion"));
+    for (QRadioButton* choice : {convert, keep})
+        choice->setAccessibleName(choice->text());
+    radioMatrix_->addButton(convert, 0);
+    radioMatrix_->addButton(keep, 1);
+    auto* engineQuestion = new QLabel(Localization::string("Settings.EngineQuestion"));
+    auto* classic = new QRadioButton(Localization::string("Settings.EngineClassic"));
+    auto* ytDlp = new QRadioButton(Localization::string("Settings.EngineYtDlp").arg(Localization::string("Settings.YtDlpChecking")));
+    classic->setAccessibleName(classic->text());
+    ytDlp->setAccessibleName(QStringLiteral("yt-dlp"));
+    engineMatrix_->addButton(classic, 0);
+    engineMatrix_->addButton(ytDlp, 1);
+
+    auto* layout = new QVBoxLayout(window_);
+    layout->setContentsMargins(20, 16, 20, 20);
+    layout->setSpacing(8);
+    layout->addWidget(question);
+    layout->addWidget(convert);
+    layout->addWidget(keep);
+    layout->addSpacing(12);
+    layout->addWidget(engineQuestion);
+    layout->addWidget(classic);
+    layout->addWidget(ytDlp);
+    layout->addStretch(1);
+    window_->setMinimumWidth(window_->sizeHint().width() + 40);
+
+    // Toggled, not clicked: a screen reader toggles a choice without a click.
+    connect(radioMatrix_, &QButtonGroup::idToggled, this, [this](int id, bool checked) {
+        if (!checked || showingStored_)
+            return;
+        if (id == 0)
+            radioConvertToH264();
+        else
+            radioNoConvertions();
+    });
+    connect(engineMatrix_, &QButtonGroup::idToggled, this, [this](int id, bool checked) {
+        if (checked && !showingStored_)
+            saveEngine(id);
+    });
+}
+
+SettingsWindowController::~SettingsWindowController()
+{
+    delete window_;
+    // A choice clicked just before the program ends is still stored.
+    while (pending_->unwritten > 0 || pending_->engineUnwritten > 0)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+void SettingsWindowController::windowDidLoad()
+{
+    // A click whose write has not landed yet is what the store will hold.
+    const bool convert = pending_->unwritten > 0 ? pending_->convert.load() : Settings::convertVideos();
+    const int engineId = pending_->engine >= 0 ? pending_->engine.load()
+                                               : static_cast<int>(Settings::engineChoice().kind == engine::Kind::ytDlp);
+    showingStored_ = true;
+    radioMatrix_->button(convert ? 0 : 1)->setChecked(true);
+    engineMatrix_->button(engineId)->setChecked(true);
+    showingStored_ = false;
+    showYtDlpVersion();
+}
+
+void SettingsWindowController::showYtDlpVersion()
+{
+    // Off the interface thread: the version is yt-dlp's own answer.
+    const QPointer<QObject> self(this);
+    platform::WorkerPool::run([self, button = QPointer<QAbstractButton>(engineMatrix_->button(1))] {
+        const auto version = engine::YtDlp::version(Settings::engineChoice().ytDlp);
+        platform::MainThread::post([self, button, version] {
+            if (!self || !button)
+                return;
+            button->setText(Localization::string("Settings.EngineYtDlp")
+                                .arg(version ? *version : Localization::string("Settings.YtDlpMissing")));
+        });
+    });
+}
+
+void SettingsWindowController::saveEngine(int kind)
+{
+    pending_->engine = kind;
+    ++pending_->engineUnwritten;
+    platform::WorkerPool::run([pending = pending_] {
+        std::lock_guard lock(pending->writing);
+        engine::Choice choice = Settings::engineChoice();
+        choice.kind = pending->engine == 1 ? engine::Kind::ytDlp : engine::Kind::classic;
+        Settings::setEngineChoice(choice);
+        --pending->engineUnwritten;
+    });
+    emit engineChosen(kind);
+}
+
+void SettingsWindowController::showWindow()
+{
+    windowDidLoad();
+    window_->show();
+    window_->raise();
+    window_->activateWindow();
+}
+
+void SettingsWindowController::radioConvertToH264()
+{
+    save(true);
+}
+
+void SettingsWindowController::radioNoConvertions()
+{
+    save(false);
+}
+
+void SettingsWindowController::save(bool convert)
+{
+    pending_->convert = convert;
+    ++pending_->unwritten;
+    platform::WorkerPool::run([pending = pending_] {
+        std::lock_guard lock(pending->writing);
+        Settings::setConvertVideos(pending->convert);
+        --pending->unwritten;
+    });
+}

@@ -10,6 +10,7 @@
 #include "ui/widgets/AlertPresenter.h"
 #include "ui/downloads/DownloadListModel.h"
 #include "ui/downloads/DownloadsController.h"
+#include "ui/shell/MainWindow.h"
 #include "ui/shell/MenuDelegate.h"
 #include "ui/search/NewSearchController.h"
 #include "ui/widgets/Picture.h"
@@ -36,8 +37,9 @@ AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPrese
     : QObject(parent),
       endpoints_(endpoints),
       ownAlerts_(alerts ? nullptr : std::make_unique<AlertPresenter>()),
-      window_(new QMainWindow),
-      menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, this)),
+      window_(std::make_unique<MainWindow>([this](const QMimeData& data) { return droppedAddress(data); })),
+      // The window's child: it and its views go with the window.
+      menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, window_.get())),
       notifications_(new platform::Notifications(QStringLiteral("Melodrift"), QStringLiteral("org.melodrift.Melodrift"), this))
 {
     window_->setWindowTitle(QStringLiteral("Melodrift"));
@@ -62,10 +64,10 @@ AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPrese
     layout->addWidget(menu_->placeHolderView(), 1);
     window_->setCentralWidget(central);
     buildMenus();
-    window_->setAcceptDrops(true);
     // A link dropped on the search field searches too, rather than becoming its text.
     menu_->getNewSearchController()->searchField()->setAcceptDrops(false);
-    window_->installEventFilter(this);
+    connect(window_.get(), &MainWindow::addressDropped, this, &AppDelegate::openAddress);
+    connect(window_.get(), &MainWindow::resignedKey, this, [] { platform::Log::line(QStringLiteral("windowDidResignKey")); });
 
     connect(menu_->downloadController()->model(), &DownloadListModel::jobEnded, this,
             [this](const std::shared_ptr<DownloadItem>& item) { announce(*item); });
@@ -84,16 +86,7 @@ void AppDelegate::announce(const DownloadItem& item)
                                                         : Localization::string("Notification.Failed").arg(item.failureReason()));
 }
 
-AppDelegate::~AppDelegate()
-{
-    delete menu_;
-    delete settingsWindowController_;
-    // The window's own teardown still sends it events, when it is no longer a
-    // QMainWindow; the filter must not see them.
-    if (window_)
-        window_->removeEventFilter(this);
-    delete window_;
-}
+AppDelegate::~AppDelegate() = default;
 
 void AppDelegate::buildMenus()
 {
@@ -180,7 +173,7 @@ QSizeF AppDelegate::windowWillResize(const QSizeF& proposed) const
 void AppDelegate::settingsClick()
 {
     if (!settingsWindowController_) {
-        settingsWindowController_ = new SettingsWindowController;
+        settingsWindowController_ = new SettingsWindowController(this);
         connect(settingsWindowController_, &SettingsWindowController::engineChosen, this, [this](int kind) {
             engine::Choice choice = menu_->getNewSearchController()->engineChoice();
             choice.kind = kind == 1 ? engine::Kind::ytDlp : engine::Kind::classic;
@@ -214,37 +207,3 @@ QString AppDelegate::droppedAddress(const QMimeData& data) const
     return endpoints_.isWatchPage(url) ? text : QString();
 }
 
-bool AppDelegate::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched != window_)
-        return QObject::eventFilter(watched, event);
-    switch (event->type()) {
-    case QEvent::WindowDeactivate:
-        platform::Log::line(QStringLiteral("windowDidResignKey"));
-        break;
-    case QEvent::DragEnter:
-    case QEvent::DragMove: {
-        // Only a watch-page link is taken; anything else is refused.
-        auto* drag = static_cast<QDragMoveEvent*>(event);
-        if (!droppedAddress(*drag->mimeData()).isEmpty())
-            drag->acceptProposedAction();
-        else
-            drag->ignore();
-        return true;
-    }
-    case QEvent::Drop: {
-        auto* drop = static_cast<QDropEvent*>(event);
-        const QString address = droppedAddress(*drop->mimeData());
-        if (address.isEmpty()) {
-            drop->ignore();
-            return true;
-        }
-        drop->acceptProposedAction();
-        openAddress(address);
-        return true;
-    }
-    default:
-        break;
-    }
-    return QObject::eventFilter(watched, event);
-}

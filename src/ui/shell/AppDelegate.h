@@ -5,6 +5,8 @@
 #include "platform/ServiceEndpoints.h"
 #include "platform/Version.h"
 
+#include "ui/shell/MainWindow.h"
+
 #include <QMainWindow>
 #include <QObject>
 #include <QPointer>
@@ -18,6 +20,7 @@ class DownloadItem;
 namespace platform {
 class Notifications;
 }
+class MainWindow;
 class MenuDelegate;
 class SettingsWindowController;
 
@@ -31,7 +34,7 @@ public:
                          QObject* parent = nullptr);
     ~AppDelegate() override;
 
-    QMainWindow* window() const { return window_; }
+    QMainWindow* window() const { return window_.get(); }
     MenuDelegate* menu() const { return menu_; }
     // Made on the first use and kept; nothing before.
     SettingsWindowController* settingsWindowController() const { return settingsWindowController_; }
@@ -58,9 +61,6 @@ public:
     static constexpr double narrowestRefused = 500.0;
     static constexpr double lowestRefused = 300.0;
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     void buildMenus();
     // The watch-page address a drop carries, as a link or as text; empty for anything else.
@@ -71,8 +71,8 @@ private:
 
     const platform::ServiceEndpoints endpoints_;
     std::unique_ptr<AlertPresenter> ownAlerts_;
-    QPointer<QMainWindow> window_;
-    MenuDelegate* menu_;
+    std::unique_ptr<MainWindow> window_;
+    MenuDelegate* menu_; // the window's
     SettingsWindowController* settingsWindowController_ = nullptr;
     platform::Notifications* notifications_;
 };

@@ -18,6 +18,10 @@ MenuDelegate::MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPre
 {
     createNewSearchController(endpoints, alerts);
     downloadController_ = new DownloadsController(this);
+    // Both views belong to the placeholder from the start, shown or not, and
+    // with it to the window it is put in.
+    newSearchController_->view()->setParent(placeHolderView_);
+    downloadController_->view()->setParent(placeHolderView_);
 
     menu_title_ = std::make_shared<MenuNode>();
     menu_title_->setTitle(Localization::string("MainMenu.MenuTitle"));
@@ -40,14 +44,6 @@ MenuDelegate::MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPre
             &MenuDelegate::outlineViewSelectionIsChanging);
 }
 
-MenuDelegate::~MenuDelegate()
-{
-    // The controllers' views may sit in the placeholder: they go first.
-    delete newSearchController_;
-    delete downloadController_;
-    delete outlineView_;
-    delete placeHolderView_;
-}
 
 void MenuDelegate::createNewSearchController(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts)
 {

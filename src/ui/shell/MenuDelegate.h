@@ -25,7 +25,6 @@ class MenuDelegate : public QObject {
     Q_OBJECT
 public:
     MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts, QObject* parent = nullptr);
-    ~MenuDelegate() override;
 
     QListView* outlineView() const { return outlineView_; }
     QStackedWidget* placeHolderView() const { return placeHolderView_; }

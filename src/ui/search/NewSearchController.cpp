@@ -30,6 +30,9 @@
 #include <QPushButton>
 #include <QPropertyAnimation>
 #include <QSequentialAnimationGroup>
+#include <QSpacerItem>
+#include <QVBoxLayout>
+#include <QVariantAnimation>
 
 using platform::Localization;
 using platform::Log;
@@ -52,14 +55,16 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       searcher_(engine_->newSearch()),
       model_(new SearchResultModel(this)),
       mainView_(new PZBackgroundView),
-      imageView_(new QLabel(mainView_)),
-      searchBar_(new QWidget(mainView_)),
+      imageView_(new QLabel),
+      searchBar_(new QWidget),
       searchField_(new QLineEdit),
       loader_(new QProgressBar),
-      progressBar_(new QProgressBar(mainView_)),
-      statusLabel_(new QLabel(mainView_)),
-      switchEngineButton_(new QPushButton(Localization::string("Search.UseYtDlp"), mainView_)),
-      tableScrollView_(new PZScrollView(mainView_))
+      progressBar_(new QProgressBar),
+      statusLabel_(new QLabel),
+      switchEngineButton_(new QPushButton(Localization::string("Search.UseYtDlp"))),
+      tableScrollView_(new PZScrollView),
+      barColumn_(new QWidget),
+      notes_(new QWidget)
 {
     imageView_->setPixmap(Picture::logo(qGuiApp->devicePixelRatio()));
     imageView_->setAlignment(Qt::AlignCenter);
@@ -103,6 +108,7 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
     statusLabel_->hide();
     switchEngineButton_->setAccessibleName(switchEngineButton_->text());
     switchEngineButton_->hide();
+    notes_->hide();
     connect(switchEngineButton_, &QPushButton::clicked, this, &NewSearchController::switchToYtDlp);
 
     tableScrollView_->setModel(model_, [this](const QModelIndex& index) -> ModelCell* {
@@ -120,7 +126,7 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
     tableScrollView_->setAccessibleName(Localization::string("Search.Results"));
     tableScrollView_->hide();
 
-    mainView_->installEventFilter(this);
+    layOut();
     mainView_->setFocusProxy(searchField_);
     listen();
 }
@@ -228,6 +234,7 @@ void NewSearchController::searchTextChange()
         return;
     statusLabel_->hide();
     switchEngineButton_->hide();
+    notes_->hide();
     loader_->show();
     // A pasted address still being read is superseded: its yt-dlp ends.
     if (const auto superseded = std::exchange(addressVideo_, nullptr))
@@ -294,7 +301,6 @@ void NewSearchController::searchError(const Identity& search, const platform::Er
     if (engine_->choice().kind == engine::Kind::classic && error.domain != QLatin1String("YouTubeSearch::response") &&
         !engine::YtDlp::locate(Settings::engineChoice().ytDlp).isEmpty()) {
         switchEngineButton_->show();
-        placeViews();
     }
     run(stopSearchAnimation());
 }
@@ -312,9 +318,10 @@ void NewSearchController::searchIsFinish()
     loader_->hide();
     if (model_->rowCount() == 0)
         showStatus(Localization::string("Search.NoVideos"));
-    else
+    else {
         statusLabel_->hide();
-    placeViews();
+        notes_->hide();
+    }
 
     auto* sequence = new QSequentialAnimationGroup;
     sequence->addAnimation(stopSearchAnimation());
@@ -330,7 +337,7 @@ void NewSearchController::showStatus(const QString& text)
 {
     statusLabel_->setText(text);
     statusLabel_->show();
-    placeViews();
+    notes_->show();
 }
 
 void NewSearchController::previewButtonClick(int row)
@@ -449,24 +456,22 @@ QAbstractAnimation* NewSearchController::stopSearchAnimation()
 
 QAbstractAnimation* NewSearchController::firstResultAnimation()
 {
+    // The bar rises from under the logo to the top and widens to the view's
+    // width while the logo fades and gives up its room.
     auto* group = new QParallelAnimationGroup;
-    auto* move = new QPropertyAnimation(searchBar_, "geometry");
-    move->setDuration(300);
-    move->setEasingCurve(QEasingCurve::InOutQuad);
-    move->setStartValue(searchBar_->geometry());
-    move->setEndValue(searchBarFrame(true));
-    group->addAnimation(move);
+    auto* lift = new QVariantAnimation;
+    lift->setDuration(300);
+    lift->setEasingCurve(QEasingCurve::InOutQuad);
+    lift->setStartValue(0.0);
+    lift->setEndValue(1.0);
+    connect(lift, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) { setLift(value.toDouble()); });
+    group->addAnimation(lift);
     group->addAnimation(fade(imageView_, false, 300));
     connect(group, &QAbstractAnimation::stateChanged, this, [this](QAbstractAnimation::State now) {
         if (now != QAbstractAnimation::Running)
             return;
-        resultsShown_ = true;
-        barMoving_ = true;
-        placeViews();
-    });
-    connect(group, &QAbstractAnimation::finished, this, [this] {
-        barMoving_ = false;
-        placeViews();
+        liftFrom_ = {imageView_->y(), barColumn_->x()};
+        setLift(0.0);
     });
     return group;
 }
@@ -487,48 +492,66 @@ void NewSearchController::run(QAbstractAnimation* animation)
         animation->setCurrentTime(animation->totalDuration());
 }
 
-QRect NewSearchController::searchBarFrame(bool atTop) const
+void NewSearchController::layOut()
 {
-    const int w = mainView_->width();
-    const int barHeight = searchBar_->sizeHint().height();
-    if (atTop)
-        return {10, 10, std::max(w - 20, 0), barHeight};
-    const int barWidth = std::clamp(w - 40, 0, 560);
-    return {(w - barWidth) / 2, logoFrame().bottom() + 29, barWidth, barHeight};
+    // Before the first results: the logo, the bar under it (at most 560 wide)
+    // and what the search said, a little above the middle.
+    QSizePolicy keepsRoom = progressBar_->sizePolicy();
+    keepsRoom.setRetainSizeWhenHidden(true);
+    progressBar_->setSizePolicy(keepsRoom);
+    // Shown with the status: the button only ever comes under it.
+    auto* notes = new QVBoxLayout(notes_);
+    notes->setContentsMargins(0, 0, 0, 8);
+    notes->setSpacing(6);
+    notes->addWidget(statusLabel_);
+    notes->addWidget(switchEngineButton_, 0, Qt::AlignHCenter);
+    auto* column = new QVBoxLayout(barColumn_);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(searchBar_);
+    column->addSpacing(5);
+    column->addWidget(progressBar_);
+    column->addSpacing(3);
+    column->addWidget(notes_);
+    barColumn_->setMaximumWidth(560);
+
+    leftSpace_ = new QSpacerItem(20, 0, QSizePolicy::MinimumExpanding, QSizePolicy::Minimum);
+    rightSpace_ = new QSpacerItem(20, 0, QSizePolicy::MinimumExpanding, QSizePolicy::Minimum);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(0);
+    row->addSpacerItem(leftSpace_);
+    row->addWidget(barColumn_, 1);
+    row->addSpacerItem(rightSpace_);
+
+    topSpace_ = new QSpacerItem(0, 20, QSizePolicy::Minimum, QSizePolicy::MinimumExpanding);
+    logoGap_ = new QSpacerItem(0, 29, QSizePolicy::Minimum, QSizePolicy::Fixed);
+    bottomSpace_ = new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Expanding);
+    imageView_->setFixedHeight(Picture::logoSide);
+    view_ = new QVBoxLayout(mainView_);
+    view_->setContentsMargins(0, 0, 0, 0);
+    view_->setSpacing(0);
+    view_->addSpacerItem(topSpace_);
+    view_->addWidget(imageView_);
+    view_->addSpacerItem(logoGap_);
+    view_->addLayout(row);
+    view_->addWidget(tableScrollView_, 1);
+    view_->addSpacerItem(bottomSpace_);
+    view_->setStretch(0, 28);
+    view_->setStretch(5, 72);
 }
 
-QRect NewSearchController::logoFrame() const
+void NewSearchController::setLift(double t)
 {
-    constexpr int side = Picture::logoSide;
-    return {(mainView_->width() - side) / 2, std::max(20, mainView_->height() * 28 / 100 - 64), side, side};
-}
-
-void NewSearchController::placeViews()
-{
-    const int w = mainView_->width();
-    const int h = mainView_->height();
-    imageView_->setGeometry(logoFrame());
-    const QRect bar = searchBarFrame(resultsShown_);
-    // While the bar moves to the top, the animation places it.
-    if (!barMoving_)
-        searchBar_->setGeometry(bar);
-    progressBar_->setGeometry(bar.x(), bar.bottom() + 5, bar.width(), 4);
-    int top = bar.bottom() + 12;
-    const int statusHeight = statusLabel_->sizeHint().height();
-    statusLabel_->setGeometry(bar.x(), top, bar.width(), statusHeight);
-    const QSize button = switchEngineButton_->sizeHint();
-    switchEngineButton_->setGeometry(bar.x() + (bar.width() - button.width()) / 2, top + statusHeight + 6,
-                                     button.width(), button.height());
-    if (statusLabel_->isVisibleTo(mainView_) && resultsShown_)
-        top += statusHeight + 8;
-    if (switchEngineButton_->isVisibleTo(mainView_) && resultsShown_)
-        top += button.height() + 8;
-    tableScrollView_->setGeometry(0, top, w, std::max(h - top, 0));
-}
-
-bool NewSearchController::eventFilter(QObject* watched, QEvent* event)
-{
-    if (watched == mainView_ && event->type() == QEvent::Resize)
-        placeViews();
-    return QObject::eventFilter(watched, event);
+    // t = 0: where the bar stood under the logo; 1: at the top, 10 from the
+    // edges, over the results.
+    const auto mix = [t](int from, int to) { return static_cast<int>(std::lround(from + (to - from) * t)); };
+    view_->setStretch(0, 0);
+    view_->setStretch(5, 0);
+    topSpace_->changeSize(0, mix(liftFrom_.logoTop, 10), QSizePolicy::Minimum, QSizePolicy::Fixed);
+    imageView_->setFixedHeight(mix(Picture::logoSide, 0));
+    logoGap_->changeSize(0, mix(29, 0), QSizePolicy::Minimum, QSizePolicy::Fixed);
+    barColumn_->setMaximumWidth(QWIDGETSIZE_MAX);
+    leftSpace_->changeSize(mix(liftFrom_.barLeft, 10), 0, QSizePolicy::Fixed, QSizePolicy::Minimum);
+    rightSpace_->changeSize(mix(liftFrom_.barLeft, 10), 0, QSizePolicy::Fixed, QSizePolicy::Minimum);
+    view_->invalidate();
 }

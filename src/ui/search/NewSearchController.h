@@ -20,6 +20,8 @@ class QAbstractAnimation;
 class QLabel;
 class QLineEdit;
 class QProgressBar;
+class QSpacerItem;
+class QVBoxLayout;
 class SearchResultModel;
 class QPushButton;
 class YouTubeUrl;
@@ -81,9 +83,6 @@ public:
     // (sender, job): a download the user asked for.
     platform::Event<NewSearchController&, std::shared_ptr<DownloadItem>> downloadEvent;
 
-protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
 private:
     using Identity = std::shared_ptr<const QUrl>;
 
@@ -105,10 +104,9 @@ private:
     QAbstractAnimation* firstResultAnimation();
     QAbstractAnimation* showTableAnimation();
     void run(QAbstractAnimation* animation);
-    void placeViews();
-    // Where the search bar stands: under the logo, or at the top over the results.
-    QRect searchBarFrame(bool atTop) const;
-    QRect logoFrame() const;
+    void layOut();
+    // The bar's rise to the top over the first results, from 0 to 1.
+    void setLift(double t);
 
     const platform::ServiceEndpoints endpoints_;
     AlertPresenter& alerts_;
@@ -127,12 +125,24 @@ private:
     QLabel* statusLabel_;
     QPushButton* switchEngineButton_;
     PZScrollView* tableScrollView_;
+    // The bar with the progress and the notes under it.
+    QWidget* barColumn_;
+    // The status and the button under it.
+    QWidget* notes_;
+    QVBoxLayout* view_ = nullptr;
+    QSpacerItem* topSpace_ = nullptr;
+    QSpacerItem* logoGap_ = nullptr;
+    QSpacerItem* leftSpace_ = nullptr;
+    QSpacerItem* rightSpace_ = nullptr;
+    QSpacerItem* bottomSpace_ = nullptr;
+    // Where the logo and the bar stood when the rise began.
+    struct {
+        int logoTop = 0;
+        int barLeft = 0;
+    } liftFrom_;
     QPointer<QAbstractAnimation> running_;
 
     bool firstResult_ = true;
-    // The results are up: the search bar at the top, the logo gone.
-    bool resultsShown_ = false;
-    bool barMoving_ = false;
     // The words search whose events count, and the number of the address
     // search whose answer counts: a later search makes earlier answers moot.
     Identity wordsSearch_;

@@ -192,8 +192,6 @@ void NewSearchController::switchToYtDlp()
 {
     engine::Choice choice = engine_->choice();
     choice.kind = engine::Kind::ytDlp;
-    if (choice.ytDlp.isEmpty())
-        choice.ytDlp = Settings::engineChoice().ytDlp;
     setEngine(choice);
     // Off the interface thread: the store writes a file.
     platform::WorkerPool::run([choice] { Settings::setEngineChoice(choice); });
@@ -299,7 +297,7 @@ void NewSearchController::searchError(const Identity& search, const platform::Er
     // The service could not be reached (not: it answered with a status) and
     // yt-dlp is there: it may reach today's service.
     if (engine_->choice().kind == engine::Kind::classic && error.domain != QLatin1String("YouTubeSearch::response") &&
-        !engine::YtDlp::locate(Settings::engineChoice().ytDlp).isEmpty()) {
+        !engine::YtDlp::locate(engine_->choice().ytDlp).isEmpty()) {
         switchEngineButton_->show();
     }
     run(stopSearchAnimation());

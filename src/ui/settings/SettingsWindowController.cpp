@@ -9,6 +9,11 @@
 #include <QAbstractButton>
 #include <QButtonGroup>
 #include <QDialog>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QHBoxLayout>
+#include <QPushButton>
 #include <QLabel>
 #include <QRadioButton>
 #include <QVBoxLayout>
@@ -28,7 +33,10 @@ struct SettingsWindowController::PendingWrite {
     std::atomic<bool> convert{true};
     std::atomic<int> unwritten{0};
     std::atomic<int> engine{-1}; // the engine last chosen, -1: none yet
+    QString ytDlp;                // the program last chosen (under writing)
+    bool ytDlpChosen = false;
     std::atomic<int> engineUnwritten{0};
+    std::atomic<int> ytDlpUnwritten{0};
 };
 
 SettingsWindowController::SettingsWindowController(QObject* parent)
@@ -50,6 +58,19 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
     ytDlp->setAccessibleName(QStringLiteral("yt-dlp"));
     engineMatrix_->addButton(classic, 0);
     engineMatrix_->addButton(ytDlp, 1);
+    ytDlpProgram_ = new QLabel;
+    ytDlpProgram_->setTextFormat(Qt::PlainText);
+    ytDlpProgram_->setForegroundRole(QPalette::PlaceholderText);
+    ytDlpProgram_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto* choose = new QPushButton(Localization::string("Settings.ChooseYtDlp"));
+    choose->setAccessibleName(choose->text());
+    usePath_ = new QPushButton(Localization::string("Settings.YtDlpOnPath"));
+    usePath_->setAccessibleName(usePath_->text());
+    auto* program = new QHBoxLayout;
+    program->setContentsMargins(24, 0, 0, 0); // under the choice's text
+    program->addWidget(ytDlpProgram_, 1);
+    program->addWidget(choose);
+    program->addWidget(usePath_);
 
     auto* layout = new QVBoxLayout(window_);
     layout->setContentsMargins(20, 16, 20, 20);
@@ -61,6 +82,7 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
     layout->addWidget(engineQuestion);
     layout->addWidget(classic);
     layout->addWidget(ytDlp);
+    layout->addLayout(program);
     layout->addStretch(1);
     window_->setMinimumWidth(window_->sizeHint().width() + 40);
 
@@ -77,13 +99,24 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
         if (checked && !showingStored_)
             saveEngine(id);
     });
+    connect(choose, &QPushButton::clicked, this, [this] {
+        // Not modal to the program: the window goes on answering.
+        auto* dialog = new QFileDialog(window_, Localization::string("Settings.ChooseYtDlp"));
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->setFileMode(QFileDialog::ExistingFile);
+        dialog->setDirectory(program_.isEmpty() ? QDir::homePath() : QFileInfo(program_).absolutePath());
+        dialog->setFilter(QDir::Files | QDir::Executable | QDir::AllDirs | QDir::NoDotAndDotDot);
+        connect(dialog, &QFileDialog::fileSelected, this, &SettingsWindowController::chooseYtDlp);
+        dialog->open();
+    });
+    connect(usePath_, &QPushButton::clicked, this, [this] { chooseYtDlp({}); });
 }
 
 SettingsWindowController::~SettingsWindowController()
 {
     delete window_;
     // A choice clicked just before the program ends is still stored.
-    while (pending_->unwritten > 0 || pending_->engineUnwritten > 0)
+    while (pending_->unwritten > 0 || pending_->engineUnwritten > 0 || pending_->ytDlpUnwritten > 0)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
@@ -97,22 +130,57 @@ void SettingsWindowController::windowDidLoad()
     radioMatrix_->button(convert ? 0 : 1)->setChecked(true);
     engineMatrix_->button(engineId)->setChecked(true);
     showingStored_ = false;
-    showYtDlpVersion();
+    QString program;
+    {
+        std::lock_guard lock(pending_->writing);
+        program = pending_->ytDlpChosen ? pending_->ytDlp : Settings::engineChoice().ytDlp;
+    }
+    showYtDlpVersion(program);
 }
 
-void SettingsWindowController::showYtDlpVersion()
+void SettingsWindowController::showYtDlpVersion(const QString& configured)
 {
-    // Off the interface thread: the version is yt-dlp's own answer.
-    const QPointer<QObject> self(this);
-    platform::WorkerPool::run([self, button = QPointer<QAbstractButton>(engineMatrix_->button(1))] {
-        const auto version = engine::YtDlp::version(Settings::engineChoice().ytDlp);
-        platform::MainThread::post([self, button, version] {
-            if (!self || !button)
+    usePath_->setVisible(!configured.isEmpty());
+    ytDlpProgram_->setText(Localization::string("Settings.YtDlpProgram").arg(Localization::string("Settings.YtDlpChecking")));
+    engineMatrix_->button(1)->setText(Localization::string("Settings.EngineYtDlp").arg(Localization::string("Settings.YtDlpChecking")));
+    // Off the interface thread: the version is yt-dlp's own answer. Only the
+    // latest question's answer is shown.
+    const int asked = ++versionAsked_;
+    const QPointer<SettingsWindowController> self(this);
+    platform::WorkerPool::run([self, configured, asked] {
+        const QString located = engine::YtDlp::locate(configured);
+        const auto version = engine::YtDlp::version(configured);
+        platform::MainThread::post([self, configured, located, version, asked] {
+            if (!self || asked != self->versionAsked_)
                 return;
-            button->setText(Localization::string("Settings.EngineYtDlp")
-                                .arg(version ? *version : Localization::string("Settings.YtDlpMissing")));
+            const QString where = located.isEmpty() ? configured : located;
+            self->program_ = where;
+            self->ytDlpProgram_->setText(Localization::string("Settings.YtDlpProgram")
+                                             .arg(where.isEmpty() ? QStringLiteral("yt-dlp") : where));
+            self->engineMatrix_->button(1)->setText(
+                Localization::string("Settings.EngineYtDlp")
+                    .arg(version ? *version : Localization::string("Settings.YtDlpMissing")));
         });
     });
+}
+
+void SettingsWindowController::chooseYtDlp(const QString& program)
+{
+    {
+        std::lock_guard lock(pending_->writing);
+        pending_->ytDlp = program;
+        pending_->ytDlpChosen = true;
+    }
+    ++pending_->ytDlpUnwritten;
+    platform::WorkerPool::run([pending = pending_] {
+        std::lock_guard lock(pending->writing);
+        engine::Choice choice = Settings::engineChoice();
+        choice.ytDlp = pending->ytDlp;
+        Settings::setEngineChoice(choice);
+        --pending->ytDlpUnwritten;
+    });
+    showYtDlpVersion(program);
+    emit ytDlpChosen(program);
 }
 
 void SettingsWindowController::saveEngine(int kind)
@@ -123,6 +191,8 @@ void SettingsWindowController::saveEngine(int kind)
         std::lock_guard lock(pending->writing);
         engine::Choice choice = Settings::engineChoice();
         choice.kind = pending->engine == 1 ? engine::Kind::ytDlp : engine::Kind::classic;
+        if (pending->ytDlpChosen)
+            choice.ytDlp = pending->ytDlp;
         Settings::setEngineChoice(choice);
         --pending->engineUnwritten;
     });

@@ -5,7 +5,9 @@
 
 #include <memory>
 
+class QAbstractButton;
 class QButtonGroup;
+class QLabel;
 class QWidget;
 
 // The settings window: how videos are saved and where they are found, each as
@@ -24,16 +26,21 @@ public:
     QButtonGroup* engineMatrix() const { return engineMatrix_; }
 
     void showWindow();
+    // The yt-dlp program to run from now on; empty: the one on PATH.
+    void chooseYtDlp(const QString& program);
+    // Where the program chosen is shown, and what it is.
+    QLabel* ytDlpProgram() const { return ytDlpProgram_; }
     void radioConvertToH264();
     void radioNoConvertions();
 
 signals:
     // The user chose the engine: 0 the classic one, 1 yt-dlp.
     void engineChosen(int kind);
+    void ytDlpChosen(const QString& program);
 
 private:
     void saveEngine(int kind);
-    void showYtDlpVersion();
+    void showYtDlpVersion(const QString& configured);
 
     void windowDidLoad();
     // Off the interface thread: the store writes a file.
@@ -43,6 +50,10 @@ private:
     QPointer<QWidget> window_;
     QButtonGroup* radioMatrix_;
     QButtonGroup* engineMatrix_;
+    QLabel* ytDlpProgram_;
+    QAbstractButton* usePath_;
+    int versionAsked_ = 0;
+    QString program_; // the yt-dlp shown, where it was found
     std::shared_ptr<PendingWrite> pending_;
     bool showingStored_ = false;
 };

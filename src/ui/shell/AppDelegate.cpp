@@ -179,6 +179,11 @@ void AppDelegate::settingsClick()
             choice.kind = kind == 1 ? engine::Kind::ytDlp : engine::Kind::classic;
             setEngine(choice);
         });
+        connect(settingsWindowController_, &SettingsWindowController::ytDlpChosen, this, [this](const QString& program) {
+            engine::Choice choice = menu_->getNewSearchController()->engineChoice();
+            choice.ytDlp = program;
+            setEngine(choice);
+        });
     }
     settingsWindowController_->showWindow();
 }

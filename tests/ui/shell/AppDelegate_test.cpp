@@ -20,6 +20,7 @@
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QButtonGroup>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
@@ -155,6 +156,24 @@ private slots:
         app.settingsClick();
         QCOMPARE(app.settingsWindowController(), settings);
         QVERIFY(settings->radioMatrix()->button(1)->isChecked());
+
+        // A yt-dlp of the user's own: its version is shown, it is stored, and
+        // searches run it from now on; then back to the one on PATH.
+        const QString mine = home.path() + "/my yt-dlp";
+        QFile script(mine);
+        QVERIFY(script.open(QIODevice::WriteOnly) && script.write("#!/bin/sh\necho 2099.01.01\n") > 0);
+        script.close();
+        script.setPermissions(script.permissions() | QFileDevice::ExeOwner);
+        settings->chooseYtDlp(mine);
+        QTRY_VERIFY(settings->engineMatrix()->button(1)->text().contains("2099.01.01"));
+        QVERIFY(settings->ytDlpProgram()->text().contains(mine));
+        QCOMPARE(app.menu()->getNewSearchController()->engineChoice().ytDlp, mine);
+        QTRY_COMPARE(Settings::engineChoice().ytDlp, mine);
+        settings->chooseYtDlp({});
+        QTRY_VERIFY(!settings->ytDlpProgram()->text().contains(mine) &&
+                    !settings->engineMatrix()->button(1)->text().contains("2099"));
+        QTRY_COMPARE(Settings::engineChoice().ytDlp, QString());
+        QCOMPARE(app.menu()->getNewSearchController()->engineChoice().ytDlp, QString());
     }
 
     // The window's own ways in: a dropped link, and the keys.

@@ -69,6 +69,7 @@ SEEDS_watch_page := tests/data/watch
 SEEDS_parser_result_archive := tests/data/parser_result
 SEEDS_tbxml := tests/data/feeds
 SEEDS_image_decoder := tests/data/pictures
+SEEDS_ytdlp_json := tests/data/ytdlp
 
 fuzz: $(addprefix fuzz-,$(FUZZ_TARGETS))
 

@@ -14,7 +14,7 @@ SANITIZER_ENV := ASAN_OPTIONS=abort_on_error=1:detect_leaks=1:strict_string_chec
 
 .PHONY: run test bootstrap build build-asan build-tsan test-plain test-asan test-tsan bench fuzz package clean
 
-# The programs alone (their modules come with them): half the build of the tests.
+# The programs alone (the web engine's plugin comes with them): half the build of the tests.
 run: bootstrap
 	@$(CONFIGURE_PLAIN)
 	@cmake --build $(BUILD_DIR) -j $(JOBS) --target melodrift melodrift-cli melodrift-service
@@ -69,6 +69,7 @@ SEEDS_watch_page := tests/data/watch
 SEEDS_parser_result_archive := tests/data/parser_result
 SEEDS_tbxml := tests/data/feeds
 SEEDS_image_decoder := tests/data/pictures
+SEEDS_ytdlp_json := tests/data/ytdlp
 
 fuzz: $(addprefix fuzz-,$(FUZZ_TARGETS))
 

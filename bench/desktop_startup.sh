@@ -2,7 +2,8 @@
 # Whole-process benchmark: from the start of melodrift to its main window shown
 # on Xvfb, against a bare Qt Widgets program that shows an empty window, runs
 # alternating, and each program's memory at rest; also tells whether the web
-# engine was loaded (it should not be before the first preview).
+# engine was loaded (it should not be before the first preview). Goal: melodrift
+# shown in at most twice the bare window's time.
 #   bench/desktop_startup.sh [build-dir] [runs]
 set -euo pipefail
 build=$(realpath "${1:-build}")

@@ -7,8 +7,6 @@ set -euo pipefail
 build=${1:-build}
 runs=${2:-5}
 driver="$build/bench/download_driver"
-# The driver is not beside the network module.
-export MELODRIFT_NETWORK="$build/src/app/melodrift-network.so"
 [ -x "$driver" ] || { echo "build $driver first (make build)" >&2; exit 1; }
 for tool in nginx curl hyperfine /usr/bin/time; do
   command -v "$tool" >/dev/null || { echo "needs $tool (apt-get install nginx-light curl hyperfine time)" >&2; exit 1; }

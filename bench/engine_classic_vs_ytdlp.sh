@@ -34,9 +34,7 @@ hyperfine --style basic --runs "$runs" --warmup 1 \
   -n "streams, classic" "$cli --engine classic --service $base streams '$watch'" \
   -n "streams, yt-dlp" "$cli --engine yt-dlp --service $base streams '$watch'"
 
-export MELODRIFT_WEBPREVIEW="$build/src/app/melodrift-webpreview.so"
-export MELODRIFT_NETWORK="$build/src/app/melodrift-network.so"
-export MELODRIFT_IMAGING="$build/src/app/melodrift-imaging.so"
+export QT_PLUGIN_PATH="$build/src/app"
 preview_runs=$(( runs < 5 ? runs : 5 ))
 for engine in classic yt-dlp; do
   for i in $(seq "$preview_runs"); do

@@ -6,11 +6,11 @@
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "platform/ServiceEndpoints.h"
-#include "ui/AppDelegate.h"
-#include "ui/CellListView.h"
-#include "ui/DownloadListModel.h"
-#include "ui/DownloadsController.h"
-#include "ui/MenuDelegate.h"
+#include "ui/shell/AppDelegate.h"
+#include "ui/widgets/CellListView.h"
+#include "ui/downloads/DownloadListModel.h"
+#include "ui/downloads/DownloadsController.h"
+#include "ui/shell/MenuDelegate.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

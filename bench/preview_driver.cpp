@@ -6,9 +6,9 @@
 #include "catalogue/engine/Engine.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
-#include "ui/AlertPresenter.h"
-#include "ui/PreviewController.h"
-#include "ui/PreviewWebView.h"
+#include "ui/widgets/AlertPresenter.h"
+#include "ui/preview/PreviewController.h"
+#include "ui/preview/PreviewWebView.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -72,6 +72,8 @@ int main(int argc, char** argv)
 {
     if (::geteuid() == 0)
         qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    // As in the program: the web engine draws with GL contexts shared with the application's.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     const auto kind = engine::kindNamed(argc == 4 ? QString::fromLocal8Bit(argv[3]) : QStringLiteral("classic"));
     if ((argc != 3 && argc != 4) || !kind) {

@@ -13,8 +13,8 @@ trap 'kill $pid 2>/dev/null; wait $pid 2>/dev/null; rm -rf "$work"' EXIT
 until [ -s "$work/base" ]; do sleep 0.2; done
 base=$(head -n1 "$work/base")
 export HOME=$work XDG_CONFIG_HOME=$work/.config XDG_CACHE_HOME=$work/.cache
-export MELODRIFT_WEBPREVIEW="$build/src/app/melodrift-webpreview.so"
-export MELODRIFT_NETWORK="$build/src/app/melodrift-network.so"
+# The driver is not beside the web engine's plugin.
+export QT_PLUGIN_PATH="$build/src/app"
 for i in $(seq "$runs"); do
   # The hd720 MP4 of "Tom & Jerry & the Test Card".
   xvfb-run -a -s "-screen 0 1280x900x24 -noreset" "$build/bench/preview_driver" "$base" VGVzdENhcmQ 2>/dev/null

@@ -1,15 +1,13 @@
 // Hands arbitrary bytes to the picture decoder, as a thumbnail's body would
 // come: whatever they are, what comes back fits the largest cell.
-#include "platform/imaging/ImageLimits.h"
+#include "platform/ImageDecoder.h"
+#include "platform/ImageLimits.h"
 
 #include <QCoreApplication>
 #include <QImage>
 
 #include <cstdint>
 #include <cstdlib>
-
-extern "C" const QImage* melodrift_decode_image(const char* data, qint64 size);
-extern "C" void melodrift_release_image(const QImage* image);
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -19,12 +17,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static char* argv[] = {name, nullptr};
     static QCoreApplication application(argc, argv);
 
-    const QImage* image = melodrift_decode_image(reinterpret_cast<const char*>(data), static_cast<qint64>(size));
-    if (image) {
-        if (image->isNull() || image->width() > imaging::largestShown.width() ||
-            image->height() > imaging::largestShown.height())
-            std::abort();
-        melodrift_release_image(image);
-    }
+    using platform::imaging::largestShown;
+    const platform::Image image = platform::ImageDecoder::decode(
+        QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size)));
+    if (image && (image->isNull() || image->width() > largestShown.width() || image->height() > largestShown.height()))
+        std::abort();
     return 0;
 }

@@ -27,7 +27,7 @@ def main():
     run = Melodrift(home, service.base)
     try:
         field = run.wait(pyatspi.ROLE_TEXT, "Search")
-        run.set_text(field, "tone")
+        field.queryEditableText().setTextContents("tone")
         run.enter(field)
         first = run.row("Tom & Jerry & the Test Card")
         time.sleep(1.5)  # the first results' animation

@@ -291,6 +291,18 @@
         <source>not installed: sudo apt install yt-dlp</source>
         <translation>nicht installiert: sudo apt install yt-dlp</translation>
     </message>
+    <message id="Settings.ChooseYtDlp">
+        <source>Choose yt-dlp…</source>
+        <translation>yt-dlp wählen …</translation>
+    </message>
+    <message id="Settings.YtDlpOnPath">
+        <source>Use the one on PATH</source>
+        <translation>Das aus PATH nehmen</translation>
+    </message>
+    <message id="Settings.YtDlpProgram">
+        <source>Program: %1</source>
+        <translation>Programm: %1</translation>
+    </message>
     <message id="Search.UseYtDlp">
         <source>Search with yt-dlp instead</source>
         <translation>Stattdessen mit yt-dlp suchen</translation>

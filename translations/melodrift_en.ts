@@ -291,6 +291,18 @@
         <source>not installed: sudo apt install yt-dlp</source>
         <translation>not installed: sudo apt install yt-dlp</translation>
     </message>
+    <message id="Settings.ChooseYtDlp">
+        <source>Choose yt-dlp…</source>
+        <translation>Choose yt-dlp…</translation>
+    </message>
+    <message id="Settings.YtDlpOnPath">
+        <source>Use the one on PATH</source>
+        <translation>Use the one on PATH</translation>
+    </message>
+    <message id="Settings.YtDlpProgram">
+        <source>Program: %1</source>
+        <translation>Program: %1</translation>
+    </message>
     <message id="Search.UseYtDlp">
         <source>Search with yt-dlp instead</source>
         <translation>Search with yt-dlp instead</translation>

@@ -6,8 +6,8 @@
 #include "platform/Log.h"
 #include "platform/ServiceEndpoints.h"
 #include "platform/SingleInstance.h"
-#include "ui/AppDelegate.h"
-#include "ui/AppStyle.h"
+#include "ui/shell/AppDelegate.h"
+#include "ui/widgets/AppStyle.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -71,6 +71,7 @@ int main(int argc, char** argv)
     // it stays on. Set before any thread starts.
     if (::geteuid() == 0 && !qEnvironmentVariableIsSet("QTWEBENGINE_DISABLE_SANDBOX"))
         qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts); // the web engine needs it set this early
     QApplication app(argc, argv);
     QApplication::setStyle(new AppStyle(QApplication::style()->name()));
     QApplication::setOrganizationName(QStringLiteral("Melodrift"));

@@ -160,6 +160,7 @@ void DownloadItem::startDownload()
 
     httpDownload_ = HTTPDownload::init(tempfile(), url_->url());
     httpDownload_->setTimeout(transferTimeout_);
+    httpDownload_->setHeaders(url_->httpHeaders());
     // The job holds the transfer, so the transfer's events hold the job weakly.
     const std::weak_ptr<DownloadItem> self = shared_from_this();
     httpDownload_->updateEvent.set([self](HTTPDownload& d) {

@@ -52,13 +52,9 @@ QString HTTPDownload::generateUuidString()
 
 void HTTPDownload::start()
 {
-    QString unavailable;
-    platform::HttpEngine* engine = platform::HttpEngine::instance(&unavailable);
-    if (!engine) {
-        didFailWithError({QStringLiteral("QNetworkReply"), QNetworkReply::ProtocolUnknownError, unavailable});
-        return;
-    }
-    transfer_ = engine->get(nullptr, {url_, timeout_, readBufferBytes}, [this] { onReadyRead(); }, [this] { onFinished(); });
+    // Downloads run side by side, each on a connection of its own.
+    const platform::HttpTransfer::Request request{url_, timeout_, readBufferBytes, true, headers_};
+    transfer_ = std::make_unique<platform::HttpTransfer>(request, [this] { onReadyRead(); }, [this] { onFinished(); });
 }
 
 void HTTPDownload::respondOnce()

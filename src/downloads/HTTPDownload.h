@@ -2,7 +2,7 @@
 
 #include "platform/Error.h"
 #include "platform/Event.h"
-#include "platform/HttpEngine.h"
+#include "platform/HttpTransfer.h"
 #include "platform/Property.h"
 
 #include <QFile>
@@ -56,6 +56,8 @@ public:
 
     // Without a byte for this long the transfer fails.
     void setTimeout(std::chrono::milliseconds timeout) { timeout_ = timeout; }
+    // Sent with the GET, as the stream's source asked (before start).
+    void setHeaders(const QList<QPair<QByteArray, QByteArray>>& headers) { headers_ = headers; }
 
     platform::Event<HTTPDownload&> finishEvent;
     platform::Event<HTTPDownload&> updateEvent;
@@ -83,5 +85,6 @@ private:
     std::atomic<bool> done_{false};
     bool responded_ = false;
     std::chrono::milliseconds timeout_{60000};
-    std::unique_ptr<platform::HttpEngine::Transfer> transfer_;
+    QList<QPair<QByteArray, QByteArray>> headers_;
+    std::unique_ptr<platform::HttpTransfer> transfer_;
 };

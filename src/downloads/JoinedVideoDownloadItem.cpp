@@ -52,6 +52,7 @@ void JoinedVideoDownloadItem::startDownload()
     Log::line(QStringLiteral("Downloading the sound: ") + sound_->url().toString());
     soundDownload_ = HTTPDownload::init(soundFile_, sound_->url());
     soundDownload_->setTimeout(transferTimeout());
+    soundDownload_->setHeaders(sound_->httpHeaders());
     const std::weak_ptr<DownloadItem> self = shared_from_this();
     soundDownload_->updateEvent.set([self](HTTPDownload& d) {
         if (const auto item = self.lock())

@@ -1,5 +1,7 @@
 #include "platform/BlockingHttp.h"
 
+#include "platform/HttpTransfer.h"
+
 #include <QEventLoop>
 #include <QNetworkReply>
 
@@ -47,17 +49,10 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
         return response;
     }
 
-    QString unavailable;
-    HttpEngine* engine = HttpEngine::instance(&unavailable);
-    if (!engine) {
-        response.error = Error{domain, QNetworkReply::ProtocolUnknownError, unavailable};
-        return response;
-    }
-
     QEventLoop loop;
-    std::unique_ptr<HttpEngine::Transfer> transfer;
+    std::unique_ptr<HttpTransfer> transfer;
     bool tooLarge = false;
-    transfer = engine->get(options.session, {url, options.timeout, 0}, [&] {
+    transfer = std::make_unique<HttpTransfer>(HttpTransfer::Request{url, options.timeout, 0, false, {}}, [&] {
         if (response.body.size() + transfer->bytesAvailable() > options.maxBytes) {
             tooLarge = true;
             transfer->abort();

@@ -2,7 +2,6 @@
 
 #include "platform/CancelToken.h"
 #include "platform/Error.h"
-#include "platform/HttpEngine.h"
 
 #include <QByteArray>
 #include <QUrl>
@@ -35,10 +34,6 @@ public:
         // Once cancelled, a transfer under way is aborted and none is begun: the
         // response is then an error.
         std::shared_ptr<CancelToken> cancel;
-        // The calling thread's session, for a thread that makes many GETs: a
-        // session runs its transfers on a thread of its own, which one made
-        // per GET would start and join each time. None: one for this GET.
-        HttpEngine::Session* session = nullptr;
     };
 
     static HttpResponse get(const QUrl& url);

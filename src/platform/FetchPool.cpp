@@ -1,7 +1,5 @@
 #include "platform/FetchPool.h"
 
-#include "platform/HttpEngine.h"
-
 namespace platform {
 
 FetchPool::FetchPool(std::size_t width)
@@ -43,9 +41,6 @@ void FetchPool::get(const QUrl& url, std::shared_ptr<CancelToken> cancel, qint64
 
 void FetchPool::serve()
 {
-    // Made for the first GET, not here: a pool made on the way out of the
-    // program must not be building sessions as the application goes.
-    std::unique_ptr<HttpEngine::Session> session;
     for (;;) {
         Task task;
         {
@@ -59,10 +54,6 @@ void FetchPool::serve()
         BlockingHttp::Options options;
         options.cancel = std::move(task.cancel);
         options.maxBytes = task.maxBytes;
-        if (!session)
-            if (HttpEngine* engine = HttpEngine::instance())
-                session = engine->session();
-        options.session = session.get();
         task.done(BlockingHttp::get(task.url, options));
     }
 }

@@ -1,55 +1,56 @@
 #include "platform/ImageDecoder.h"
 
-#include "platform/Log.h"
-#include "platform/ModuleFiles.h"
+#include "platform/ImageLimits.h"
 
-#include <QLibrary>
-
-#include <mutex>
-
-#ifndef MELODRIFT_IMAGING_MODULE
-#define MELODRIFT_IMAGING_MODULE "melodrift-imaging"
-#endif
+#include <QBuffer>
+#include <QImage>
+#include <QImageReader>
 
 namespace platform {
 
 namespace {
 
-using Decode = const QImage* (*)(const char* data, qint64 size);
-using Release = void (*)(const QImage* image);
-
-struct Module {
-    Decode decode = nullptr;
-    Release release = nullptr;
-};
-
-Module load()
+// The formats the service's pictures come in, told by their first bytes. Only
+// these are decoded: a reader left to guess would hand network bytes to every
+// installed image plugin (SVG's among them).
+const char* formatOf(const QByteArray& bytes)
 {
-    QString error;
-    if (QLibrary* library = ModuleFiles::load("MELODRIFT_IMAGING", QStringLiteral(MELODRIFT_IMAGING_MODULE), error)) {
-        const Module module{reinterpret_cast<Decode>(library->resolve("melodrift_decode_image")),
-                            reinterpret_cast<Release>(library->resolve("melodrift_release_image"))};
-        if (module.decode && module.release)
-            return module;
-        error = library->errorString();
-    }
-    Log::line(QStringLiteral("Pictures cannot be decoded: ") + error);
-    return {};
+    if (bytes.startsWith("\xFF\xD8\xFF"))
+        return "jpeg";
+    if (bytes.startsWith("\x89PNG\r\n\x1A\n"))
+        return "png";
+    if (bytes.startsWith("GIF8"))
+        return "gif";
+    if (bytes.startsWith("RIFF") && bytes.mid(8, 4) == "WEBP")
+        return "webp";
+    return nullptr;
 }
 
 } // namespace
 
+// A named format is read by its own reader alone, never guessed. A picture that
+// declares more than the largest size is refused before a pixel is decoded; one
+// larger than the cells show is scaled down while it is read.
 Image ImageDecoder::decode(const QByteArray& bytes)
 {
-    if (bytes.isEmpty())
-        return {}; // no picture came: no reason to load the decoder
-    static std::once_flag once;
-    static Module module;
-    std::call_once(once, [] { module = load(); });
-    if (!module.decode)
+    const char* format = formatOf(bytes);
+    if (!format)
         return {};
-    const QImage* image = module.decode(bytes.constData(), bytes.size());
-    return image ? Image(image, module.release) : Image();
+    // A second guard below the size check, for decoders that allocate by frame.
+    static const bool limited = (QImageReader::setAllocationLimit(imaging::allocationLimitMiB), true);
+    (void)limited;
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, format);
+    reader.setAutoDetectImageFormat(false);
+    const QSize declared = reader.size();
+    if (!declared.isValid() || declared.width() > imaging::largestDeclared || declared.height() > imaging::largestDeclared)
+        return {};
+    if (declared.width() > imaging::largestShown.width() || declared.height() > imaging::largestShown.height())
+        reader.setScaledSize(declared.scaled(imaging::largestShown, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
+    QImage image = reader.read();
+    return image.isNull() ? Image() : std::make_shared<const QImage>(std::move(image));
 }
 
 } // namespace platform

@@ -7,7 +7,7 @@ namespace platform {
 
 // Only the web's own addresses are fetched or shown: Qt would read file:, qrc:
 // and data: ones too, and a feed, a page or a parser answer may name any of them.
-// Inline, for the modules that build without the platform library.
+// Inline, for the web engine's plugin, which builds without the platform library.
 inline bool isWebAddress(const QUrl& url)
 {
     const QString scheme = url.scheme();

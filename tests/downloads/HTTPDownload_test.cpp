@@ -55,7 +55,7 @@ protected:
     bool doneDuringFinish = true;
 };
 
-TEST_F(Transfer, BodyReplacesTheFileAsItArrivesWithItsProgress)
+TEST_F(Transfer, BodyReplacesTheFileAsItArrivesWithItsProgressAndTheSourcesHeaders)
 {
     const std::string body = QByteArray("abcdefghijklmnopqrstuvwxy").repeated(40).toStdString();
     scripted_server server(std::vector<scripted_server::reply>{{ok(body), std::string::npos, 10, 2ms}});
@@ -64,9 +64,15 @@ TEST_F(Transfer, BodyReplacesTheFileAsItArrivesWithItsProgress)
     old.write(QByteArray(5000, 'o'));
     old.close();
 
-    run(server.url("/stream"));
+    start(server.url("/stream"));
+    download->setHeaders({{"User-Agent", "Stream/1.0"}, {"X-Asked", "by the source"}});
+    download->start();
+    download->waitForFinish();
     EXPECT_FALSE(download->error());
     EXPECT_EQ(download->statusCode(), 200);
+    ASSERT_EQ(server.requests().size(), 1u);
+    EXPECT_NE(server.requests()[0].find("\r\nUser-Agent: Stream/1.0\r\n"), std::string::npos);
+    EXPECT_NE(server.requests()[0].find("\r\nX-Asked: by the source\r\n"), std::string::npos);
     EXPECT_EQ(media::contents(file), QByteArray::fromStdString(body));
     EXPECT_TRUE(finishes == 1 && !doneDuringFinish && download->isDone());
     ASSERT_FALSE(percents.empty());

@@ -11,7 +11,7 @@ cmake --install "$build" --prefix "$prefix" > /dev/null
 
 id=org.melodrift.Melodrift
 status=0
-for file in bin/melodrift bin/melodrift-cli lib/melodrift/melodrift-webpreview.so lib/melodrift/melodrift-imaging.so lib/melodrift/melodrift-network.so \
+for file in bin/melodrift bin/melodrift-cli lib/melodrift/melodrift-webpreview.so \
             share/melodrift/translations/melodrift_en.qm share/melodrift/translations/melodrift_de.qm \
             share/applications/$id.desktop share/metainfo/$id.metainfo.xml \
             share/icons/hicolor/scalable/apps/$id.svg; do

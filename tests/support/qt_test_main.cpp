@@ -8,9 +8,6 @@
 
 int main(int argc, char** argv)
 {
-    // The network module is not beside the test programs.
-    if (!qEnvironmentVariableIsSet("MELODRIFT_NETWORK"))
-        qputenv("MELODRIFT_NETWORK", MELODRIFT_NETWORK_MODULE_FILE);
     QCoreApplication app(argc, argv);
     platform::Localization::install(QLocale(QLocale::English));
     ::testing::InitGoogleTest(&argc, argv);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/AlertPresenter.h"
+#include "ui/widgets/AlertPresenter.h"
 
 #include <QList>
 #include <QPair>

@@ -8,11 +8,18 @@ namespace engine {
 // (YouTubeSearch, YouTubeVideo as they are).
 class ClassicEngine : public Engine {
 public:
-    explicit ClassicEngine(const platform::ServiceEndpoints& endpoints) : Engine(endpoints) {}
+    // ytDlp: the yt-dlp program that a switch of engines would run.
+    ClassicEngine(const platform::ServiceEndpoints& endpoints, QString ytDlp)
+        : Engine(endpoints), ytDlp_(std::move(ytDlp))
+    {
+    }
 
-    Choice choice() const override { return {Kind::classic, {}}; }
+    Choice choice() const override { return {Kind::classic, ytDlp_}; }
     std::shared_ptr<VideoSearch> newSearch() override;
     std::shared_ptr<YouTubeVideo> videoAt(const QUrl& link) override;
+
+private:
+    const QString ytDlp_;
 };
 
 } // namespace engine

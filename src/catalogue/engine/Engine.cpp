@@ -37,7 +37,7 @@ std::shared_ptr<Engine> Engine::create(const Choice& choice, const platform::Ser
 {
     if (choice.kind == Kind::ytDlp)
         return std::make_shared<YtDlpEngine>(choice, endpoints);
-    return std::make_shared<ClassicEngine>(endpoints);
+    return std::make_shared<ClassicEngine>(endpoints, choice.ytDlp);
 }
 
 } // namespace engine

@@ -1,0 +1,570 @@
+#include "ui/search/NewSearchController.h"
+
+#include "catalogue/engine/YtDlp.h"
+#include "catalogue/YouTubeVideo.h"
+#include "downloads/AudioDownloadItem.h"
+#include "downloads/Settings.h"
+#include "downloads/VideoDownloadItem.h"
+#include "platform/Localization.h"
+#include "platform/Log.h"
+#include "platform/MainThread.h"
+#include "platform/WorkerPool.h"
+#include "ui/widgets/AlertPresenter.h"
+#include "ui/widgets/PZBackgroundView.h"
+#include "ui/widgets/PZScrollView.h"
+#include "ui/widgets/Picture.h"
+#include "ui/preview/PreviewController.h"
+#include "ui/search/SearchResultModel.h"
+#include "ui/search/resultlist/HeaderCell.h"
+#include "ui/search/resultlist/MainCell.h"
+
+#include <QAction>
+#include <QEvent>
+#include <QGraphicsOpacityEffect>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QParallelAnimationGroup>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QPropertyAnimation>
+#include <QSequentialAnimationGroup>
+#include <QSpacerItem>
+#include <QVBoxLayout>
+#include <QVariantAnimation>
+
+using platform::Localization;
+using platform::Log;
+
+namespace {
+
+constexpr int audioBitrate = 320;
+bool animationsEnabled = true;
+// The progress bar counts in hundredths: the search reports 0.5, 0.75, ...
+constexpr double progressScale = 100.0;
+
+} // namespace
+
+NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts,
+                                         QObject* parent)
+    : QObject(parent),
+      endpoints_(endpoints),
+      alerts_(alerts),
+      engine_(engine::Engine::create({}, endpoints)),
+      searcher_(engine_->newSearch()),
+      model_(new SearchResultModel(this)),
+      mainView_(new PZBackgroundView),
+      imageView_(new QLabel),
+      searchBar_(new QWidget),
+      searchField_(new QLineEdit),
+      loader_(new QProgressBar),
+      progressBar_(new QProgressBar),
+      statusLabel_(new QLabel),
+      switchEngineButton_(new QPushButton(Localization::string("Search.UseYtDlp"))),
+      tableScrollView_(new PZScrollView),
+      barColumn_(new QWidget),
+      notes_(new QWidget)
+{
+    imageView_->setPixmap(Picture::logo(qGuiApp->devicePixelRatio()));
+    imageView_->setAlignment(Qt::AlignCenter);
+    imageView_->setAccessibleName(QStringLiteral("Melodrift"));
+
+    searchField_->setPlaceholderText(Localization::string("Search.Placeholder"));
+    searchField_->setAccessibleName(Localization::string("Search.Field"));
+    // A clear button of our own: the style's would look its picture up in the
+    // icon themes, which costs the start-up more than all the rest of the view.
+    QAction* clear = searchField_->addAction(Picture::icon(QStringLiteral(":/images/icon_clear.svg")),
+                                             QLineEdit::TrailingPosition);
+    clear->setText(Localization::string("Search.Clear"));
+    clear->setVisible(false);
+    connect(clear, &QAction::triggered, searchField_, &QLineEdit::clear);
+    connect(searchField_, &QLineEdit::textChanged, clear, [clear](const QString& text) { clear->setVisible(!text.isEmpty()); });
+    connect(searchField_, &QLineEdit::returnPressed, this, &NewSearchController::searchTextChange);
+    QFont larger = searchField_->font();
+    larger.setPointSizeF(larger.pointSizeF() * 1.15);
+    searchField_->setFont(larger);
+    searchField_->setMinimumHeight(34);
+
+    loader_->setRange(0, 0);
+    loader_->setTextVisible(false);
+    loader_->setFixedSize(48, 6);
+    loader_->setAccessibleName(Localization::string("Search.Searching"));
+    loader_->hide();
+    auto* bar = new QHBoxLayout(searchBar_);
+    bar->setContentsMargins(0, 0, 0, 0);
+    bar->setSpacing(10);
+    bar->addWidget(searchField_, 1);
+    bar->addWidget(loader_);
+
+    progressBar_->setTextVisible(false);
+    progressBar_->setFixedHeight(4);
+    progressBar_->setRange(0, 0);
+    progressBar_->setAccessibleName(Localization::string("Search.Progress"));
+    progressBar_->hide();
+    statusLabel_->setTextFormat(Qt::PlainText);
+    statusLabel_->setAlignment(Qt::AlignCenter);
+    statusLabel_->setForegroundRole(QPalette::PlaceholderText);
+    statusLabel_->hide();
+    switchEngineButton_->setAccessibleName(switchEngineButton_->text());
+    switchEngineButton_->hide();
+    notes_->hide();
+    connect(switchEngineButton_, &QPushButton::clicked, this, &NewSearchController::switchToYtDlp);
+
+    tableScrollView_->setModel(model_, [this](const QModelIndex& index) -> ModelCell* {
+        // The first row is the large one, whatever video it holds.
+        resultlist::ResultCell* cell = index.row() == 0 ? static_cast<resultlist::ResultCell*>(new resultlist::HeaderCell)
+                                                        : new resultlist::MainCell;
+        const auto rowOf = [this, cell] { return tableScrollView_->rowForView(cell); };
+        connect(cell, &resultlist::ResultCell::previewClicked, this, [this, rowOf] { previewButtonClick(rowOf()); });
+        connect(cell, &resultlist::ResultCell::downloadVideoClicked, this,
+                [this, rowOf] { downloadVideoButton(rowOf()); });
+        connect(cell, &resultlist::ResultCell::downloadAudioClicked, this,
+                [this, rowOf] { downloadAudioButton(rowOf()); });
+        return cell;
+    });
+    tableScrollView_->setAccessibleName(Localization::string("Search.Results"));
+    tableScrollView_->hide();
+
+    layOut();
+    mainView_->setFocusProxy(searchField_);
+    listen();
+}
+
+NewSearchController::~NewSearchController()
+{
+    // The search may still deliver on its thread: it finds no one, and a
+    // yt-dlp of it or of a pasted address ends.
+    searcher_->cancel();
+    if (addressVideo_)
+        addressVideo_->abortParsing();
+    // An effect still under way goes before its widgets: stopped by their loss,
+    // it would only be deleted later, by an event loop that may have ended.
+    delete running_;
+    delete mainView_;
+}
+
+void NewSearchController::setAnimationsEnabled(bool enabled)
+{
+    animationsEnabled = enabled;
+}
+
+void NewSearchController::listen()
+{
+    // The search's events come on its own thread: the view moves to the main
+    // thread, carrying which search spoke.
+    const QPointer<NewSearchController> self(this);
+    searcher_->newVideosEvent.set([self](engine::VideoSearch& search, qulonglong) {
+        const auto videos = search.videos();
+        Log::line(QStringLiteral("Found %1 videos.").arg(videos.size()));
+        for (qsizetype i = 0; i < videos.size(); ++i)
+            Log::line(QStringLiteral("%1: %2").arg(i).arg(videos[i]->title()));
+        platform::MainThread::post([self, identity = search.currentUrl(), videos] {
+            if (self)
+                self->searchReady(identity, videos);
+        });
+    });
+    searcher_->errorEvent.set([self](engine::VideoSearch& search, const platform::Error& error) {
+        platform::MainThread::post([self, identity = search.currentUrl(), error] {
+            if (self)
+                self->searchError(identity, error);
+        });
+    });
+    searcher_->updateEvent.set([self](engine::VideoSearch& search) {
+        platform::MainThread::post(
+            [self, identity = search.currentUrl(), offset = search.downloadOffset(), count = search.downloadCount()] {
+                if (self)
+                    self->updateProgressBar(identity, offset, count);
+            });
+    });
+}
+
+void NewSearchController::setEngine(const engine::Choice& choice)
+{
+    searcher_->cancel();
+    wordsSearch_.reset();
+    engine_ = engine::Engine::create(choice, endpoints_);
+    searcher_ = engine_->newSearch();
+    listen();
+}
+
+void NewSearchController::switchToYtDlp()
+{
+    engine::Choice choice = engine_->choice();
+    choice.kind = engine::Kind::ytDlp;
+    setEngine(choice);
+    // Off the interface thread: the store writes a file.
+    platform::WorkerPool::run([choice] { Settings::setEngineChoice(choice); });
+    searchTextChange();
+}
+
+void NewSearchController::applicationDidFinishLaunching()
+{
+    if (previewController_)
+        previewController_->close();
+    tableScrollView_->setDelegate(this);
+    searchField_->setFocus();
+}
+
+PreviewController* NewSearchController::previewController()
+{
+    if (previewController_)
+        return previewController_;
+    previewController_ = new PreviewController(alerts_, this);
+    const QPointer<NewSearchController> self(this);
+    previewController_->audioEvent.set([self](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
+                                              std::shared_ptr<YouTubeUrl> stream) {
+        if (self)
+            self->audioEvent(sender, video, stream);
+    });
+    previewController_->videoEvent.set([self](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
+                                              std::shared_ptr<YouTubeUrl> stream) {
+        if (self)
+            self->videoEvent(sender, video, stream);
+    });
+    return previewController_;
+}
+
+void NewSearchController::searchTextChange()
+{
+    const QString text = searchField_->text().trimmed();
+    if (text.isEmpty())
+        return;
+    statusLabel_->hide();
+    switchEngineButton_->hide();
+    notes_->hide();
+    loader_->show();
+    // A pasted address still being read is superseded: its yt-dlp ends.
+    if (const auto superseded = std::exchange(addressVideo_, nullptr))
+        superseded->abortParsing();
+    const QUrl url(text, QUrl::StrictMode);
+    if (endpoints_.isWatchPage(url)) {
+        Log::line(QStringLiteral("Search URL: ") + url.host());
+        searcher_->cancel();
+        searcher_ = engine_->newSearch();
+        listen();
+        wordsSearch_.reset();
+        const int generation = ++addressSearch_;
+        const auto video = engine_->videoAt(url);
+        addressVideo_ = video;
+        video->parseUrlsAsync(this, [this, generation, video](const QString& error) {
+            addressParsed(generation, video, error);
+        });
+    } else {
+        Log::line(QStringLiteral("Search: ") + text);
+        ++addressSearch_;
+        searcher_->setSearchString(text);
+        searcher_->searchStart();
+        wordsSearch_ = searcher_->currentUrl();
+    }
+    startSearchAnimation();
+}
+
+void NewSearchController::searchFor(const QString& text)
+{
+    searchField_->setText(text);
+    searchTextChange();
+}
+
+void NewSearchController::addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video,
+                                        const QString& error)
+{
+    if (generation != addressSearch_)
+        return;
+    addressVideo_.reset();
+    if (!error.isEmpty())
+        alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
+    else
+        model_->setVideos({video});
+    searchIsFinish();
+}
+
+void NewSearchController::searchReady(const Identity& search, const QList<std::shared_ptr<YouTubeVideo>>& videos)
+{
+    if (!search || search != wordsSearch_)
+        return;
+    model_->setVideos(videos);
+    searchIsFinish();
+}
+
+void NewSearchController::searchError(const Identity& search, const platform::Error& error)
+{
+    if (!search || search != wordsSearch_)
+        return;
+    loader_->hide();
+    Log::line(QStringLiteral("Error: ") + error.description);
+    showStatus(Localization::string("Search.Failed").arg(error.description));
+    // The service could not be reached (not: it answered with a status) and
+    // yt-dlp is there: it may reach today's service.
+    if (engine_->choice().kind == engine::Kind::classic && error.domain != QLatin1String("YouTubeSearch::response") &&
+        !engine::YtDlp::locate(engine_->choice().ytDlp).isEmpty()) {
+        switchEngineButton_->show();
+    }
+    run(stopSearchAnimation());
+}
+
+void NewSearchController::updateProgressBar(const Identity& search, double offset, double count)
+{
+    if (!search || search != wordsSearch_)
+        return;
+    progressBar_->setRange(0, qRound(count * progressScale));
+    progressBar_->setValue(qRound(offset * progressScale));
+}
+
+void NewSearchController::searchIsFinish()
+{
+    loader_->hide();
+    if (model_->rowCount() == 0)
+        showStatus(Localization::string("Search.NoVideos"));
+    else {
+        statusLabel_->hide();
+        notes_->hide();
+    }
+
+    auto* sequence = new QSequentialAnimationGroup;
+    sequence->addAnimation(stopSearchAnimation());
+    if (firstResult_) {
+        firstResult_ = false;
+        sequence->addAnimation(firstResultAnimation());
+        sequence->addAnimation(showTableAnimation());
+    }
+    run(sequence);
+}
+
+void NewSearchController::showStatus(const QString& text)
+{
+    statusLabel_->setText(text);
+    statusLabel_->show();
+    notes_->show();
+}
+
+void NewSearchController::previewButtonClick(int row)
+{
+    if (const auto video = model_->video(row))
+        previewController()->setVideo(video);
+}
+
+void NewSearchController::downloadVideoButton(int row)
+{
+    downloadButton(row, false);
+}
+
+void NewSearchController::downloadAudioButton(int row)
+{
+    downloadButton(row, true);
+}
+
+void NewSearchController::downloadButton(int row, bool audio)
+{
+    const auto video = model_->video(row);
+    if (!video)
+        return;
+    // Started at once: under yt-dlp this is the row's whole wait.
+    video->parseUrlsAsync(this, [this, video, audio](const QString& error) {
+        if (error.isEmpty())
+            return streamsFound(video, audio);
+        model_->reloadRow(model_->rowOf(video.get()));
+        alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
+    });
+    model_->reloadRow(row);
+}
+
+void NewSearchController::downloadAgain(const QUrl& link, bool audio)
+{
+    const auto video = engine_->videoAt(link);
+    video->parseUrlsAsync(this, [this, video, audio](const QString& error) {
+        if (!error.isEmpty())
+            return alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
+        const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
+                                                        : VideoDownloadItem::initBest(video);
+        if (!job)
+            return alerts_.showAlert(QStringLiteral("YouTube:"), Localization::string("Search.NoStream"),
+                                     mainView_->window());
+        downloadEvent(*this, job);
+    });
+}
+
+void NewSearchController::streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio)
+{
+    model_->reloadRow(model_->rowOf(video.get()));
+    const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
+                                                    : VideoDownloadItem::initBest(video);
+    if (!job) {
+        alerts_.showAlert(QStringLiteral("YouTube:"), Localization::string("Search.NoStream"), mainView_->window());
+        return;
+    }
+    downloadEvent(*this, job);
+}
+
+void NewSearchController::startDownload(const std::shared_ptr<YouTubeVideo>& video,
+                                        const std::shared_ptr<YouTubeUrl>& stream, bool audio)
+{
+    if (audio)
+        downloadEvent(*this, AudioDownloadItem::initWithBitrate(video, stream, audioBitrate));
+    else
+        downloadEvent(*this, VideoDownloadItem::init(video, stream));
+}
+
+void NewSearchController::bringWindowToFront()
+{
+    QWidget* window = mainView_->window();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+void NewSearchController::audioEvent(PreviewController&, const std::shared_ptr<YouTubeVideo>& video,
+                                     const std::shared_ptr<YouTubeUrl>& stream)
+{
+    bringWindowToFront();
+    startDownload(video, stream, true);
+}
+
+void NewSearchController::videoEvent(PreviewController&, const std::shared_ptr<YouTubeVideo>& video,
+                                     const std::shared_ptr<YouTubeUrl>& stream)
+{
+    bringWindowToFront();
+    startDownload(video, stream, false);
+}
+
+namespace {
+
+// A fade of the widget's opacity. The effect goes when the fade ends: a widget
+// that keeps one is drawn through an extra picture on every paint.
+QAbstractAnimation* fade(QWidget* widget, bool in, int milliseconds)
+{
+    auto* effect = new QGraphicsOpacityEffect(widget);
+    effect->setOpacity(in ? 0.0 : 1.0);
+    auto* animation = new QPropertyAnimation(effect, "opacity");
+    animation->setDuration(milliseconds);
+    animation->setStartValue(in ? 0.0 : 1.0);
+    animation->setEndValue(in ? 1.0 : 0.0);
+    animation->setEasingCurve(QEasingCurve::InOutQuad);
+    QObject::connect(animation, &QAbstractAnimation::stateChanged, widget,
+                     [widget, effect](QAbstractAnimation::State now) {
+                         if (now == QAbstractAnimation::Running) {
+                             widget->setGraphicsEffect(effect);
+                             widget->setVisible(true);
+                         }
+                     });
+    QObject::connect(animation, &QAbstractAnimation::finished, widget, [widget, in] {
+        widget->setGraphicsEffect(nullptr);
+        widget->setVisible(in);
+    });
+    return animation;
+}
+
+} // namespace
+
+void NewSearchController::startSearchAnimation()
+{
+    progressBar_->setRange(0, 0);
+    run(fade(progressBar_, true, 100));
+}
+
+QAbstractAnimation* NewSearchController::stopSearchAnimation()
+{
+    return fade(progressBar_, false, 100);
+}
+
+QAbstractAnimation* NewSearchController::firstResultAnimation()
+{
+    // The bar rises from under the logo to the top and widens to the view's
+    // width while the logo fades and gives up its room.
+    auto* group = new QParallelAnimationGroup;
+    auto* lift = new QVariantAnimation;
+    lift->setDuration(300);
+    lift->setEasingCurve(QEasingCurve::InOutQuad);
+    lift->setStartValue(0.0);
+    lift->setEndValue(1.0);
+    connect(lift, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) { setLift(value.toDouble()); });
+    group->addAnimation(lift);
+    group->addAnimation(fade(imageView_, false, 300));
+    connect(group, &QAbstractAnimation::stateChanged, this, [this](QAbstractAnimation::State now) {
+        if (now != QAbstractAnimation::Running)
+            return;
+        liftFrom_ = {imageView_->y(), barColumn_->x()};
+        setLift(0.0);
+    });
+    return group;
+}
+
+QAbstractAnimation* NewSearchController::showTableAnimation()
+{
+    return fade(tableScrollView_, true, 300);
+}
+
+void NewSearchController::run(QAbstractAnimation* animation)
+{
+    // A new effect first finishes what still runs, so that no two fight over a widget.
+    if (running_)
+        running_->setCurrentTime(running_->totalDuration());
+    running_ = animation;
+    animation->start(QAbstractAnimation::DeleteWhenStopped);
+    if (!animationsEnabled)
+        animation->setCurrentTime(animation->totalDuration());
+}
+
+void NewSearchController::layOut()
+{
+    // Before the first results: the logo, the bar under it (at most 560 wide)
+    // and what the search said, a little above the middle.
+    QSizePolicy keepsRoom = progressBar_->sizePolicy();
+    keepsRoom.setRetainSizeWhenHidden(true);
+    progressBar_->setSizePolicy(keepsRoom);
+    // Shown with the status: the button only ever comes under it.
+    auto* notes = new QVBoxLayout(notes_);
+    notes->setContentsMargins(0, 0, 0, 8);
+    notes->setSpacing(6);
+    notes->addWidget(statusLabel_);
+    notes->addWidget(switchEngineButton_, 0, Qt::AlignHCenter);
+    auto* column = new QVBoxLayout(barColumn_);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(searchBar_);
+    column->addSpacing(5);
+    column->addWidget(progressBar_);
+    column->addSpacing(3);
+    column->addWidget(notes_);
+    barColumn_->setMaximumWidth(560);
+
+    leftSpace_ = new QSpacerItem(20, 0, QSizePolicy::MinimumExpanding, QSizePolicy::Minimum);
+    rightSpace_ = new QSpacerItem(20, 0, QSizePolicy::MinimumExpanding, QSizePolicy::Minimum);
+    auto* row = new QHBoxLayout;
+    row->setSpacing(0);
+    row->addSpacerItem(leftSpace_);
+    row->addWidget(barColumn_, 1);
+    row->addSpacerItem(rightSpace_);
+
+    topSpace_ = new QSpacerItem(0, 20, QSizePolicy::Minimum, QSizePolicy::MinimumExpanding);
+    logoGap_ = new QSpacerItem(0, 29, QSizePolicy::Minimum, QSizePolicy::Fixed);
+    bottomSpace_ = new QSpacerItem(0, 0, QSizePolicy::Minimum, QSizePolicy::Expanding);
+    imageView_->setFixedHeight(Picture::logoSide);
+    view_ = new QVBoxLayout(mainView_);
+    view_->setContentsMargins(0, 0, 0, 0);
+    view_->setSpacing(0);
+    view_->addSpacerItem(topSpace_);
+    view_->addWidget(imageView_);
+    view_->addSpacerItem(logoGap_);
+    view_->addLayout(row);
+    view_->addWidget(tableScrollView_, 1);
+    view_->addSpacerItem(bottomSpace_);
+    view_->setStretch(0, 28);
+    view_->setStretch(5, 72);
+}
+
+void NewSearchController::setLift(double t)
+{
+    // t = 0: where the bar stood under the logo; 1: at the top, 10 from the
+    // edges, over the results.
+    const auto mix = [t](int from, int to) { return static_cast<int>(std::lround(from + (to - from) * t)); };
+    view_->setStretch(0, 0);
+    view_->setStretch(5, 0);
+    topSpace_->changeSize(0, mix(liftFrom_.logoTop, 10), QSizePolicy::Minimum, QSizePolicy::Fixed);
+    imageView_->setFixedHeight(mix(Picture::logoSide, 0));
+    logoGap_->changeSize(0, mix(29, 0), QSizePolicy::Minimum, QSizePolicy::Fixed);
+    barColumn_->setMaximumWidth(QWIDGETSIZE_MAX);
+    leftSpace_->changeSize(mix(liftFrom_.barLeft, 10), 0, QSizePolicy::Fixed, QSizePolicy::Minimum);
+    rightSpace_->changeSize(mix(liftFrom_.barLeft, 10), 0, QSizePolicy::Fixed, QSizePolicy::Minimum);
+    view_->invalidate();
+}

@@ -1,0 +1,250 @@
+// The preview in the real web engine, on a display of its own, against
+// melodrift-service: what plays, what cannot, what a hostile stream can do to
+// the page, the outline and its rules, the download rule and the alert; and
+// what it shows when the web engine's plugin cannot be loaded.
+#include "catalogue/YouTubeVideo.h"
+#include "platform/Localization.h"
+#include "platform/Log.h"
+#include "service_process.h"
+#include "ui/preview/PreviewController.h"
+#include "ui/preview/PreviewWebView.h"
+#include "ui/preview/StreamOutlineModel.h"
+#include "alert_recorder.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QListView>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTest>
+
+#include <unistd.h>
+
+namespace {
+
+// The page's answer to a script, waited for.
+QVariant evaluate(PreviewController& preview, const QString& script)
+{
+    QVariant answer;
+    bool answered = false;
+    preview.webView()->runJavaScript(script, [&](const QVariant& value) {
+        answer = value;
+        answered = true;
+    });
+    for (int waited = 0; !answered && waited < 10000; waited += 10)
+        QTest::qWait(10);
+    return answer;
+}
+
+bool waitForScript(PreviewController& preview, const QString& script, int milliseconds = 30000)
+{
+    for (int waited = 0; waited < milliseconds; waited += 100) {
+        if (evaluate(preview, script).toBool())
+            return true;
+        QTest::qWait(100);
+    }
+    return false;
+}
+
+int selectedRow(const PreviewController& preview)
+{
+    const QModelIndexList rows = preview.outlineView()->selectionModel()->selectedRows();
+    return rows.isEmpty() ? -1 : rows.first().row();
+}
+
+} // namespace
+
+class TestPreviewController : public QObject {
+    Q_OBJECT
+    alert_recorder alerts;
+    std::unique_ptr<service_process> service;
+    std::unique_ptr<PreviewController> preview;
+
+    std::shared_ptr<YouTubeVideo> video(const QString& id) const
+    {
+        return YouTubeVideo::initFromURL(QUrl(service->watch(id)), QUrl(service->base() + "/cgi-bin/zor.parser"));
+    }
+
+    // Previews the video and waits for its streams in the outline.
+    std::shared_ptr<YouTubeVideo> previewed(const QString& id)
+    {
+        const auto v = video(id);
+        preview->setVideo(v);
+        for (int waited = 0; waited < 30000 && !(preview->model()->rowCount() > 0 && selectedRow(*preview) >= 0);
+             waited += 20)
+            QTest::qWait(20);
+        return v;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        platform::Localization::install(QLocale(QLocale::English));
+        platform::Log::setSink([](const QString&) {});
+        service = std::make_unique<service_process>(MELODRIFT_SERVICE_BINARY, MELODRIFT_CATALOGUE);
+        QVERIFY(!service->base().isEmpty());
+        preview = std::make_unique<PreviewController>(alerts);
+        QVERIFY(!PreviewWebView::isLoaded()); // not before the first preview
+    }
+    void cleanupTestCase()
+    {
+        preview.reset();
+        service.reset();
+    }
+
+    // First, while no plugin is loaded: with none to be found, the preview says
+    // so where the video would play.
+    void aMissingWebEngineIsSaidInPlaceOfTheVideo()
+    {
+        const QStringList folders = QCoreApplication::libraryPaths();
+        QCoreApplication::setLibraryPaths({});
+        PreviewController missing(alerts);
+        missing.showVideo();
+        missing.showVideo(
+            YouTubeUrl::init({service->base().toStdString() + "/videoplayback?v=1", "medium", "video/mp4"}));
+        QCoreApplication::setLibraryPaths(folders);
+
+        QVERIFY(!missing.webView());
+        QVERIFY(!PreviewWebView::isLoaded());
+        const auto* shown = qobject_cast<QLabel*>(missing.window()->findChild<QStackedWidget*>()->currentWidget());
+        QVERIFY(shown);
+        QCOMPARE(shown->text(), platform::Localization::string("Preview.EngineMissing"));
+        QCOMPARE(missing.videoTypeLabel()->text(), QString("video/mp4"));
+    }
+
+    void firstMp4StreamIsChosenAndPlays()
+    {
+        const auto v = previewed("VGVzdENhcmQ");
+        QVERIFY(PreviewWebView::isLoaded());
+        // The outline: each quality title in order, then its streams.
+        QList<StreamOutlineModel::Item> expected;
+        for (const QString& quality : v->localizedQualitys()) {
+            expected << quality;
+            for (const auto& s : v->SortedUrls().value(quality))
+                expected << s;
+        }
+        QCOMPARE(preview->model()->outlineItems(), expected);
+        QVERIFY(expected.size() > v->Urls().size());
+
+        const int mp4 = preview->model()->firstStreamOfType("video/mp4");
+        QVERIFY(mp4 > 0);
+        QCOMPARE(selectedRow(*preview), mp4);
+        QCOMPARE(preview->videoTypeLabel()->text(), preview->model()->streamAt(mp4)->type());
+        QVERIFY(waitForScript(*preview, "(function(){ var v = document.querySelector('video');"
+                                        " return !!v && v.currentTime > 0.3; })()"));
+        QCOMPARE(evaluate(*preview, "document.querySelector('source').getAttribute('src')").toString(),
+                 preview->model()->streamAt(mp4)->url().toString(QUrl::FullyEncoded));
+
+        // Closing the window stops it: the blank page, no video element.
+        preview->window()->close();
+        QVERIFY(waitForScript(*preview, "document.querySelector('video') === null && document.body.bgColor === '#EDEDED'"));
+    }
+
+    void streamsTheEngineCannotPlayShowTheBrowserError()
+    {
+        previewed("Rmxhc2hFcmE"); // Flash video only
+        QVERIFY(preview->model()->rowCount() > 0);
+        QCOMPARE(preview->model()->firstStreamOfType("video/mp4"), -1);
+        // Row 0 is a quality title: its first stream is chosen instead.
+        QCOMPARE(selectedRow(*preview), 1);
+        const QString error = platform::Localization::string("Preview.BrowserError");
+        QVERIFY(waitForScript(*preview, "document.getElementById('videodiv') !== null &&"
+                                        " document.getElementById('videodiv').innerText === '" + error + "'"));
+        QVERIFY(evaluate(*preview, "document.querySelector('video') === null").toBool());
+        preview->close();
+    }
+
+    void valuesFromTheNetworkStayInertInThePage()
+    {
+        preview->window()->show();
+        const std::string attack = "\"'</script><img src=x onerror=\"window.injected=1\"><script>window.injected=2</script>";
+        // The part after ";" is not the MIME type: the page's video path is taken.
+        preview->showVideo(YouTubeUrl::init({service->base().toStdString() + "/videoplayback?a='" + attack, "medium",
+                                         "video/mp4; codecs=\"" + attack + "\""}));
+        QVERIFY(waitForScript(*preview, "document.querySelector('source') !== null"));
+        QVERIFY(evaluate(*preview, "typeof window.injected === 'undefined' && document.scripts.length === 1 &&"
+                                   " document.images.length === 0 &&"
+                                   " document.getElementById('videodiv').children.length === 1")
+                    .toBool());
+        QCOMPARE(evaluate(*preview, "document.querySelector('source').getAttribute('type')").toString(),
+                 QString("video/mp4"));
+        QCOMPARE(preview->videoTypeLabel()->textFormat(), Qt::PlainText);
+
+        // A MIME type that tries to leave its script string.
+        preview->showVideo(
+            YouTubeUrl::init({"http://127.0.0.1:1/x", "medium", "video/x');window.injected=3;('" + attack}));
+        QVERIFY(waitForScript(*preview, "document.getElementById('videodiv') !== null &&"
+                                        " document.getElementById('videodiv').innerText.length > 0"));
+        QVERIFY(evaluate(*preview, "typeof window.injected === 'undefined' && document.scripts.length === 1 &&"
+                                   " document.images.length === 0")
+                    .toBool());
+        preview->close();
+    }
+
+    void titlesPlayTheirNeighbourAndDownloadsTakeTheFlatIndex()
+    {
+        const auto v = previewed("VGVzdENhcmQ");
+        QVERIFY(selectedRow(*preview) >= 0);
+        const StreamOutlineModel& model = *preview->model();
+        QItemSelectionModel& selection = *preview->outlineView()->selectionModel();
+        // A quality title chosen from elsewhere moves on to its first stream, which plays.
+        int title = -1;
+        for (int row = 1; row < model.rowCount() && title < 0; ++row)
+            if (!model.streamAt(row) && row != selectedRow(*preview) - 1)
+                title = row;
+        QVERIFY(title > 0);
+        selection.setCurrentIndex(model.index(title), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(selectedRow(*preview), title + 1);
+        QCOMPARE(preview->videoTypeLabel()->text(), model.streamAt(title + 1)->type());
+        // Stepping up onto it from that stream goes on to the stream above.
+        selection.setCurrentIndex(model.index(title), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(selectedRow(*preview), title - 1);
+
+        // The chosen row's number picks from the streams in their own order.
+        QList<std::shared_ptr<YouTubeUrl>> sent;
+        preview->videoEvent.set([&](PreviewController&, std::shared_ptr<YouTubeVideo> got, std::shared_ptr<YouTubeUrl> s) {
+            QCOMPARE(got, v);
+            sent << s;
+        });
+        const int row = selectedRow(*preview);
+        QTest::mouseClick(preview->downloadVideoButton(), Qt::LeftButton);
+        QCOMPARE(sent.size(), 1);
+        QCOMPARE(sent.first(), v->Urls().at(row));
+        QVERIFY(!preview->window()->isVisible());
+
+        // A row beyond the streams sends nothing and just closes.
+        preview->window()->show();
+        selection.setCurrentIndex(model.index(model.rowCount() - 1), QItemSelectionModel::ClearAndSelect);
+        QVERIFY(selectedRow(*preview) >= v->Urls().size());
+        preview->downloadVideoClick();
+        QCOMPARE(sent.size(), 1);
+        QVERIFY(!preview->window()->isVisible());
+        preview->videoEvent.reset();
+    }
+
+    void aNoticeOfTheServiceIsAnAlert()
+    {
+        alerts.shown.clear();
+        preview->setVideo(video("UHJpdmF0ZTE"));
+        QTRY_COMPARE_WITH_TIMEOUT(alerts.shown.size(), 1, 30000);
+        QCOMPARE(alerts.shown.first(), qMakePair(QString("YouTube:"), QString("This video is private.")));
+        QCOMPARE(preview->model()->rowCount(), 0);
+        // Still usable: the next video previews.
+        previewed("UnVsZTExMF8");
+        QVERIFY(preview->model()->rowCount() > 0);
+        preview->close();
+    }
+};
+
+int main(int argc, char** argv)
+{
+    // Chromium will not run its sandbox as root; for anyone else it stays on.
+    if (::geteuid() == 0)
+        qputenv("QTWEBENGINE_DISABLE_SANDBOX", "1");
+    // As in the program: the web engine draws with GL contexts shared with the application's.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    QApplication app(argc, argv);
+    TestPreviewController test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "PreviewController_test.moc"

@@ -1,0 +1,273 @@
+// The application shell: launch order, sidebar, window size, settings window,
+// and readable text under a dark system theme.
+#include "downloads/Settings.h"
+#include "platform/Localization.h"
+#include "platform/Log.h"
+#include "ui/shell/AppDelegate.h"
+#include "ui/downloads/DownloadsController.h"
+#include "ui/shell/MenuDelegate.h"
+#include "ui/shell/MenuModel.h"
+#include "ui/search/NewSearchController.h"
+#include "ui/widgets/PZBackgroundView.h"
+#include "ui/widgets/PZHeaderBackgroundView.h"
+#include "ui/widgets/PZScrollView.h"
+#include "ui/settings/SettingsWindowController.h"
+#include "alert_recorder.h"
+#include "event_watch.h"
+#include "test_home.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QButtonGroup>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QSignalSpy>
+#include <QTest>
+#include <QToolButton>
+
+#include <cmath>
+
+namespace {
+
+platform::ServiceEndpoints nowhere()
+{
+    return platform::ServiceEndpoints::at(QUrl("http://127.0.0.1:9"));
+}
+
+int selectedRow(const MenuDelegate& menu)
+{
+    const QModelIndexList rows = menu.outlineView()->selectionModel()->selectedRows();
+    return rows.size() == 1 ? rows.first().row() : -1;
+}
+
+// WCAG's contrast ratio of two colours.
+double contrast(const QColor& a, const QColor& b)
+{
+    const auto luminance = [](const QColor& c) {
+        const auto channel = [](double v) { return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+        return 0.2126 * channel(c.redF()) + 0.7152 * channel(c.greenF()) + 0.0722 * channel(c.blueF());
+    };
+    const double la = luminance(a), lb = luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+} // namespace
+
+class TestAppDelegate : public QObject {
+    Q_OBJECT
+    alert_recorder alerts;
+private slots:
+    void initTestCase()
+    {
+        platform::Localization::install(QLocale(QLocale::English));
+        platform::Log::setSink([](const QString&) {});
+    }
+
+    void windowIsShownOnlyAfterTheCacheWipeAndTheSearchViewsLaunch()
+    {
+        // Whatever is left in the cache goes (what another program still uses stays:
+        // the command-line runs).
+        test_home home;
+        QDir().mkpath(home.cache() + "/sub/deeper");
+        for (const char* name : {"/left over", "/.hidden", "/sub/deeper/file"})
+            QFile(home.cache() + name).open(QIODevice::WriteOnly);
+
+        AppDelegate app(nowhere(), &alerts);
+        NewSearchController* search = app.menu()->getNewSearchController();
+        bool shown = false, cacheWasEmpty = false, searchWasTold = false;
+        int rowAtShow = -1;
+        event_watch watch(QEvent::Show, [&] {
+            shown = true;
+            cacheWasEmpty =
+                QDir(home.cache()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty();
+            searchWasTold = search->tableScrollView()->delegate() == search;
+            rowAtShow = selectedRow(*app.menu());
+        });
+        app.window()->installEventFilter(&watch);
+
+        app.applicationDidFinishLaunching();
+        QVERIFY(!app.window()->isVisible());
+        QTRY_VERIFY(shown);
+        QVERIFY(cacheWasEmpty);
+        QVERIFY(searchWasTold);
+        QCOMPARE(rowAtShow, 1);
+        QCOMPARE(app.menu()->currentView(), search->view());
+    }
+
+    void sidebarEntriesAndTheirViews()
+    {
+        test_home home;
+        AppDelegate app(nowhere(), &alerts);
+        app.applicationDidFinishLaunching();
+        QTRY_VERIFY(app.window()->isVisible());
+        MenuDelegate& menu = *app.menu();
+        QAbstractItemModelTester tester(menu.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+        // Entry texts and clicks: the desktop end-to-end run; here the pictures.
+        const QAbstractItemModel& model = *menu.model();
+        QCOMPARE(model.rowCount(), 3);
+        QVERIFY(!model.index(0, 0).data(Qt::DecorationRole).isValid());
+        for (const int row : {1, 2})
+            QVERIFY(!model.index(row, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(16, 16).isNull());
+
+        QWidget* search = menu.getNewSearchController()->view();
+        QWidget* downloads = menu.downloadController()->view();
+        QSignalSpy removed(menu.placeHolderView(), &QStackedWidget::widgetRemoved);
+        QItemSelectionModel& selection = *menu.outlineView()->selectionModel();
+
+        // The header is never left selected: row 1 and the search view instead.
+        selection.select(model.index(0, 0), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(selectedRow(menu), 1);
+        QCOMPARE(menu.currentView(), search);
+        // Choosing the entry already shown changes nothing.
+        selection.select(model.index(1, 0), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(menu.currentView(), search);
+        QCOMPARE(removed.count(), 0);
+
+        // The shown view is the holder's only one (clicks: the desktop end-to-end run).
+        selection.select(model.index(2, 0), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(menu.currentView(), downloads);
+        QCOMPARE(menu.placeHolderView()->count(), 1);
+    }
+
+    // Saving a click and reading it back after a restart: the desktop end-to-end run.
+    void windowSizeLimitAndSettingsWindowMadeOnFirstUseAndKept()
+    {
+        test_home home;
+        Settings::setConvertVideos(false);
+        AppDelegate app(nowhere(), &alerts);
+        const QSizeF current(app.window()->size());
+        QCOMPARE(app.windowWillResize({500.1, 300.1}), QSizeF(500.1, 300.1));
+        QCOMPARE(app.windowWillResize({500.0, 600.0}), current);
+        QCOMPARE(app.windowWillResize({800.0, 300.0}), current);
+        app.window()->resize(500, 300);
+        QVERIFY(app.window()->width() > 500);
+        QVERIFY(app.window()->height() > 300);
+
+        QVERIFY(!app.settingsWindowController());
+        app.settingsClick();
+        SettingsWindowController* settings = app.settingsWindowController();
+        QVERIFY(settings && settings->window()->isVisible() && !settings->window()->isModal());
+        settings->window()->close();
+        app.settingsClick();
+        QCOMPARE(app.settingsWindowController(), settings);
+        QVERIFY(settings->radioMatrix()->button(1)->isChecked());
+
+        // A yt-dlp of the user's own: its version is shown, it is stored, and
+        // searches run it from now on; then back to the one on PATH.
+        const QString mine = home.path() + "/my yt-dlp";
+        QFile script(mine);
+        QVERIFY(script.open(QIODevice::WriteOnly) && script.write("#!/bin/sh\necho 2099.01.01\n") > 0);
+        script.close();
+        script.setPermissions(script.permissions() | QFileDevice::ExeOwner);
+        settings->chooseYtDlp(mine);
+        QTRY_VERIFY(settings->engineMatrix()->button(1)->text().contains("2099.01.01"));
+        QVERIFY(settings->ytDlpProgram()->text().contains(mine));
+        QCOMPARE(app.menu()->getNewSearchController()->engineChoice().ytDlp, mine);
+        QTRY_COMPARE(Settings::engineChoice().ytDlp, mine);
+        settings->chooseYtDlp({});
+        QTRY_VERIFY(!settings->ytDlpProgram()->text().contains(mine) &&
+                    !settings->engineMatrix()->button(1)->text().contains("2099"));
+        QTRY_COMPARE(Settings::engineChoice().ytDlp, QString());
+        QCOMPARE(app.menu()->getNewSearchController()->engineChoice().ytDlp, QString());
+    }
+
+    // The window's own ways in: a dropped link, and the keys.
+    void aDroppedWatchPageLinkIsSearchedShortcutsReachTheViews()
+    {
+        test_home home;
+        AppDelegate app(nowhere(), &alerts);
+        app.applicationDidFinishLaunching();
+        QTRY_VERIFY(app.window()->isVisible());
+        app.menu()->setSubViewDownloads();
+        NewSearchController& search = *app.menu()->getNewSearchController();
+        const auto drop = [&app](const QMimeData& data) {
+            QDragEnterEvent enter(QPoint(300, 200), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(app.window(), &enter);
+            if (!enter.isAccepted())
+                return false;
+            QDropEvent dropped(QPointF(300, 200), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(app.window(), &dropped);
+            return dropped.isAccepted();
+        };
+        QMimeData file, words, link, text;
+        file.setUrls({QUrl::fromLocalFile(home.path() + "/song.mp3")});
+        words.setText("just some words");
+        QVERIFY(!drop(file) && !drop(words));
+        QCOMPARE(app.menu()->currentView(), app.menu()->downloadController()->view());
+
+        link.setUrls({QUrl("http://127.0.0.1:9/watch?v=UnVsZTExMF8")});
+        QVERIFY(drop(link));
+        QCOMPARE(app.menu()->currentView(), search.view());
+        QCOMPARE(search.searchField()->text(), QString("http://127.0.0.1:9/watch?v=UnVsZTExMF8"));
+        QVERIFY(search.loader()->isVisible()); // the search runs
+        text.setText("  http://127.0.0.1:9/watch?v=other\n");
+        QVERIFY(drop(text));
+        QCOMPARE(search.searchField()->text(), QString("http://127.0.0.1:9/watch?v=other"));
+
+        app.window()->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(app.window()));
+        MenuDelegate& menu = *app.menu();
+        QTest::keyClick(app.window(), Qt::Key_2, Qt::ControlModifier);
+        QCOMPARE(menu.currentView(), menu.downloadController()->view());
+        QCOMPARE(selectedRow(menu), 2);
+        QTest::keyClick(app.window(), Qt::Key_1, Qt::ControlModifier);
+        QCOMPARE(menu.currentView(), menu.getNewSearchController()->view());
+        menu.setSubViewDownloads();
+        menu.outlineView()->setFocus();
+        QTest::keyClick(app.window(), Qt::Key_F, Qt::ControlModifier);
+        QCOMPARE(menu.currentView(), menu.getNewSearchController()->view());
+        QTRY_VERIFY(menu.getNewSearchController()->searchField()->hasFocus());
+        QTest::keyClick(app.window(), Qt::Key_Comma, Qt::ControlModifier);
+        QVERIFY(app.settingsWindowController() && app.settingsWindowController()->window()->isVisible());
+        // The dropped addresses' searches end before the program does.
+        QTRY_VERIFY_WITH_TIMEOUT(search.loader()->isHidden(), 20000);
+    }
+
+    void textStaysReadableUnderADarkTheme()
+    {
+        test_home home;
+        const QPalette saved = QApplication::palette();
+        QPalette dark;
+        for (const auto role : {QPalette::Window, QPalette::Base, QPalette::Button})
+            dark.setColor(role, QColor(0x20, 0x20, 0x20));
+        for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+            dark.setColor(role, QColor(0xee, 0xee, 0xee));
+        QApplication::setPalette(dark);
+        {
+            AppDelegate app(nowhere(), &alerts);
+            MenuDelegate& menu = *app.menu();
+            int labels = 0;
+            for (QWidget* view : {menu.getNewSearchController()->view(), menu.downloadController()->view()}) {
+                for (QWidget* w : view->findChildren<QWidget*>()) {
+                    // Buttons that show a picture only have no text to read; buttons draw their own face.
+                    const auto* button = qobject_cast<QAbstractButton*>(w);
+                    const auto* tool = qobject_cast<QToolButton*>(w);
+                    if (tool && tool->toolButtonStyle() == Qt::ToolButtonIconOnly)
+                        continue;
+                    QColor ground = button ? w->palette().color(QPalette::Button) : QColor();
+                    if (!button && !qobject_cast<QLabel*>(w))
+                        continue;
+                    for (QWidget* up = w->parentWidget(); up && !ground.isValid(); up = up->parentWidget()) {
+                        if (qobject_cast<PZHeaderBackgroundView*>(up))
+                            ground = PZHeaderBackgroundView::stripColor();
+                        else if (qobject_cast<PZBackgroundView*>(up))
+                            ground = Qt::white;
+                    }
+                    const QColor text = w->palette().color(w->foregroundRole());
+                    QVERIFY2(contrast(text, ground) >= 4.5, qPrintable(w->accessibleName() + " " + text.name() + " on " + ground.name()));
+                    ++labels;
+                }
+            }
+            QVERIFY(labels >= 3);
+        }
+        QApplication::setPalette(saved);
+    }
+};
+
+QTEST_MAIN(TestAppDelegate)
+#include "AppDelegate_test.moc"

@@ -216,7 +216,7 @@ void DownloadListModel::filesLookedAt(const QStringList& files, const QList<bool
 
 void DownloadListModel::removeEndedRow(int row)
 {
-    if (!index(row).data(EndedRole).toBool())
+    if (!index(row).data(HasRemoveRole).toBool())
         return;
     beginRemoveRows(QModelIndex(), row, row);
     const int jobs = static_cast<int>(rows_.size());
@@ -353,8 +353,11 @@ QVariant DownloadListModel::pastData(int index, int role) const
     case HasShowInFolderRole:
         return there;
     case EndedRole:
-    case HasRemoveRole:
         return entry.hasEnded();
+    case HasRemoveRole:
+        // An earlier run's entry that never ended (its program was killed,
+        // or the command line still runs it) can go from the list too.
+        return true;
     case HasRetryRole:
         return entry.state == HistoryEntry::State::Failed || entry.state == HistoryEntry::State::Canceled;
     case KindRole:

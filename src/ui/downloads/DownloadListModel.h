@@ -60,7 +60,7 @@ public:
     void addDownload(const std::shared_ptr<DownloadItem>& item);
     // This run's job in the row; nothing for an earlier one.
     std::shared_ptr<DownloadItem> item(int row) const;
-    // An ended row leaves the list and the history; its file stays.
+    // An ended row, or an earlier run's, leaves the list and the history; its file stays.
     void removeEndedRow(int row);
     // Every ended row does.
     void clearEnded();

@@ -2,6 +2,8 @@
 
 #include "downloads/DownloadItem.h"
 #include "downloads/Settings.h"
+#include "platform/MainThread.h"
+#include "platform/SerialQueue.h"
 #include "platform/Desktop.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -133,21 +135,34 @@ DownloadsController::~DownloadsController()
     delete view_;
 }
 
-bool DownloadsController::addDownload(const std::shared_ptr<DownloadItem>& item)
+void DownloadsController::addDownload(const std::shared_ptr<DownloadItem>& item)
+{
+    if (!folderChecks_)
+        folderChecks_ = std::make_unique<platform::SerialQueue>();
+    const QPointer<DownloadsController> self(this);
+    folderChecks_->post([self, item, folder = item->downloadFolder()] {
+        const QString why = platform::UserFolders::whyNotWritable(folder);
+        platform::MainThread::post([self, item, why] {
+            if (self)
+                self->folderChecked(item, why);
+        });
+    });
+}
+
+void DownloadsController::folderChecked(const std::shared_ptr<DownloadItem>& item, const QString& whyNot)
 {
     // Refused before anything is fetched: a download with nowhere to go would only fail at its end.
-    if (const QString why = platform::UserFolders::whyNotWritable(item->downloadFolder()); !why.isEmpty()) {
+    if (const QString& why = whyNot; !why.isEmpty()) {
         const QString text = Localization::string("Downloads.FolderRefused").arg(item->downloadFolder(), why);
         platform::Log::line(text);
         if (alerts_)
             alerts_->showAlert(QStringLiteral("Melodrift"), text, view_ ? view_->window() : nullptr);
-        return false;
+        return;
     }
     model_->addDownload(item);
     if (view_)
         tableView_->ensureVisible(0, 0);
     item->startDownload();
-    return true;
 }
 
 void DownloadsController::cancelItemButtonClicked(int row)

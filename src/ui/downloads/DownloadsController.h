@@ -5,6 +5,9 @@
 
 #include <memory>
 
+namespace platform {
+class SerialQueue;
+}
 class AlertPresenter;
 class CellListView;
 class DownloadItem;
@@ -32,9 +35,9 @@ public:
     QPushButton* openFolderButton();
     QPushButton* clearFinishedButton();
 
-    // Shows the job in the top row and starts it; false, after saying why, when
-    // the Downloads folder cannot be written.
-    bool addDownload(const std::shared_ptr<DownloadItem>& item);
+    // Shows the job in the top row and starts it, once its folder is found
+    // writable (off this thread, in the order asked); else says why.
+    void addDownload(const std::shared_ptr<DownloadItem>& item);
     void cancelItemButtonClicked(int row);
     void playButtonClicked(int row);
     void showInFolderClicked(int row);
@@ -53,6 +56,7 @@ protected:
 private:
     void buildView();
     void showJobsOrEmpty();
+    void folderChecked(const std::shared_ptr<DownloadItem>& item, const QString& whyNot);
 
     QPointer<QWidget> view_;
     DownloadListModel* model_;
@@ -61,4 +65,6 @@ private:
     QPushButton* openFolderButton_ = nullptr;
     QPushButton* clearFinishedButton_ = nullptr;
     AlertPresenter* alerts_;
+    // Where the folders are tried: trying writes a file.
+    std::unique_ptr<platform::SerialQueue> folderChecks_;
 };

@@ -96,7 +96,7 @@ private slots:
 
         for (const char* title : {"one", "two", "three"})
             controller.addDownload(AudioDownloadItem::initWithBitrate(video(title), stream(missing.base() + "/s"), 320));
-        QCOMPARE(model.rowCount(), 3);
+        QTRY_COMPARE(model.rowCount(), 3);
         QCOMPARE(controller.tableView()->count(), 3);
         // A screen reader may ask for a child that has gone since it counted them.
         QAccessibleInterface* list = QAccessible::queryAccessibleInterface(controller.tableView());
@@ -120,6 +120,7 @@ private slots:
 
         const auto cancelled = AudioDownloadItem::initWithBitrate(video("Slow"), stream(slow.url("/s")), 320);
         controller.addDownload(cancelled);
+        QTRY_COMPARE(model.rowCount(), 4);
         auto* cell = static_cast<downloadlist::MainCell*>(controller.tableView()->cellAt(0));
         QTRY_VERIFY(cancelled->progressValue().value_or(0) > 0);
         QTest::mouseClick(cell->cancelButton(), Qt::LeftButton);
@@ -197,7 +198,8 @@ private slots:
                 e.title = QString("old %1").arg(i);
                 e.kind = "MP3";
                 e.file = i == entries - 1 ? kept : dir.filePath("gone.mp3");
-                e.state = HistoryEntry::State::Done;
+                // The oldest never ended: its program was killed.
+                e.state = i == 0 ? HistoryEntry::State::Running : HistoryEntry::State::Done;
                 store.add(e);
             }
         }
@@ -221,6 +223,10 @@ private slots:
             model.removeEndedRow(1);
             QCOMPARE(model.rowCount(), entries);
             model.clearEnded();
+            QCOMPARE(model.rowCount(), 1);
+            QVERIFY(!model.index(0).data(DownloadListModel::EndedRole).toBool());
+            QVERIFY(model.index(0).data(DownloadListModel::HasRemoveRole).toBool());
+            model.removeEndedRow(0);
             QCOMPARE(model.rowCount(), 0);
         }
         QVERIFY(QFile::exists(kept));

@@ -131,22 +131,38 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
 
 void SettingsWindowController::changeFolder()
 {
-    const QString folder = QFileDialog::getExistingDirectory(window_, Localization::string("Settings.FolderChooser"),
-                                                             folderLabel_->text());
-    if (folder.isEmpty())
-        return;
-    if (const QString why = setFolder(folder); !why.isEmpty())
-        QMessageBox::warning(window_, Localization::string("Settings.Title"),
-                             Localization::string("Settings.FolderRefused").arg(folder, why));
+    auto* dialog = new QFileDialog(window_, Localization::string("Settings.FolderChooser"), folderLabel_->text());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    connect(dialog, &QFileDialog::fileSelected, this, &SettingsWindowController::chooseFolder);
+    dialog->open();
 }
 
-QString SettingsWindowController::setFolder(const QString& folder)
+void SettingsWindowController::chooseFolder(const QString& folder)
 {
-    if (QString why = platform::UserFolders::whyNotWritable(folder); !why.isEmpty())
-        return why;
-    Settings::setDownloadFolder(folder);
-    folderLabel_->setText(folder);
-    return {};
+    // Off the interface thread: trying the folder writes a file in it, and
+    // the store writes its own.
+    const QPointer<SettingsWindowController> self(this);
+    platform::WorkerPool::run([self, folder] {
+        const QString why = platform::UserFolders::whyNotWritable(folder);
+        if (why.isEmpty())
+            Settings::setDownloadFolder(folder);
+        platform::MainThread::post([self, folder, why] {
+            if (!self)
+                return;
+            if (why.isEmpty()) {
+                self->folderLabel_->setText(folder);
+                return;
+            }
+            auto* box = new QMessageBox(QMessageBox::Warning, Localization::string("Settings.Title"),
+                                        Localization::string("Settings.FolderRefused").arg(folder, why),
+                                        QMessageBox::Ok, self->window_);
+            box->setTextFormat(Qt::PlainText);
+            box->setAttribute(Qt::WA_DeleteOnClose);
+            box->open();
+        });
+    });
 }
 
 SettingsWindowController::~SettingsWindowController()

@@ -37,8 +37,8 @@ public:
     void radioNoConvertions();
     // Asks for a folder; one that cannot be written is refused, saying why.
     void changeFolder();
-    // Stores the folder when it can be written; why not, or nothing.
-    QString setFolder(const QString& folder);
+    // Stores the folder once it is found writable; else says why, in a box.
+    void chooseFolder(const QString& folder);
 
 signals:
     // The user chose the engine: 0 the classic one, 1 yt-dlp.

@@ -20,7 +20,9 @@
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QButtonGroup>
+#include <QDir>
 #include <QFile>
+#include <QMessageBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
@@ -174,6 +176,20 @@ private slots:
                     !settings->engineMatrix()->button(1)->text().contains("2099"));
         QTRY_COMPARE(Settings::engineChoice().ytDlp, QString());
         QCOMPARE(app.menu()->getNewSearchController()->engineChoice().ytDlp, QString());
+
+        // The Downloads folder: a writable one is shown and stored; a file
+        // in its place is refused with the reason, and nothing changes.
+        const QString folder = home.path() + "/Saved here";
+        QVERIFY(QDir().mkpath(folder));
+        settings->chooseFolder(folder);
+        QTRY_COMPARE(settings->folderLabel()->text(), folder);
+        QCOMPARE(Settings::downloadFolder(), folder);
+        settings->chooseFolder(mine);
+        QMessageBox* refusal = nullptr;
+        QTRY_VERIFY((refusal = settings->window()->findChild<QMessageBox*>()) != nullptr);
+        QVERIFY(refusal->text().contains(mine));
+        QCOMPARE(settings->folderLabel()->text(), folder);
+        QCOMPARE(Settings::downloadFolder(), folder);
     }
 
     // The window's own ways in: a dropped link, and the keys.

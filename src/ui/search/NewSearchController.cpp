@@ -164,10 +164,16 @@ void NewSearchController::listen()
                 self->searchReady(identity, videos);
         });
     });
-    searcher_->errorEvent.set([self](engine::VideoSearch& search, const platform::Error& error) {
-        platform::MainThread::post([self, identity = search.currentUrl(), error] {
+    searcher_->errorEvent.set([self, choice = engine_->choice()](engine::VideoSearch& search, const platform::Error& error) {
+        // The service could not be reached (not: it answered with a status) and
+        // yt-dlp is there: it may reach today's service. Looked up here, on the
+        // search's thread: the lookup reads folders.
+        const bool offerYtDlp = choice.kind == engine::Kind::classic &&
+                                error.domain != QLatin1String("YouTubeSearch::response") &&
+                                !engine::YtDlp::locate(choice.ytDlp).isEmpty();
+        platform::MainThread::post([self, identity = search.currentUrl(), error, offerYtDlp] {
             if (self)
-                self->searchError(identity, error);
+                self->searchError(identity, error, offerYtDlp);
         });
     });
     searcher_->updateEvent.set([self](engine::VideoSearch& search) {
@@ -287,19 +293,15 @@ void NewSearchController::searchReady(const Identity& search, const QList<std::s
     searchIsFinish();
 }
 
-void NewSearchController::searchError(const Identity& search, const platform::Error& error)
+void NewSearchController::searchError(const Identity& search, const platform::Error& error, bool offerYtDlp)
 {
     if (!search || search != wordsSearch_)
         return;
     loader_->hide();
     Log::line(QStringLiteral("Error: ") + error.description);
     showStatus(Localization::string("Search.Failed").arg(error.description));
-    // The service could not be reached (not: it answered with a status) and
-    // yt-dlp is there: it may reach today's service.
-    if (engine_->choice().kind == engine::Kind::classic && error.domain != QLatin1String("YouTubeSearch::response") &&
-        !engine::YtDlp::locate(engine_->choice().ytDlp).isEmpty()) {
+    if (offerYtDlp)
         switchEngineButton_->show();
-    }
     run(stopSearchAnimation());
 }
 

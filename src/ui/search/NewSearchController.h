@@ -90,7 +90,7 @@ private:
 
     void listen();
     void searchReady(const Identity& search, const QList<std::shared_ptr<YouTubeVideo>>& videos);
-    void searchError(const Identity& search, const platform::Error& error);
+    void searchError(const Identity& search, const platform::Error& error, bool offerYtDlp);
     void switchToYtDlp();
     void updateProgressBar(const Identity& search, double offset, double count);
     void addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video, const QString& error);

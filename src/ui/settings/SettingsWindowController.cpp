@@ -23,22 +23,47 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 using platform::Localization;
 
-// Writes may overtake one another on the pool; each writes the latest choice
-// under one lock, so the last write to land is always the last click.
+// The choices clicked and not yet stored. Writes may overtake one another on
+// the pool: each stores the latest of every choice under one lock, so the last
+// write to land always holds the last clicks. The interface thread only ever
+// takes the short lock on the values, never the one held while writing.
 struct SettingsWindowController::PendingWrite {
     std::mutex writing;
-    std::atomic<bool> convert{true};
+    std::mutex latest; // guards the three below
+    std::optional<bool> convert;
+    std::optional<engine::Kind> engine;
+    std::optional<QString> ytDlp; // empty: the one on PATH
     std::atomic<int> unwritten{0};
-    std::atomic<int> engine{-1}; // the engine last chosen, -1: none yet
-    QString ytDlp;                // the program last chosen (under writing)
-    bool ytDlpChosen = false;
-    std::atomic<int> engineUnwritten{0};
-    std::atomic<int> ytDlpUnwritten{0};
+
+    void write()
+    {
+        const std::lock_guard lock(writing);
+        std::optional<bool> convertNow;
+        std::optional<engine::Kind> engineNow;
+        std::optional<QString> ytDlpNow;
+        {
+            const std::lock_guard values(latest);
+            convertNow = convert;
+            engineNow = engine;
+            ytDlpNow = ytDlp;
+        }
+        if (convertNow)
+            Settings::setConvertVideos(*convertNow);
+        if (engineNow || ytDlpNow) {
+            engine::Choice choice = Settings::engineChoice();
+            choice.kind = engineNow.value_or(choice.kind);
+            choice.ytDlp = ytDlpNow.value_or(choice.ytDlp);
+            Settings::setEngineChoice(choice);
+        }
+        --unwritten;
+    }
 };
 
 SettingsWindowController::SettingsWindowController(QObject* parent)
@@ -169,27 +194,29 @@ SettingsWindowController::~SettingsWindowController()
 {
     delete window_;
     // A choice clicked just before the program ends is still stored.
-    while (pending_->unwritten > 0 || pending_->engineUnwritten > 0 || pending_->ytDlpUnwritten > 0)
+    while (pending_->unwritten > 0)
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void SettingsWindowController::windowDidLoad()
 {
     // A click whose write has not landed yet is what the store will hold.
-    const bool convert = pending_->unwritten > 0 ? pending_->convert.load() : Settings::convertVideos();
-    const int engineId = pending_->engine >= 0 ? pending_->engine.load()
-                                               : static_cast<int>(Settings::engineChoice().kind == engine::Kind::ytDlp);
+    std::optional<bool> convert;
+    std::optional<engine::Kind> kind;
+    std::optional<QString> program;
+    {
+        const std::lock_guard values(pending_->latest);
+        convert = pending_->convert;
+        kind = pending_->engine;
+        program = pending_->ytDlp;
+    }
+    const engine::Choice stored = Settings::engineChoice();
     showingStored_ = true;
-    radioMatrix_->button(convert ? 0 : 1)->setChecked(true);
-    engineMatrix_->button(engineId)->setChecked(true);
+    radioMatrix_->button(convert.value_or(Settings::convertVideos()) ? 0 : 1)->setChecked(true);
+    engineMatrix_->button(kind.value_or(stored.kind) == engine::Kind::ytDlp ? 1 : 0)->setChecked(true);
     showingStored_ = false;
     folderLabel_->setText(Settings::downloadFolder());
-    QString program;
-    {
-        std::lock_guard lock(pending_->writing);
-        program = pending_->ytDlpChosen ? pending_->ytDlp : Settings::engineChoice().ytDlp;
-    }
-    showYtDlpVersion(program);
+    showYtDlpVersion(program.value_or(stored.ytDlp));
 }
 
 void SettingsWindowController::showYtDlpVersion(const QString& configured)
@@ -220,37 +247,26 @@ void SettingsWindowController::showYtDlpVersion(const QString& configured)
 
 void SettingsWindowController::chooseYtDlp(const QString& program)
 {
-    {
-        std::lock_guard lock(pending_->writing);
-        pending_->ytDlp = program;
-        pending_->ytDlpChosen = true;
-    }
-    ++pending_->ytDlpUnwritten;
-    platform::WorkerPool::run([pending = pending_] {
-        std::lock_guard lock(pending->writing);
-        engine::Choice choice = Settings::engineChoice();
-        choice.ytDlp = pending->ytDlp;
-        Settings::setEngineChoice(choice);
-        --pending->ytDlpUnwritten;
-    });
+    store([&program](PendingWrite& pending) { pending.ytDlp = program; });
     showYtDlpVersion(program);
     emit ytDlpChosen(program);
 }
 
 void SettingsWindowController::saveEngine(int kind)
 {
-    pending_->engine = kind;
-    ++pending_->engineUnwritten;
-    platform::WorkerPool::run([pending = pending_] {
-        std::lock_guard lock(pending->writing);
-        engine::Choice choice = Settings::engineChoice();
-        choice.kind = pending->engine == 1 ? engine::Kind::ytDlp : engine::Kind::classic;
-        if (pending->ytDlpChosen)
-            choice.ytDlp = pending->ytDlp;
-        Settings::setEngineChoice(choice);
-        --pending->engineUnwritten;
-    });
+    store([kind](PendingWrite& pending) { pending.engine = kind == 1 ? engine::Kind::ytDlp : engine::Kind::classic; });
     emit engineChosen(kind);
+}
+
+void SettingsWindowController::store(const std::function<void(PendingWrite&)>& choose)
+{
+    {
+        const std::lock_guard values(pending_->latest);
+        choose(*pending_);
+    }
+    ++pending_->unwritten;
+    // Off the interface thread: the store writes a file.
+    platform::WorkerPool::run([pending = pending_] { pending->write(); });
 }
 
 void SettingsWindowController::showWindow()
@@ -273,11 +289,5 @@ void SettingsWindowController::radioNoConvertions()
 
 void SettingsWindowController::save(bool convert)
 {
-    pending_->convert = convert;
-    ++pending_->unwritten;
-    platform::WorkerPool::run([pending = pending_] {
-        std::lock_guard lock(pending->writing);
-        Settings::setConvertVideos(pending->convert);
-        --pending->unwritten;
-    });
+    store([convert](PendingWrite& pending) { pending.convert = convert; });
 }

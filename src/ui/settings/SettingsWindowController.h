@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
 #include <memory>
 
 class QAbstractButton;
@@ -50,10 +51,11 @@ private:
     void showYtDlpVersion(const QString& configured);
 
     void windowDidLoad();
-    // Off the interface thread: the store writes a file.
     void save(bool convert);
-
     struct PendingWrite;
+    // Takes the choice into the pending values and stores them off this thread.
+    void store(const std::function<void(PendingWrite&)>& choose);
+
     QPointer<QWidget> window_;
     QButtonGroup* radioMatrix_;
     QButtonGroup* engineMatrix_;

@@ -2,7 +2,6 @@
 to the front and ends; a killed program leaves nothing in the way; without a
 session bus every start has its own window."""
 
-import os
 import signal
 import subprocess
 import time

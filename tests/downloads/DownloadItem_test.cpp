@@ -150,8 +150,9 @@ protected:
     static inline QTemporaryDir* clips = nullptr;
 };
 
-// Jobs at once: one title twice beside the user's own file, and titles that
-// would name something outside Downloads or too long a name.
+// Jobs at once: one title twice beside the user's own file, and a title that
+// would name something outside Downloads. (Names cut to length: the destination
+// test; what a sound track holds: the command-line runs.)
 TEST_F(MediaJobs, NamesAreNeverTakenTwiceAndStayInDownloads)
 {
     QDir().mkpath(downloads());
@@ -162,9 +163,7 @@ TEST_F(MediaJobs, NamesAreNeverTakenTwiceAndStayInDownloads)
     Settings::setConvertVideos(false);
     const Jobs jobs{AudioDownloadItem::initWithBitrate(video("Same"), clip("webm"), 192),
                     AudioDownloadItem::initWithBitrate(video("Same"), clip("flv"), 192),
-                    VideoDownloadItem::init(video("../escape"), clip("flv")),
-                    VideoDownloadItem::init(video(QString(300, 'L')), clip("flv")),
-                    VideoDownloadItem::init(video(""), clip("flv"))};
+                    VideoDownloadItem::init(video("../escape"), clip("flv"))};
     run(jobs);
     QStringList saved;
     for (const auto& job : jobs) {
@@ -172,12 +171,8 @@ TEST_F(MediaJobs, NamesAreNeverTakenTwiceAndStayInDownloads)
         ASSERT_TRUE(QFile::exists(job->fileToPlay()));
         saved << job->fileToPlay().mid(downloads().size() + 1);
     }
-    EXPECT_EQ(media::probe(jobs[0]->fileToPlay(), "stream=codec_name"), "mp3");
-    EXPECT_EQ(media::probe(jobs[1]->fileToPlay(), "stream=codec_name"), "mp3");
-    // Room is kept for " (n)" and the suffix.
     saved.sort();
-    EXPECT_EQ(saved,
-              QStringList({QString(231, 'L') + ".flv", "Same (1).mp3", "Same (2).mp3", "_.flv", "_/escape.flv"}));
+    EXPECT_EQ(saved, QStringList({"Same (1).mp3", "Same (2).mp3", "_/escape.flv"}));
     EXPECT_EQ(media::contents(downloads() + "/Same.mp3"), "the user's own file");
 }
 

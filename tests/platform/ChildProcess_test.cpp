@@ -11,7 +11,9 @@
 using namespace std::chrono_literals;
 using Capture = ChildProcess::Capture;
 
-TEST(ChildProcess, CapturesOneStreamGivesNoInputAndReportsLaunchFailures)
+// The two ways of capturing: stderr alone (ffmpeg), or stdout with stderr's tail
+// kept apart (yt-dlp); neither gives the child any input.
+TEST(ChildProcess, CapturesEachWayEndsAtItsDeadlineAndReportsLaunchFailures)
 {
     ChildProcess child;
     // stdout is inherited: the captured text must not contain it.
@@ -20,6 +22,23 @@ TEST(ChildProcess, CapturesOneStreamGivesNoInputAndReportsLaunchFailures)
     EXPECT_EQ(child.readAll(), "err\nread=1\n");
     EXPECT_EQ(child.wait().code, 3);
     EXPECT_EQ(child.wait().code, 3); // reaped once, remembered
+
+    ChildProcess apart;
+    ASSERT_TRUE(apart.start("/bin/bash", {"-c", "echo json; head -c 100000 /dev/zero | tr '\\0' x >&2; echo ERROR: why >&2; exit 1"},
+                            Capture::StandardOutputKeepingErrors));
+    EXPECT_EQ(apart.readAll(), "json\n");
+    EXPECT_EQ(apart.wait().code, 1);
+    EXPECT_EQ(apart.errorOutput().size(), 64 * 1024); // the tail only
+    EXPECT_TRUE(apart.errorOutput().endsWith("xERROR: why\n"));
+
+    ChildProcess stalled;
+    stalled.setDeadline(std::chrono::steady_clock::now() + 300ms);
+    ASSERT_TRUE(stalled.start("/bin/sleep", {"30"}, Capture::StandardOutputKeepingErrors));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(stalled.readAll().isEmpty());
+    EXPECT_EQ(stalled.wait().signal, SIGTERM);
+    EXPECT_TRUE(stalled.timedOut());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 
     ChildProcess missing;
     EXPECT_FALSE(missing.start("/nonexistent/program", {}, Capture::StandardError));
@@ -63,26 +82,4 @@ TEST(Termination, EndsABlockedReadWhenWeBlockTheSignalAndKillsAChildThatIgnoresI
     }
     EXPECT_TRUE(polite.terminateRequested());
     polite.terminate(); // after the reap: no signal goes anywhere
-}
-
-// yt-dlp's answer is on standard output and its reason on standard error; one
-// that stalls is given up at its deadline.
-TEST(ChildProcess, KeepsErrorsApartAndEndsAtItsDeadline)
-{
-    ChildProcess child;
-    ASSERT_TRUE(child.start("/bin/bash", {"-c", "echo json; head -c 100000 /dev/zero | tr '\\0' x >&2; echo ERROR: why >&2; exit 1"},
-                            Capture::StandardOutputKeepingErrors));
-    EXPECT_EQ(child.readAll(), "json\n");
-    EXPECT_EQ(child.wait().code, 1);
-    EXPECT_EQ(child.errorOutput().size(), 64 * 1024); // the tail only
-    EXPECT_TRUE(child.errorOutput().endsWith("xERROR: why\n"));
-
-    ChildProcess stalled;
-    stalled.setDeadline(std::chrono::steady_clock::now() + 300ms);
-    ASSERT_TRUE(stalled.start("/bin/sleep", {"30"}, Capture::StandardOutputKeepingErrors));
-    const auto start = std::chrono::steady_clock::now();
-    EXPECT_TRUE(stalled.readAll().isEmpty());
-    EXPECT_EQ(stalled.wait().signal, SIGTERM);
-    EXPECT_TRUE(stalled.timedOut());
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }

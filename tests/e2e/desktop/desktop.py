@@ -141,15 +141,25 @@ class Melodrift:
         wait_for(lambda: node.getState().contains(pyatspi.STATE_FOCUSED), 10, "the field to have the focus")
         pyatspi.Registry.generateKeyboardEvent(0xff0d, None, pyatspi.KEY_SYM)  # Return
 
+    def search(self, words):
+        """Types the words into "Search" as a screen reader's user would, then presses Enter."""
+        field = self.wait(pyatspi.ROLE_TEXT, "Search")
+        field.queryEditableText().setTextContents(words)
+        self.enter(field)
+
+    def rows(self, title):
+        """The rows (of the results or the downloads) whose description names the title."""
+        return [node for role in (pyatspi.ROLE_FILLER, pyatspi.ROLE_PANEL) for node in self.find_all(role)
+                if node.description == title]
+
     def row(self, title, timeout=30.0):
-        """The row (of the results or the downloads) whose description names the title."""
-        def find():
-            for role in (pyatspi.ROLE_FILLER, pyatspi.ROLE_PANEL):
-                for node in self.find_all(role):
-                    if node.description == title:
-                        return node
-            return None
-        return wait_for(find, timeout, "a row for " + repr(title))
+        return wait_for(lambda: next(iter(self.rows(title)), None), timeout, "a row for " + repr(title))
+
+    def ended(self, title, timeout=120):
+        """The newest download row of the title, once its job has ended."""
+        row = self.row(title)
+        wait_for(lambda: {"Done", "Failed"} & set(self.text_of(row)), timeout, title + " to end")
+        return row
 
     def text_of(self, node):
         """The names of every label under the node, in tree order."""

@@ -34,14 +34,10 @@ class History(DesktopTest):
         run.wait(pyatspi.ROLE_TEXT, "Search")
 
     def download(self, run, words, title, button):
-        field = run.wait(pyatspi.ROLE_TEXT, "Search")
-        field.queryEditableText().setTextContents(words)
-        run.enter(field)
+        run.search(words)
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, button, root=run.row(title)))
         run.wait(pyatspi.ROLE_PUSH_BUTTON, "Clear finished")  # the downloads view, not the result
-        row = run.row(title)
-        wait_for(lambda: {"Done", "Failed"} & set(run.text_of(row)), 120, title + " to end")
-        return row
+        return run.ended(title)
 
     def shows(self, run, row, pattern):
         return any(pattern.search(text or "") for text in run.text_of(row))
@@ -92,9 +88,8 @@ class History(DesktopTest):
         wait_for(lambda: self.shows(run, run.row(RULE), saved_line("MP4", RULE, ".mp4")), 10, "the second CLI row")
 
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Remove from list", root=run.row(RULE)))
-        wait_for(lambda: run.find(pyatspi.ROLE_PUSH_BUTTON, "Play", root=run.row(GLIDER)) and
-                 not any(node.description == RULE for node in run.find_all(pyatspi.ROLE_FILLER) +
-                         run.find_all(pyatspi.ROLE_PANEL)), 10, "the row to go")
+        wait_for(lambda: run.find(pyatspi.ROLE_PUSH_BUTTON, "Play", root=run.row(GLIDER)) and not run.rows(RULE),
+                 10, "the row to go")
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Clear finished"))
         run.wait(pyatspi.ROLE_LABEL, "Nothing downloaded yet. Videos and sound tracks you save appear here.")
         self.assertTrue(os.path.isfile(self.file(GLIDER + ".mp3")))
@@ -115,10 +110,8 @@ class History(DesktopTest):
         self.service.stop()
         self.service = Service("--port", port)
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Retry", root=row))
-        wait_for(lambda: len([n for n in run.find_all(pyatspi.ROLE_FILLER) + run.find_all(pyatspi.ROLE_PANEL)
-                              if n.description == GLIDER]) == 2, 30, "a new row")
-        wait_for(lambda: any("Done" in run.text_of(n) for n in run.find_all(pyatspi.ROLE_FILLER) +
-                             run.find_all(pyatspi.ROLE_PANEL) if n.description == GLIDER), 120, "the new job to end")
+        wait_for(lambda: len(run.rows(GLIDER)) == 2, 30, "a new row")
+        wait_for(lambda: any("Done" in run.text_of(n) for n in run.rows(GLIDER)), 120, "the new job to end")
         self.assertTrue(os.path.isfile(self.file(GLIDER + ".mp3")))
 
 

@@ -14,16 +14,10 @@ MANDELBROT = "Caf\u00e9 Cr\u00e8me \u2013 Mandelbrot Zoom"  # WebM and 3GP only
 
 
 class Search(DesktopTest):
-    def search(self, run, words):
-        field = run.wait(pyatspi.ROLE_TEXT, "Search")
-        field.queryEditableText().setTextContents(words)  # as a screen reader's user would
-        run.enter(field)
-
     def finished(self, run, title, timeout=120):
         """Waits in the Downloads view for the newest job of the title to end Done, with Play."""
         run.wait(pyatspi.ROLE_PUSH_BUTTON, "Open Downloads folder")
-        row = run.row(title)
-        wait_for(lambda: "Done" in run.text_of(row) or "Failed" in run.text_of(row), timeout, title + " to end")
+        row = run.ended(title, timeout)
         self.assertIn("Done", run.text_of(row))
         wait_for(lambda: run.find(pyatspi.ROLE_PUSH_BUTTON, "Play", root=row), 10, "the Play button")
 
@@ -33,7 +27,7 @@ class Search(DesktopTest):
 
     def saved(self, run, words, title, button, suffix):
         """Searches, presses the row's button, waits for the job and looks for its file."""
-        self.search(run, words)
+        run.search(words)
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, button, root=run.row(title)))
         self.finished(run, title)
         self.assertIn(title + suffix, self.downloads())
@@ -49,7 +43,7 @@ class Search(DesktopTest):
     @unittest.skipIf(os.environ.get("MELODRIFT_E2E_NO_WEB_ENGINE"), "the web engine is not run under ThreadSanitizer")
     def test_preview_then_its_download_audio(self):
         run = self.start()
-        self.search(run, "glider")
+        run.search("glider")
         row = run.row(GLIDER)
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Preview", root=row))
         preview = run.wait(pyatspi.ROLE_DIALOG, GLIDER, timeout=30)
@@ -63,14 +57,14 @@ class Search(DesktopTest):
 
     def test_a_private_videos_address_is_an_alert(self):
         run = self.start()
-        self.search(run, self.service.watch("UHJpdmF0ZTE"))
+        run.search(self.service.watch("UHJpdmF0ZTE"))
         alert = run.wait(pyatspi.ROLE_ALERT, timeout=30)
         wait_for(lambda: "This video is private." in run.text_of(alert), 10, "the notice's text")
         self.assertIn("YouTube:", run.text_of(alert))
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "OK", root=alert))
         wait_for(lambda: run.find(pyatspi.ROLE_ALERT) is None, 10, "the alert to close")
         # Still usable.
-        self.search(run, "glider")
+        run.search("glider")
         run.row(GLIDER)
 
     def test_a_hostile_feeds_local_link_is_refused_unread(self):
@@ -80,7 +74,7 @@ class Search(DesktopTest):
         self.service.stop()
         self.service = Service("--hostile", secret)
         run = self.start()
-        self.search(run, "hostile")
+        run.search("hostile")
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download audio", root=run.row("Local Link")))
         alert = run.wait(pyatspi.ROLE_ALERT, timeout=30)
         refusal = "Refused a non-web address: file://" + secret

@@ -4,7 +4,6 @@ left behind by a superseded search; and the classic engine's failed search
 offering yt-dlp."""
 
 import os
-import time
 import unittest
 
 import pyatspi
@@ -35,23 +34,16 @@ def yt_dlp_children(pid):
 
 
 class YtDlp(DesktopTest):
-    def search(self, run, words):
-        field = run.wait(pyatspi.ROLE_TEXT, "Search")
-        field.queryEditableText().setTextContents(words)
-        run.enter(field)
-
     def test_search_download_and_a_pages_reason(self):
         run = self.start("--engine", "yt-dlp")
-        self.search(run, "glider")
+        run.search("glider")
         run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download audio", root=run.row(GLIDER)))
         run.wait(pyatspi.ROLE_PUSH_BUTTON, "Open Downloads folder")
-        row = run.row(GLIDER)
-        wait_for(lambda: "Done" in run.text_of(row) or "Failed" in run.text_of(row), 120, "the job to end")
-        self.assertIn("Done", run.text_of(row))
+        self.assertIn("Done", run.text_of(run.ended(GLIDER)))
         self.assertIn(GLIDER + ".mp3", os.listdir(os.path.join(self.home, "Downloads")))
 
         run.click(run.wait(pyatspi.ROLE_LIST_ITEM, "Search"))
-        self.search(run, self.service.watch("UHJpdmF0ZTE"))
+        run.search(self.service.watch("UHJpdmF0ZTE"))
         alert = run.wait(pyatspi.ROLE_ALERT, timeout=60)
         reason = "Unsupported URL: " + self.service.watch("UHJpdmF0ZTE")
         wait_for(lambda: any(reason in text for text in run.text_of(alert)), 10, "yt-dlp's reason")
@@ -63,9 +55,9 @@ class YtDlp(DesktopTest):
         self.service = Service("--latency", "feed=5000")
         run = self.start("--engine", "yt-dlp")
         pid = run.process.pid
-        self.search(run, "glider")
+        run.search("glider")
         first = wait_for(lambda: yt_dlp_children(pid), 20, "the first search's yt-dlp")
-        self.search(run, "bars")
+        run.search("bars")
         wait_for(lambda: not set(first) & set(yt_dlp_children(pid)), 10, "the superseded yt-dlp to end")
         self.assertLessEqual(len(yt_dlp_children(pid)), 1)
         run.row(BARS, timeout=60)
@@ -75,7 +67,7 @@ class YtDlp(DesktopTest):
         base = self.service.base
         self.service.stop()  # nothing answers at its address now
         run = self.start()
-        self.search(run, "glider")
+        run.search("glider")
         switch = run.wait(pyatspi.ROLE_PUSH_BUTTON, "Search with yt-dlp instead", timeout=60)
         self.assertTrue(any("The search failed" in label for label in run.text_of(run.window)))
         run.press(switch)

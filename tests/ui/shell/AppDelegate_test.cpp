@@ -157,6 +157,9 @@ private slots:
         app.settingsClick();
         QCOMPARE(app.settingsWindowController(), settings);
 
+        // (Each answer runs a program or writes a file on a worker; a loaded
+        // machine may take a while.)
+        constexpr int slow = 20000;
         // A yt-dlp of the user's own: its version is shown, it is stored, and
         // searches run it from now on; then back to the one on PATH.
         const QString mine = home.path() + "/my yt-dlp";
@@ -165,14 +168,14 @@ private slots:
         script.close();
         script.setPermissions(script.permissions() | QFileDevice::ExeOwner);
         settings->chooseYtDlp(mine);
-        QTRY_VERIFY(settings->engineMatrix()->button(1)->text().contains("2099.01.01"));
+        QTRY_VERIFY_WITH_TIMEOUT(settings->engineMatrix()->button(1)->text().contains("2099.01.01"), slow);
         QVERIFY(settings->ytDlpProgram()->text().contains(mine));
         QCOMPARE(app.menu()->getNewSearchController()->engineChoice().ytDlp, mine);
-        QTRY_COMPARE(Settings::engineChoice().ytDlp, mine);
+        QTRY_COMPARE_WITH_TIMEOUT(Settings::engineChoice().ytDlp, mine, slow);
         settings->chooseYtDlp({});
-        QTRY_VERIFY(!settings->ytDlpProgram()->text().contains(mine) &&
-                    !settings->engineMatrix()->button(1)->text().contains("2099"));
-        QTRY_COMPARE(Settings::engineChoice().ytDlp, QString());
+        QTRY_VERIFY_WITH_TIMEOUT(!settings->ytDlpProgram()->text().contains(mine) &&
+                    !settings->engineMatrix()->button(1)->text().contains("2099"), slow);
+        QTRY_COMPARE_WITH_TIMEOUT(Settings::engineChoice().ytDlp, QString(), slow);
         QCOMPARE(app.menu()->getNewSearchController()->engineChoice().ytDlp, QString());
 
         // The Downloads folder: a writable one is shown and stored; a file
@@ -180,11 +183,11 @@ private slots:
         const QString folder = home.path() + "/Saved here";
         QVERIFY(QDir().mkpath(folder));
         settings->chooseFolder(folder);
-        QTRY_COMPARE(settings->folderLabel()->text(), folder);
+        QTRY_COMPARE_WITH_TIMEOUT(settings->folderLabel()->text(), folder, slow);
         QCOMPARE(Settings::downloadFolder(), folder);
         settings->chooseFolder(mine);
         QMessageBox* refusal = nullptr;
-        QTRY_VERIFY((refusal = settings->window()->findChild<QMessageBox*>()) != nullptr);
+        QTRY_VERIFY_WITH_TIMEOUT((refusal = settings->window()->findChild<QMessageBox*>()) != nullptr, slow);
         QVERIFY(refusal->text().contains(mine));
         QCOMPARE(settings->folderLabel()->text(), folder);
         QCOMPARE(Settings::downloadFolder(), folder);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -21,6 +22,10 @@ namespace {
 
 // What is kept of standard error: the reason of a failure is at its end.
 constexpr qsizetype errorTailBytes = 64 * 1024;
+
+// How long a busy program file is waited for: a few launches' worth.
+constexpr int busyRetries = 10;
+constexpr std::chrono::milliseconds busyPause{25};
 
 QString errnoText(int error)
 {
@@ -138,8 +143,16 @@ bool ChildProcess::start(const QString& program, const QStringList& arguments, C
         argv.push_back(item.data());
     argv.push_back(nullptr);
 
+    // "Text file busy": a program that was just written (a fresh yt-dlp, or one
+    // updating itself) can still be open for writing in a child another thread
+    // is launching at this moment; that child lets go when it execs.
     pid_t pid = -1;
-    const int rc = ::posix_spawn(&pid, path.constData(), &setup.actions, &setup.attributes, argv.data(), environ);
+    int rc = ETXTBSY;
+    for (int attempt = 0; rc == ETXTBSY && attempt < busyRetries; ++attempt) {
+        if (attempt > 0)
+            std::this_thread::sleep_for(busyPause);
+        rc = ::posix_spawn(&pid, path.constData(), &setup.actions, &setup.attributes, argv.data(), environ);
+    }
     ::close(pipeFds[1]);
     if (errorFds[1] >= 0)
         ::close(errorFds[1]);

@@ -6,7 +6,9 @@
 #include <csignal>
 #include <thread>
 
+#include <fcntl.h>
 #include <pthread.h>
+#include <unistd.h>
 
 using namespace std::chrono_literals;
 using Capture = ChildProcess::Capture;
@@ -44,6 +46,30 @@ TEST(ChildProcess, CapturesEachWayEndsAtItsDeadlineAndReportsLaunchFailures)
     EXPECT_FALSE(missing.start("/nonexistent/program", {}, Capture::StandardError));
     EXPECT_TRUE(missing.error().contains("/nonexistent/program")) << missing.error().toStdString();
     EXPECT_FALSE(missing.wait().started);
+
+    // A program still open for writing (another child not yet past exec holds
+    // it) is waited for a moment; one that stays so fails as busy.
+    char dir[] = "/tmp/childprocess-XXXXXX";
+    ASSERT_NE(::mkdtemp(dir), nullptr);
+    const std::string program = std::string(dir) + "/busy";
+    int writer = ::open(program.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0700);
+    ASSERT_GE(writer, 0);
+    ASSERT_EQ(::write(writer, "#!/bin/sh\necho ran\n", 19), 19);
+    ChildProcess busy;
+    EXPECT_FALSE(busy.start(QString::fromStdString(program), {}, Capture::StandardOutputKeepingErrors));
+    EXPECT_TRUE(busy.error().contains("busy")) << busy.error().toStdString();
+    std::thread release([writer] {
+        std::this_thread::sleep_for(60ms);
+        ::close(writer);
+    });
+    ChildProcess waited;
+    const bool ran = waited.start(QString::fromStdString(program), {}, Capture::StandardOutputKeepingErrors);
+    release.join();
+    ASSERT_TRUE(ran) << waited.error().toStdString();
+    EXPECT_EQ(waited.readAll(), "ran\n");
+    ::unlink(program.c_str());
+    ::rmdir(dir);
+
     ChildProcess early;
     early.terminate();
     EXPECT_FALSE(early.start("/bin/true", {}, Capture::StandardError));

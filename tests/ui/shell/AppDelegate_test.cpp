@@ -28,6 +28,7 @@
 #include <QMimeData>
 #include <QProgressBar>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
 
@@ -62,11 +63,18 @@ double contrast(const QColor& a, const QColor& b)
 class TestAppDelegate : public QObject {
     Q_OBJECT
     alert_recorder alerts;
+    QTemporaryDir programs_;
 private slots:
     void initTestCase()
     {
         platform::Localization::install(QLocale(QLocale::English));
         platform::Log::setSink([](const QString&) {});
+        // Written before any thread launches a program: one launched meanwhile
+        // would hold it open for writing, and running it would fail as busy.
+        QFile script(programs_.filePath("my yt-dlp"));
+        QVERIFY(script.open(QIODevice::WriteOnly) && script.write("#!/bin/sh\necho 2099.01.01\n") > 0);
+        script.close();
+        script.setPermissions(script.permissions() | QFileDevice::ExeOwner);
     }
 
     void windowIsShownOnlyAfterTheCacheWipeAndTheSearchViewsLaunch()
@@ -162,13 +170,10 @@ private slots:
         constexpr int slow = 20000;
         // A yt-dlp of the user's own: its version is shown, it is stored, and
         // searches run it from now on; then back to the one on PATH.
-        const QString mine = home.path() + "/my yt-dlp";
-        QFile script(mine);
-        QVERIFY(script.open(QIODevice::WriteOnly) && script.write("#!/bin/sh\necho 2099.01.01\n") > 0);
-        script.close();
-        script.setPermissions(script.permissions() | QFileDevice::ExeOwner);
+        const QString mine = programs_.filePath("my yt-dlp");
         settings->chooseYtDlp(mine);
-        QTRY_VERIFY_WITH_TIMEOUT(settings->engineMatrix()->button(1)->text().contains("2099.01.01"), slow);
+        QTRY_VERIFY2_WITH_TIMEOUT(settings->engineMatrix()->button(1)->text().contains("2099.01.01"),
+                                  qPrintable(settings->engineMatrix()->button(1)->text()), slow);
         QVERIFY(settings->ytDlpProgram()->text().contains(mine));
         QCOMPARE(app.menu()->getNewSearchController()->engineChoice().ytDlp, mine);
         QTRY_COMPARE_WITH_TIMEOUT(Settings::engineChoice().ytDlp, mine, slow);

@@ -17,6 +17,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
+#include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 
 namespace {
@@ -90,6 +92,26 @@ private slots:
         for (const int row : {1, 2})
             QVERIFY(qobject_cast<resultlist::MainCell*>(table.cellAt(row)));
         QVERIFY(table.cellAt(0)->height() > table.cellAt(1)->height());
+        // The narrowest window's list fits its width: smaller pictures, and
+        // icons with the words as tooltips and names; words again when wide.
+        const auto header = static_cast<resultlist::ResultCell*>(table.cellAt(0));
+        const auto row = static_cast<resultlist::ResultCell*>(table.cellAt(1));
+        search->view()->resize(311, 600);
+        QTRY_VERIFY(header->compactButtons() && row->compactButtons());
+        QVERIFY(!table.horizontalScrollBar()->isVisible());
+        for (const resultlist::ResultCell* cell : {header, row}) {
+            const QPushButton* audio = cell->downloadAudioButton();
+            QVERIFY(audio->text().isEmpty() && !audio->icon().isNull());
+            QCOMPARE(audio->toolTip(), QString("Download audio"));
+            QCOMPARE(audio->accessibleName(), QString("Download audio"));
+            QVERIFY(cell->width() <= table.viewport()->width());
+            QVERIFY(audio->mapTo(cell, QPoint(audio->width(), 0)).x() <= cell->width());
+        }
+        QCOMPARE(row->thumbnailView()->width(), 128);
+        search->view()->resize(800, 600);
+        QTRY_VERIFY(!row->compactButtons() && !header->compactButtons());
+        QCOMPARE(row->downloadAudioButton()->text(), QString("Download audio"));
+        QCOMPARE(header->thumbnailView()->size(), QSize(400, 225));
         QVERIFY(table.isVisible());
         QVERIFY(search->statusLabel()->isHidden());
         QCOMPARE(seen.mid(0, 4), (QList<QPair<int, int>>{{50, 2600}, {75, 2600}, {100, 300}, {200, 300}}));

@@ -9,6 +9,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include <algorithm>
+
 namespace resultlist {
 
 HeaderCell::HeaderCell(QWidget* parent) : ResultCell(QSize(400, 225), parent), descriptionLabel_(new QLabel)
@@ -40,10 +42,26 @@ HeaderCell::HeaderCell(QWidget* parent) : ResultCell(QSize(400, 225), parent), d
     text->addWidget(busy_);
 
     auto* layout = new QHBoxLayout(this);
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
     layout->setContentsMargins(16, 20, 16, 16);
     layout->setSpacing(20);
     layout->addLayout(picture);
     layout->addLayout(text, 1);
+}
+
+QSize HeaderCell::minimumSizeHint() const
+{
+    return {around + 128 + 100, height};
+}
+
+void HeaderCell::fitWidth(int width)
+{
+    // The picture takes what the text leaves, up to its full size, and never
+    // less than half the room; in steps, as each size is a new scaling.
+    const int room = width - around;
+    const int side = std::clamp(std::max(room - textColumn, room * 11 / 20) / 8 * 8, 128, 400);
+    setThumbnailSize({side, side * 9 / 16});
+    setCompactButtons(room - std::max(side, wordButtonsWidth()) < narrowTextColumn);
 }
 
 void HeaderCell::setObjectValue(const QModelIndex& index)

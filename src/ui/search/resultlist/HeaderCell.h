@@ -17,8 +17,19 @@ public:
     QLabel* descriptionLabel() const { return descriptionLabel_; }
 
     static constexpr int height = 317;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void fitWidth(int width) override;
 
 private:
+    // Both margins and the gap between picture and text.
+    static constexpr int around = 16 + 20 + 16;
+    // The text's column: what it is given before the picture grows, and the
+    // least it keeps when the buttons under the picture show their words.
+    static constexpr int textColumn = 200;
+    static constexpr int narrowTextColumn = 140;
+
     QLabel* descriptionLabel_;
 };
 

@@ -29,10 +29,23 @@ MainCell::MainCell(QWidget* parent) : ResultCell(QSize(160, 90), parent)
     text->addStretch(1);
 
     auto* layout = new QHBoxLayout(this);
+    layout->setSizeConstraint(QLayout::SetNoConstraint);
     layout->setContentsMargins(16, 14, 16, 14);
     layout->setSpacing(16);
     layout->addWidget(thumbnailView_, 0, Qt::AlignVCenter);
     layout->addLayout(text, 1);
+}
+
+QSize MainCell::minimumSizeHint() const
+{
+    return {around + 128 + compactButtonsWidth, height};
+}
+
+void MainCell::fitWidth(int width)
+{
+    setCompactButtons(width < around + 160 + wordButtonsWidth());
+    // The smaller picture only where even the icons leave it no room.
+    setThumbnailSize(width < around + 160 + compactButtonsWidth ? QSize(128, 72) : QSize(160, 90));
 }
 
 } // namespace resultlist

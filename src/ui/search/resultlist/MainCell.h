@@ -12,6 +12,14 @@ public:
     explicit MainCell(QWidget* parent = nullptr);
 
     static constexpr int height = 118;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void fitWidth(int width) override;
+
+private:
+    // Both margins and the gap between picture and text.
+    static constexpr int around = 3 * 16;
 };
 
 } // namespace resultlist

@@ -3,6 +3,7 @@
 #include "platform/Localization.h"
 #include "platform/Text.h"
 #include "ui/widgets/ElidedLabel.h"
+#include "ui/widgets/Picture.h"
 #include "ui/search/SearchResultModel.h"
 
 #include <QHBoxLayout>
@@ -10,6 +11,9 @@
 #include <QPainter>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QResizeEvent>
+
+#include <utility>
 
 using platform::Localization;
 
@@ -66,18 +70,73 @@ void ResultCell::setObjectValue(const QModelIndex& index)
     lengthLabel_->setText(platform::clockText(index.data(SearchResultModel::SecondsRole).toLongLong()));
     busy_->setVisible(index.data(SearchResultModel::LoadingRole).toBool());
 
-    // Decoded where it was fetched; scaled here once per picture.
+    // Decoded where it was fetched; scaled here once per picture and size.
     const QImage image = index.data(SearchResultModel::ThumbnailRole).value<QImage>();
     if (image.cacheKey() != shownImage_) {
         shownImage_ = image.cacheKey();
-        const qreal ratio = devicePixelRatioF();
-        QPixmap picture;
-        if (!image.isNull()) {
-            picture = QPixmap::fromImage(
-                image.scaled(thumbnailSize_ * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation));
-            picture.setDevicePixelRatio(ratio);
+        image_ = image;
+        showThumbnail();
+    }
+}
+
+void ResultCell::showThumbnail()
+{
+    const qreal ratio = devicePixelRatioF();
+    QPixmap picture;
+    if (!image_.isNull()) {
+        picture = QPixmap::fromImage(image_.scaled(thumbnailSize_ * ratio, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        picture.setDevicePixelRatio(ratio);
+    }
+    thumbnailView_->setPixmap(picture);
+}
+
+void ResultCell::setThumbnailSize(QSize size)
+{
+    if (size == thumbnailSize_)
+        return;
+    thumbnailSize_ = size;
+    thumbnailView_->setFixedSize(size);
+    showThumbnail();
+}
+
+void ResultCell::resizeEvent(QResizeEvent* event)
+{
+    ModelCell::resizeEvent(event);
+    fitWidth(event->size().width());
+}
+
+int ResultCell::wordButtonsWidth()
+{
+    if (!compact_ || wordButtonsWidth_ == 0) {
+        const bool wasCompact = compact_;
+        setCompactButtons(false);
+        wordButtonsWidth_ = 2 * 6;
+        for (const QPushButton* button : {previewButton_, downloadVideoButton_, downloadAudioButton_})
+            wordButtonsWidth_ += button->sizeHint().width();
+        setCompactButtons(wasCompact);
+    }
+    return wordButtonsWidth_;
+}
+
+void ResultCell::setCompactButtons(bool compact)
+{
+    if (compact == compact_)
+        return;
+    compact_ = compact;
+    const std::pair<QPushButton*, const char*> buttons[] = {{previewButton_, "icon_play"},
+                                                            {downloadVideoButton_, "icon_video"},
+                                                            {downloadAudioButton_, "icon_audio"}};
+    for (const auto& [button, icon] : buttons) {
+        const QString words = button->accessibleName();
+        button->setText(compact ? QString() : words);
+        button->setToolTip(compact ? words : QString());
+        button->setIcon(compact ? Picture::icon(QStringLiteral(":/images/%1.svg").arg(QLatin1String(icon))) : QIcon());
+        if (compact)
+            button->setFixedWidth(compactButtonSide);
+        else {
+            button->setMinimumWidth(0);
+            button->setMaximumWidth(QWIDGETSIZE_MAX);
         }
-        thumbnailView_->setPixmap(picture);
     }
 }
 

@@ -24,6 +24,8 @@ public:
     QPushButton* downloadAudioButton() const { return downloadAudioButton_; }
     ElidedLabel* titleLabel() const { return titleLabel_; }
     QLabel* lengthLabel() const { return lengthLabel_; }
+    QLabel* thumbnailView() const { return thumbnailView_; }
+    bool compactButtons() const { return compact_; }
 
 signals:
     void previewClicked();
@@ -33,8 +35,20 @@ signals:
 protected:
     ResultCell(QSize thumbnailSize, QWidget* parent);
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     // Preview, Download video and Download audio, side by side.
     QHBoxLayout* buttonRow() const;
+
+    // A narrow list is never scrolled sideways: each cell fits its parts to
+    // the width it is given (it asks only for its narrowest, minimumSizeHint).
+    virtual void fitWidth(int width) = 0;
+    // The buttons' icons alone, their words kept as tooltips and accessible names.
+    void setCompactButtons(bool compact);
+    // The row of buttons with their words, as last measured while they showed them.
+    int wordButtonsWidth();
+    static constexpr int compactButtonSide = 34;
+    static constexpr int compactButtonsWidth = 3 * compactButtonSide + 2 * 6;
+    void setThumbnailSize(QSize size);
 
     QLabel* thumbnailView_;
     ElidedLabel* titleLabel_;
@@ -45,8 +59,13 @@ protected:
     QPushButton* downloadAudioButton_;
 
 private:
-    const QSize thumbnailSize_;
+    void showThumbnail();
+
+    QSize thumbnailSize_;
+    QImage image_;
     qint64 shownImage_ = -1;
+    bool compact_ = false;
+    int wordButtonsWidth_ = 0;
 };
 
 } // namespace resultlist

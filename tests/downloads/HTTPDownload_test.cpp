@@ -38,9 +38,9 @@ protected:
             doneDuringFinish = d.isDone();
         });
     }
-    void run(const std::string& url, std::chrono::milliseconds timeout = 5s)
+    void run(const std::string& url, std::chrono::milliseconds timeout = 5s, const QString& into = {})
     {
-        start(url);
+        start(url, into);
         download->setTimeout(timeout);
         download->start();
         download->waitForFinish();
@@ -103,9 +103,7 @@ TEST_F(Transfer, StallOrUnwritableFileEndsOnceCancelEndsSilently)
     EXPECT_EQ(finishes, 1);
 
     scripted_server server(ok("body"));
-    start(server.url(), dir.path() + "/no/such/folder/file");
-    download->start();
-    download->waitForFinish();
+    run(server.url(), 5s, dir.path() + "/no/such/folder/file");
     ASSERT_TRUE(download->error());
     EXPECT_EQ(download->error()->domain, "file");
     EXPECT_EQ(finishes, 2);

@@ -23,7 +23,6 @@ public:
         int status = 200;
         std::string body;
         std::vector<std::pair<std::string, std::string>> headers{};
-        std::chrono::milliseconds delay{0};
         // Half the body, then the connection held until the client gives up.
         bool stall = false;
     };
@@ -40,7 +39,6 @@ public:
             const response reply = handler_(r);
             service::HttpResponse out = service::HttpResponse::text(reply.status, reply.body);
             out.headers = reply.headers;
-            out.delay = reply.delay;
             if (reply.stall)
                 out.delivery = service::Delivery::stall;
             return out;

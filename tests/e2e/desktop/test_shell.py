@@ -1,7 +1,7 @@
-"""The main window: its sidebar switches the views, the Downloads folder button
-opens the folder, and the settings window keeps a choice across a restart."""
+"""The main window: the settings window keeps a choice across a restart, and
+Quit does not wait for a stalled server. (The sidebar and the Downloads folder
+button: the history script.)"""
 
-import os
 import time
 import unittest
 
@@ -11,24 +11,6 @@ from desktop import DesktopTest, Service, wait_for
 
 
 class Shell(DesktopTest):
-    def test_sidebar_switches_between_search_and_downloads(self):
-        run = self.start()
-        search_entry = run.wait(pyatspi.ROLE_LIST_ITEM, "Search")
-        downloads_entry = run.wait(pyatspi.ROLE_LIST_ITEM, "Downloads")
-        run.wait(pyatspi.ROLE_TEXT, "Search")
-        self.assertIsNone(run.find(pyatspi.ROLE_PUSH_BUTTON, "Open Downloads folder"))
-
-        run.click(downloads_entry)
-        folder = run.wait(pyatspi.ROLE_PUSH_BUTTON, "Open Downloads folder")
-        self.assertIsNone(run.find(pyatspi.ROLE_TEXT, "Search"))
-        run.press(folder)
-        wait_for(lambda: self.opened(), what="the Downloads folder to open")
-        self.assertEqual(self.opened(), ["file://" + os.path.join(self.home, "Downloads")])
-
-        run.click(search_entry)
-        run.wait(pyatspi.ROLE_TEXT, "Search")
-        self.assertIsNone(run.find(pyatspi.ROLE_PUSH_BUTTON, "Open Downloads folder"))
-
     def test_settings_choice_survives_a_restart(self):
         run = self.start()
         run.press(run.menu_item("Settings\u2026"))

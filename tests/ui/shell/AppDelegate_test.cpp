@@ -108,42 +108,6 @@ private slots:
         QCOMPARE(app.menu()->currentView(), search->view());
     }
 
-    void sidebarEntriesAndTheirViews()
-    {
-        test_home home;
-        AppDelegate app(nowhere(), &alerts);
-        app.applicationDidFinishLaunching();
-        QTRY_VERIFY(app.window()->isVisible());
-        MenuDelegate& menu = *app.menu();
-        QAbstractItemModelTester tester(menu.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
-
-        // Entry texts and clicks: the desktop end-to-end run; here the pictures.
-        const QAbstractItemModel& model = *menu.model();
-        QCOMPARE(model.rowCount(), 3);
-        QVERIFY(!model.index(0, 0).data(Qt::DecorationRole).isValid());
-        for (const int row : {1, 2})
-            QVERIFY(!model.index(row, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(16, 16).isNull());
-
-        QWidget* search = menu.getNewSearchController()->view();
-        QWidget* downloads = menu.downloadController()->view();
-        QSignalSpy removed(menu.placeHolderView(), &QStackedWidget::widgetRemoved);
-        QItemSelectionModel& selection = *menu.outlineView()->selectionModel();
-
-        // The header is never left selected: row 1 and the search view instead.
-        selection.select(model.index(0, 0), QItemSelectionModel::ClearAndSelect);
-        QCOMPARE(selectedRow(menu), 1);
-        QCOMPARE(menu.currentView(), search);
-        // Choosing the entry already shown changes nothing.
-        selection.select(model.index(1, 0), QItemSelectionModel::ClearAndSelect);
-        QCOMPARE(menu.currentView(), search);
-        QCOMPARE(removed.count(), 0);
-
-        // The shown view is the holder's only one (clicks: the desktop end-to-end run).
-        selection.select(model.index(2, 0), QItemSelectionModel::ClearAndSelect);
-        QCOMPARE(menu.currentView(), downloads);
-        QCOMPARE(menu.placeHolderView()->count(), 1);
-    }
-
     // (The stored choice shown, and a click saved: the desktop end-to-end run's restart.)
     void windowSizeLimitAndSettingsWindowMadeOnFirstUseAndKept()
     {
@@ -198,15 +162,35 @@ private slots:
         QCOMPARE(Settings::downloadFolder(), folder);
     }
 
-    // The window's own ways in: a dropped link, and the keys.
-    void aDroppedWatchPageLinkIsSearchedShortcutsReachTheViews()
+    // The window's ways in: the sidebar, a dropped link, and the keys.
+    void sidebarDroppedWatchPageLinkAndShortcutsReachTheViews()
     {
         test_home home;
         AppDelegate app(nowhere(), &alerts);
         app.applicationDidFinishLaunching();
         QTRY_VERIFY(app.window()->isVisible());
-        app.menu()->setSubViewDownloads();
-        NewSearchController& search = *app.menu()->getNewSearchController();
+        MenuDelegate& menu = *app.menu();
+        NewSearchController& search = *menu.getNewSearchController();
+        QAbstractItemModelTester tester(menu.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+
+        // Entry texts and clicks: the desktop end-to-end runs; here the pictures.
+        const QAbstractItemModel& model = *menu.model();
+        QCOMPARE(model.rowCount(), 3);
+        QVERIFY(!model.index(0, 0).data(Qt::DecorationRole).isValid());
+        for (const int row : {1, 2})
+            QVERIFY(!model.index(row, 0).data(Qt::DecorationRole).value<QIcon>().pixmap(16, 16).isNull());
+        // The header is never left selected: row 1 and the search view instead;
+        // choosing the entry already shown changes nothing.
+        QSignalSpy removed(menu.placeHolderView(), &QStackedWidget::widgetRemoved);
+        QItemSelectionModel& selection = *menu.outlineView()->selectionModel();
+        selection.select(model.index(0, 0), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(selectedRow(menu), 1);
+        QCOMPARE(menu.currentView(), search.view());
+        selection.select(model.index(1, 0), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(menu.currentView(), search.view());
+        QCOMPARE(removed.count(), 0);
+
+        menu.setSubViewDownloads();
         const auto drop = [&app](const QMimeData& data) {
             QDragEnterEvent enter(QPoint(300, 200), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
             QApplication::sendEvent(app.window(), &enter);
@@ -233,10 +217,11 @@ private slots:
 
         app.window()->activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(app.window()));
-        MenuDelegate& menu = *app.menu();
+        // The shown view is the holder's only one.
         QTest::keyClick(app.window(), Qt::Key_2, Qt::ControlModifier);
         QCOMPARE(menu.currentView(), menu.downloadController()->view());
         QCOMPARE(selectedRow(menu), 2);
+        QCOMPARE(menu.placeHolderView()->count(), 1);
         QTest::keyClick(app.window(), Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(menu.currentView(), menu.getNewSearchController()->view());
         menu.setSubViewDownloads();

@@ -377,18 +377,18 @@ void NewSearchController::downloadAgain(const QUrl& link, bool audio)
     video->parseUrlsAsync(this, [this, video, audio](const QString& error) {
         if (!error.isEmpty())
             return alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
-        const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
-                                                        : VideoDownloadItem::initBest(video);
-        if (!job)
-            return alerts_.showAlert(QStringLiteral("YouTube:"), Localization::string("Search.NoStream"),
-                                     mainView_->window());
-        downloadEvent(*this, job);
+        startBest(video, audio);
     });
 }
 
 void NewSearchController::streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio)
 {
     model_->reloadRow(model_->rowOf(video.get()));
+    startBest(video, audio);
+}
+
+void NewSearchController::startBest(const std::shared_ptr<YouTubeVideo>& video, bool audio)
+{
     const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
                                                     : VideoDownloadItem::initBest(video);
     if (!job) {

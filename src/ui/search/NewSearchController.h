@@ -97,6 +97,8 @@ private:
     void searchIsFinish();
     void downloadButton(int row, bool audio);
     void streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio);
+    // The job of the video's best stream, or the alert that it has none.
+    void startBest(const std::shared_ptr<YouTubeVideo>& video, bool audio);
     void startDownload(const std::shared_ptr<YouTubeVideo>& video, const std::shared_ptr<YouTubeUrl>& stream, bool audio);
     void showStatus(const QString& text);
     void bringWindowToFront();

@@ -85,7 +85,7 @@ int main(int argc, char** argv)
     platform::Localization::install();
     const QString base = QString::fromLocal8Bit(argv[1]);
     const QString id = QString::fromLocal8Bit(argv[2]);
-    const auto engine = engine::Engine::create({*kind, {}}, platform::ServiceEndpoints::at(QUrl(base)));
+    const auto engine = engine::Engine::create({*kind, {}, {}}, platform::ServiceEndpoints::at(QUrl(base)));
     AlertPresenter alerts;
     PreviewController preview(alerts);
     const long before = statusKb("VmRSS:");

@@ -288,16 +288,16 @@
         <translation>wird gesucht …</translation>
     </message>
     <message id="Settings.YtDlpMissing">
-        <source>not installed: sudo apt install yt-dlp</source>
-        <translation>nicht installiert: sudo apt install yt-dlp</translation>
+        <source>not found: Update now below gets it</source>
+        <translation>nicht gefunden: „Jetzt aktualisieren“ unten holt es</translation>
     </message>
     <message id="Settings.ChooseYtDlp">
         <source>Choose yt-dlp…</source>
         <translation>yt-dlp wählen …</translation>
     </message>
     <message id="Settings.YtDlpOnPath">
-        <source>Use the one on PATH</source>
-        <translation>Das aus PATH nehmen</translation>
+        <source>Use the newest found</source>
+        <translation>Das neueste gefundene nehmen</translation>
     </message>
     <message id="Settings.YtDlpProgram">
         <source>Program: %1</source>
@@ -306,6 +306,98 @@
     <message id="Search.UseYtDlp">
         <source>Search with yt-dlp instead</source>
         <translation>Stattdessen mit yt-dlp suchen</translation>
+    </message>
+    <message id="Search.ToolsMissing">
+        <source>Today's video service is read through yt-dlp, which needs Deno, a JavaScript runtime; neither is here. Melodrift can fetch both, check their signatures and keep them current.</source>
+        <translation>Der Videodienst lässt sich heute mit yt-dlp lesen, das Deno braucht, eine JavaScript-Laufzeit; beides fehlt hier. Melodrift kann beides holen, die Signaturen prüfen und aktuell halten.</translation>
+    </message>
+    <message id="Search.GetTools">
+        <source>Get yt-dlp and Deno</source>
+        <translation>yt-dlp und Deno holen</translation>
+    </message>
+    <message id="Search.GetToolsSized">
+        <source>Get yt-dlp and Deno (%1)</source>
+        <translation>yt-dlp und Deno holen (%1)</translation>
+    </message>
+    <message id="Search.UpdateYtDlp">
+        <source>Update yt-dlp</source>
+        <translation>yt-dlp aktualisieren</translation>
+    </message>
+    <message id="Search.ToolsProgress">
+        <source>Getting %1… %2</source>
+        <translation>Hole %1 … %2</translation>
+    </message>
+    <message id="Search.ToolsStarting">
+        <source>Getting yt-dlp and Deno…</source>
+        <translation>Hole yt-dlp und Deno …</translation>
+    </message>
+    <message id="Search.ToolsFailed">
+        <source>Not updated: %1</source>
+        <translation>Nicht aktualisiert: %1</translation>
+    </message>
+    <message id="Tools.Of">
+        <source>%1 of %2</source>
+        <translation>%1 von %2</translation>
+    </message>
+    <message id="Settings.EngineAutomatic">
+        <source>Automatically: yt-dlp for the video service when it is there, else Melodrift's own reader</source>
+        <translation>Automatisch: yt-dlp für den Videodienst, wenn es da ist, sonst Melodrifts eigenem Leser</translation>
+    </message>
+    <message id="Settings.ToolsQuestion">
+        <source>yt-dlp and its JavaScript runtime:</source>
+        <translation>yt-dlp und seine JavaScript-Laufzeit:</translation>
+    </message>
+    <message id="Settings.ToolLine">
+        <source>%1 %2, %3, %4 days old</source>
+        <translation>%1 %2, %3, %4 Tage alt</translation>
+    </message>
+    <message id="Settings.ToolNone">
+        <source>%1: none</source>
+        <translation>%1: keines</translation>
+    </message>
+    <message id="Settings.ToolOld">
+        <source>%1 — older than %2 days: Update now gets the current one</source>
+        <translation>%1 — älter als %2 Tage: „Jetzt aktualisieren“ holt das aktuelle</translation>
+    </message>
+    <message id="Settings.OriginOwn">
+        <source>Melodrift's own</source>
+        <translation>Melodrifts eigenes</translation>
+    </message>
+    <message id="Settings.OriginPath">
+        <source>from PATH</source>
+        <translation>aus PATH</translation>
+    </message>
+    <message id="Settings.OriginChosen">
+        <source>chosen by you</source>
+        <translation>von Ihnen gewählt</translation>
+    </message>
+    <message id="Settings.UpdateNow">
+        <source>Update now</source>
+        <translation>Jetzt aktualisieren</translation>
+    </message>
+    <message id="Settings.Updating">
+        <source>Updating… %1</source>
+        <translation>Wird aktualisiert … %1</translation>
+    </message>
+    <message id="Settings.UpdateDone">
+        <source>Up to date: %1</source>
+        <translation>Aktuell: %1</translation>
+    </message>
+    <message id="Settings.UpdateFailed">
+        <source>Not updated: %1</source>
+        <translation>Nicht aktualisiert: %1</translation>
+    </message>
+    <message id="Settings.KeepCurrent">
+        <source>Keep yt-dlp up to date (Melodrift fetches it and Deno, at most once a day)</source>
+        <translation>yt-dlp aktuell halten (Melodrift holt es und Deno, höchstens einmal am Tag)</translation>
+    </message>
+    <message id="Settings.SignIn">
+        <source>Use the browser's sign-in:</source>
+        <translation>Die Anmeldung des Browsers nutzen:</translation>
+    </message>
+    <message id="Settings.SignInNone">
+        <source>None</source>
+        <translation>Keine</translation>
     </message>
 </context>
 </TS>

@@ -288,16 +288,16 @@
         <translation>looking for it…</translation>
     </message>
     <message id="Settings.YtDlpMissing">
-        <source>not installed: sudo apt install yt-dlp</source>
-        <translation>not installed: sudo apt install yt-dlp</translation>
+        <source>not found: Update now below gets it</source>
+        <translation>not found: Update now below gets it</translation>
     </message>
     <message id="Settings.ChooseYtDlp">
         <source>Choose yt-dlp…</source>
         <translation>Choose yt-dlp…</translation>
     </message>
     <message id="Settings.YtDlpOnPath">
-        <source>Use the one on PATH</source>
-        <translation>Use the one on PATH</translation>
+        <source>Use the newest found</source>
+        <translation>Use the newest found</translation>
     </message>
     <message id="Settings.YtDlpProgram">
         <source>Program: %1</source>
@@ -306,6 +306,98 @@
     <message id="Search.UseYtDlp">
         <source>Search with yt-dlp instead</source>
         <translation>Search with yt-dlp instead</translation>
+    </message>
+    <message id="Search.ToolsMissing">
+        <source>Today's video service is read through yt-dlp, which needs Deno, a JavaScript runtime; neither is here. Melodrift can fetch both, check their signatures and keep them current.</source>
+        <translation>Today's video service is read through yt-dlp, which needs Deno, a JavaScript runtime; neither is here. Melodrift can fetch both, check their signatures and keep them current.</translation>
+    </message>
+    <message id="Search.GetTools">
+        <source>Get yt-dlp and Deno</source>
+        <translation>Get yt-dlp and Deno</translation>
+    </message>
+    <message id="Search.GetToolsSized">
+        <source>Get yt-dlp and Deno (%1)</source>
+        <translation>Get yt-dlp and Deno (%1)</translation>
+    </message>
+    <message id="Search.UpdateYtDlp">
+        <source>Update yt-dlp</source>
+        <translation>Update yt-dlp</translation>
+    </message>
+    <message id="Search.ToolsProgress">
+        <source>Getting %1… %2</source>
+        <translation>Getting %1… %2</translation>
+    </message>
+    <message id="Search.ToolsStarting">
+        <source>Getting yt-dlp and Deno…</source>
+        <translation>Getting yt-dlp and Deno…</translation>
+    </message>
+    <message id="Search.ToolsFailed">
+        <source>Not updated: %1</source>
+        <translation>Not updated: %1</translation>
+    </message>
+    <message id="Tools.Of">
+        <source>%1 of %2</source>
+        <translation>%1 of %2</translation>
+    </message>
+    <message id="Settings.EngineAutomatic">
+        <source>Automatically: yt-dlp for the video service when it is there, else Melodrift's own reader</source>
+        <translation>Automatically: yt-dlp for the video service when it is there, else Melodrift's own reader</translation>
+    </message>
+    <message id="Settings.ToolsQuestion">
+        <source>yt-dlp and its JavaScript runtime:</source>
+        <translation>yt-dlp and its JavaScript runtime:</translation>
+    </message>
+    <message id="Settings.ToolLine">
+        <source>%1 %2, %3, %4 days old</source>
+        <translation>%1 %2, %3, %4 days old</translation>
+    </message>
+    <message id="Settings.ToolNone">
+        <source>%1: none</source>
+        <translation>%1: none</translation>
+    </message>
+    <message id="Settings.ToolOld">
+        <source>%1 — older than %2 days: Update now gets the current one</source>
+        <translation>%1 — older than %2 days: Update now gets the current one</translation>
+    </message>
+    <message id="Settings.OriginOwn">
+        <source>Melodrift's own</source>
+        <translation>Melodrift's own</translation>
+    </message>
+    <message id="Settings.OriginPath">
+        <source>from PATH</source>
+        <translation>from PATH</translation>
+    </message>
+    <message id="Settings.OriginChosen">
+        <source>chosen by you</source>
+        <translation>chosen by you</translation>
+    </message>
+    <message id="Settings.UpdateNow">
+        <source>Update now</source>
+        <translation>Update now</translation>
+    </message>
+    <message id="Settings.Updating">
+        <source>Updating… %1</source>
+        <translation>Updating… %1</translation>
+    </message>
+    <message id="Settings.UpdateDone">
+        <source>Up to date: %1</source>
+        <translation>Up to date: %1</translation>
+    </message>
+    <message id="Settings.UpdateFailed">
+        <source>Not updated: %1</source>
+        <translation>Not updated: %1</translation>
+    </message>
+    <message id="Settings.KeepCurrent">
+        <source>Keep yt-dlp up to date (Melodrift fetches it and Deno, at most once a day)</source>
+        <translation>Keep yt-dlp up to date (Melodrift fetches it and Deno, at most once a day)</translation>
+    </message>
+    <message id="Settings.SignIn">
+        <source>Use the browser's sign-in:</source>
+        <translation>Use the browser's sign-in:</translation>
+    </message>
+    <message id="Settings.SignInNone">
+        <source>None</source>
+        <translation>None</translation>
     </message>
 </context>
 </TS>

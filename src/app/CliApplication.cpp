@@ -1,6 +1,8 @@
 #include "app/CliApplication.h"
 
 #include "catalogue/YouTubeVideo.h"
+#include "catalogue/engine/YtDlp.h"
+#include "catalogue/tools/ToolUpdater.h"
 #include "core/youtube_error.h"
 #include "downloads/AudioDownloadItem.h"
 #include "downloads/DownloadHistory.h"
@@ -32,7 +34,9 @@ const char* const commandsText = R"(Commands:
   streams ADDRESS        list the streams of the video at a watch-page address, the best marked
   audio ADDRESS          save the video's sound track as MP3 in the Downloads folder
   video ADDRESS          save the video in the Downloads folder (as MP4 when converted)
-  history                list every download, newest first: date, kind, title, file, size, state)";
+  history                list every download, newest first: date, kind, title, file, size, state
+  tools                  show the yt-dlp and the JavaScript runtime that run: version, whose, age, path
+  tools update           get the current yt-dlp and Deno releases, verified, into Melodrift's own folder)";
 
 std::atomic<bool> interrupted{false};
 
@@ -48,6 +52,31 @@ void complain(const QString& text)
 {
     std::fputs((platform::withoutControls(text, QChar(0xFFFD), true) + QLatin1Char('\n')).toLocal8Bit().constData(),
                stderr);
+}
+
+// A failure that an old yt-dlp gives says how to get a current one.
+void complainOfFailure(const QString& text)
+{
+    complain(text);
+    if (engine::YtDlp::isOutdatedFailure(text))
+        complain(QStringLiteral("'melodrift-cli tools update' gets the current yt-dlp."));
+}
+
+QString originText(tools::Tool::Origin origin)
+{
+    switch (origin) {
+    case tools::Tool::Origin::own:
+        return QStringLiteral("Melodrift's own");
+    case tools::Tool::Origin::chosen:
+        return QStringLiteral("chosen");
+    default:
+        return QStringLiteral("PATH");
+    }
+}
+
+QString sizeText(qint64 bytes)
+{
+    return QLocale::c().formattedDataSize(bytes, 1, QLocale::DataSizeSIFormat);
 }
 
 // Prints a job's progress: a bar redrawn in place on a terminal, plain lines
@@ -124,9 +153,15 @@ int CliApplication::run()
                                            QStringLiteral("BASE"));
     const QCommandLineOption engineOption(
         QStringLiteral("engine"),
-        QStringLiteral("find videos with Melodrift's own reader (classic) or with yt-dlp (also MELODRIFT_ENGINE; "
-                       "default: the stored setting, which is classic)"),
-        QStringLiteral("classic|yt-dlp"));
+        QStringLiteral("find videos with Melodrift's own reader (classic), with yt-dlp, or automatically: yt-dlp "
+                       "for the real service when there is one, else classic (also MELODRIFT_ENGINE; default: the "
+                       "stored setting, which is auto)"),
+        QStringLiteral("auto|classic|yt-dlp"));
+    const QCommandLineOption signInOption(
+        QStringLiteral("cookies-from-browser"),
+        QStringLiteral("yt-dlp signs in as the browser does: %1 (default: the stored setting, which is none)")
+            .arg(engine::Choice::browsers().join(QStringLiteral(", "))),
+        QStringLiteral("BROWSER"));
     const QCommandLineOption timeoutOption(QStringLiteral("timeout"),
                                            QStringLiteral("give a download up after SECONDS without data (default 60)"),
                                            QStringLiteral("SECONDS"));
@@ -138,8 +173,8 @@ int CliApplication::run()
     const QCommandLineOption helpOption(QStringLiteral("help"), QStringLiteral("show this text"));
     const QCommandLineOption versionOption(QStringLiteral("version"), QStringLiteral("show the version"));
     parser.addOptions(
-        {convertOption, noConvertOption, serviceOption, engineOption, timeoutOption, outputOption, verboseOption,
-         helpOption, versionOption});
+        {convertOption, noConvertOption, serviceOption, engineOption, signInOption, timeoutOption, outputOption,
+         verboseOption, helpOption, versionOption});
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("one of the commands above, with its words or address"));
 
@@ -176,9 +211,15 @@ int CliApplication::run()
     verbose_ = parser.isSet(verboseOption);
     endpoints_ = platform::ServiceEndpoints::fromEnvironment(parser.value(serviceOption));
     QString engineError;
-    const auto choice = engine::Choice::resolve(parser.value(engineOption), Settings::engineChoice(), &engineError);
+    auto choice = engine::Choice::resolve(parser.value(engineOption), Settings::engineChoice(), &engineError);
     if (!choice)
         return usage(engineError);
+    if (parser.isSet(signInOption)) {
+        choice->signIn = parser.value(signInOption).toLower();
+        if (!engine::Choice::browsers().contains(choice->signIn))
+            return usage(QStringLiteral("--cookies-from-browser takes one of %1.")
+                             .arg(engine::Choice::browsers().join(QStringLiteral(", "))));
+    }
     engine_ = engine::Engine::create(*choice, endpoints_);
     QStringList words = parser.positionalArguments();
     if (!verbose_)
@@ -187,6 +228,13 @@ int CliApplication::run()
         return usage(QStringLiteral("No command given."));
 
     const QString command = words.takeFirst();
+    if (command == QLatin1String("tools")) {
+        if (words.isEmpty())
+            return listTools(choice->ytDlp);
+        if (words == QStringList{QStringLiteral("update")})
+            return updateTools(choice->ytDlp);
+        return usage(QStringLiteral("tools takes nothing, or update."));
+    }
     if (command == QLatin1String("history"))
         return words.isEmpty() ? history() : usage(QStringLiteral("history takes no words."));
     if (command == QLatin1String("search"))
@@ -209,7 +257,7 @@ int CliApplication::search(const QStringList& words)
     searcher->searchStart();
     searcher->waitForFinish();
     if (failure) {
-        complain(QStringLiteral("Search failed: %1").arg(failure->description));
+        complainOfFailure(QStringLiteral("Search failed: %1").arg(failure->description));
         return 1;
     }
     const auto videos = searcher->videos();
@@ -234,7 +282,7 @@ std::shared_ptr<YouTubeVideo> CliApplication::videoAt(const QString& address)
     try {
         video->parseUrls();
     } catch (const youtube_error& e) {
-        complain(QStringLiteral("YouTube: %1").arg(QString::fromUtf8(e.what())));
+        complainOfFailure(QStringLiteral("YouTube: %1").arg(QString::fromUtf8(e.what())));
         return nullptr;
     }
     if (video->Urls().isEmpty() && video->separateUrls().isEmpty()) {
@@ -370,4 +418,65 @@ int CliApplication::follow(const std::shared_ptr<DownloadItem>& job)
         complain(QStringLiteral("Cancelled."));
         return 130;
     }
+}
+
+int CliApplication::listTools(const QString& chosen)
+{
+    const tools::Toolbox toolbox;
+    const tools::Tool ytDlp = toolbox.ytDlp(chosen);
+    const tools::Tool runtime = toolbox.jsRuntime();
+    const auto line = [](const QString& what, const tools::Tool& tool, const QString& version) {
+        if (!tool.found())
+            return QStringLiteral("%1  none (melodrift-cli tools update gets it)\n").arg(what, -18);
+        const auto age = tool.ageDays();
+        return QStringLiteral("%1  %2  %3  %4  %5\n")
+            .arg(what, -18)
+            .arg(version.isEmpty() ? QStringLiteral("(no version)") : version, -12)
+            .arg(originText(tool.origin), -15)
+            .arg(age ? QStringLiteral("%1 days").arg(*age) : QStringLiteral("?"), -9)
+            .arg(tool.path);
+    };
+    print(line(QStringLiteral("yt-dlp"), ytDlp, ytDlp.version));
+    print(line(QStringLiteral("JavaScript runtime"), runtime,
+               runtime.version.isEmpty() ? QString() : runtime.name + QLatin1Char(' ') + runtime.version));
+    if (const auto age = ytDlp.ageDays(); ytDlp.found() && age && *age > tools::Toolbox::oldAfterDays)
+        complain(QStringLiteral("Warning: this yt-dlp is %1 days old, and the service changes often; "
+                                "'melodrift-cli tools update' gets the current one.")
+                     .arg(*age));
+    return 0;
+}
+
+int CliApplication::updateTools(const QString& chosen)
+{
+    tools::ToolUpdater updater(tools::ToolFolder(), tools::Sources::standard());
+    const bool terminal = ::isatty(STDOUT_FILENO) == 1;
+    if (terminal)
+        updater.setProgress([](const QString& tool, qint64 done, std::optional<qint64> total) {
+            std::fputs("\r", stdout);
+            print(QStringLiteral("Fetching %1  %2%3   ")
+                      .arg(tool, sizeText(done), total ? QStringLiteral(" of ") + sizeText(*total) : QString()));
+        });
+    bool allCurrent = true;
+    for (const auto update : {&tools::ToolUpdater::updateYtDlp, &tools::ToolUpdater::updateDeno}) {
+        const tools::Outcome outcome = (updater.*update)();
+        if (terminal)
+            std::fputs("\r\x1b[K", stdout); // the progress line goes
+        switch (outcome.state) {
+        case tools::Outcome::State::installed:
+            print(QStringLiteral("%1 %2: installed\n").arg(outcome.tool, outcome.version));
+            break;
+        case tools::Outcome::State::current:
+            print(QStringLiteral("%1 %2: already current\n").arg(outcome.tool, outcome.version));
+            break;
+        case tools::Outcome::State::failed:
+            allCurrent = false;
+            complain(QStringLiteral("%1: not updated, nothing was changed: %2").arg(outcome.tool, outcome.reason));
+            break;
+        }
+        if (verbose_)
+            platform::Log::line(QStringLiteral("Tools: %1 bytes fetched for %2").arg(outcome.fetched).arg(outcome.tool));
+    }
+    if (!chosen.isEmpty())
+        print(QStringLiteral("The yt-dlp chosen in the settings runs instead: %1\n").arg(chosen));
+    return allCurrent ? 0 : 1;
 }

@@ -23,6 +23,8 @@ public:
 private:
     int search(const QStringList& words);
     int history();
+    int listTools(const QString& chosen);
+    int updateTools(const QString& chosen);
     int streams(const QString& address);
     int download(const QString& address, bool audio, std::optional<bool> convert);
 

@@ -26,9 +26,10 @@ struct CommandLine {
         QStringLiteral("BASE")};
     const QCommandLineOption engine{
         QStringLiteral("engine"),
-        QStringLiteral("find videos with Melodrift's own reader (classic) or with yt-dlp\n"
-                       "(also MELODRIFT_ENGINE; default: the settings window's choice)"),
-        QStringLiteral("classic|yt-dlp")};
+        QStringLiteral("find videos with Melodrift's own reader (classic), with yt-dlp, or\n"
+                       "automatically: yt-dlp for the real service when there is one, else classic\n"
+                       "(also MELODRIFT_ENGINE; default: the settings window's choice, auto)"),
+        QStringLiteral("auto|classic|yt-dlp")};
     const QCommandLineOption verbose{QStringLiteral("verbose"),
                                      QStringLiteral("write the program's log to standard error")};
     const QCommandLineOption help{QStringLiteral("help"), QStringLiteral("show this text")};

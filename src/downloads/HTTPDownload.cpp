@@ -53,7 +53,12 @@ QString HTTPDownload::generateUuidString()
 void HTTPDownload::start()
 {
     // Downloads run side by side, each on a connection of its own.
-    const platform::HttpTransfer::Request request{url_, timeout_, readBufferBytes, true, headers_};
+    platform::HttpTransfer::Request request;
+    request.url = url_;
+    request.timeout = timeout_;
+    request.readBufferBytes = readBufferBytes;
+    request.ownManager = true;
+    request.headers = headers_;
     transfer_ = std::make_unique<platform::HttpTransfer>(request, [this] { onReadyRead(); }, [this] { onFinished(); });
 }
 

@@ -10,6 +10,8 @@ const QString key = QStringLiteral("convertVideos");
 const QString engineKey = QStringLiteral("engine");
 const QString ytDlpKey = QStringLiteral("ytDlpPath");
 const QString folderKey = QStringLiteral("downloadFolder");
+const QString signInKey = QStringLiteral("signInBrowser");
+const QString keepToolsKey = QStringLiteral("keepToolsCurrent");
 constexpr bool defaultConvertVideos = true;
 
 QSettings store()
@@ -41,8 +43,10 @@ engine::Choice Settings::engineChoice()
     const QSettings settings = store();
     engine::Choice choice;
     // A stored name this version does not know counts as none.
-    choice.kind = engine::kindNamed(settings.value(engineKey).toString()).value_or(engine::Kind::classic);
+    choice.kind = engine::kindNamed(settings.value(engineKey).toString()).value_or(engine::Kind::automatic);
     choice.ytDlp = settings.value(ytDlpKey).toString();
+    const QString browser = settings.value(signInKey).toString();
+    choice.signIn = engine::Choice::browsers().contains(browser) ? browser : QString();
     return choice;
 }
 
@@ -54,6 +58,10 @@ void Settings::setEngineChoice(const engine::Choice& choice)
         settings.remove(ytDlpKey);
     else
         settings.setValue(ytDlpKey, choice.ytDlp);
+    if (choice.signIn.isEmpty())
+        settings.remove(signInKey);
+    else
+        settings.setValue(signInKey, choice.signIn);
     settings.sync();
 }
 
@@ -67,5 +75,17 @@ void Settings::setDownloadFolder(const QString& folder)
 {
     QSettings settings = store();
     settings.setValue(folderKey, folder);
+    settings.sync();
+}
+
+bool Settings::keepToolsCurrent()
+{
+    return store().value(keepToolsKey, true).toBool();
+}
+
+void Settings::setKeepToolsCurrent(bool keep)
+{
+    QSettings settings = store();
+    settings.setValue(keepToolsKey, keep);
     settings.sync();
 }

@@ -11,10 +11,16 @@ public:
     static bool convertVideos();
     static void setConvertVideos(bool convert);
 
-    // Where videos are found: the engine and the yt-dlp program (empty: the
-    // one on PATH). Default: the classic engine.
+    // Where videos are found: the engine, the yt-dlp program (empty: the newer
+    // of Melodrift's own and PATH's) and the browser whose sign-in yt-dlp
+    // uses. Default: automatic, no program chosen, no sign-in.
     static engine::Choice engineChoice();
     static void setEngineChoice(const engine::Choice& choice);
+
+    // Whether the window keeps yt-dlp and Deno current, checking at most once
+    // a day while the yt-dlp engine is in use. Default: yes.
+    static bool keepToolsCurrent();
+    static void setKeepToolsCurrent(bool keep);
 
     // Where downloads are saved. Default: the user's Downloads folder.
     static QString downloadFolder();

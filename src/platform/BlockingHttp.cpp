@@ -52,13 +52,39 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
     QEventLoop loop;
     std::unique_ptr<HttpTransfer> transfer;
     bool tooLarge = false;
-    transfer = std::make_unique<HttpTransfer>(HttpTransfer::Request{url, options.timeout, 0, false, {}}, [&] {
-        if (response.body.size() + transfer->bytesAvailable() > options.maxBytes) {
+    bool refusedBySink = false;
+    // Whatever is there now goes to the body or the sink; false once the transfer was stopped.
+    const auto take = [&]() {
+        if (tooLarge || refusedBySink)
+            return false;
+        if (response.received + transfer->bytesAvailable() > options.maxBytes) {
             tooLarge = true;
-            transfer->abort();
-            return;
+            return false;
         }
-        response.body += transfer->readAll();
+        const QByteArray piece = transfer->readAll();
+        if (piece.isEmpty())
+            return true;
+        response.received += piece.size();
+        if (options.sink) {
+            if (!options.sink(piece)) {
+                refusedBySink = true;
+                return false;
+            }
+        } else {
+            response.body += piece;
+        }
+        if (options.progress)
+            options.progress(response.received, transfer->contentLength());
+        return true;
+    };
+    HttpTransfer::Request request;
+    request.url = url;
+    request.timeout = options.timeout;
+    request.redirectAllowed = options.redirectAllowed;
+    request.head = options.head;
+    transfer = std::make_unique<HttpTransfer>(request, [&] {
+        if (!take())
+            transfer->abort();
     }, [&] { loop.quit(); });
     // The transfer stays alive while the hooks may run, as forget() comes
     // before it goes.
@@ -71,12 +97,15 @@ HttpResponse BlockingHttp::get(const QUrl& url, const Options& options)
     if (options.cancel)
         options.cancel->forget(hook);
 
-    if (!tooLarge)
-        response.body += transfer->readAll();
+    take();
     const std::optional<int> status = transfer->status();
+    response.contentLength = transfer->contentLength();
     if (tooLarge) {
         response.error = Error{domain, QNetworkReply::UnknownContentError,
                                QStringLiteral("Response larger than %1 bytes").arg(options.maxBytes)};
+        response.body.clear();
+    } else if (refusedBySink) {
+        response.error = Error{domain, QNetworkReply::OperationCanceledError, QStringLiteral("Not written")};
         response.body.clear();
     } else if (status && !isTransportError(transfer->error())) {
         // A 404 is an answer, not a failed connection.

@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -18,6 +19,10 @@ struct HttpResponse {
     std::optional<Error> error;
     int status = 0;
     QByteArray body;
+    // What the server said the body's length is, when it said so.
+    std::optional<qint64> contentLength;
+    // The body's bytes that arrived (also those handed to a sink).
+    qint64 received = 0;
 
     bool ok() const { return !error && status == 200; }
 };
@@ -34,6 +39,15 @@ public:
         // Once cancelled, a transfer under way is aborted and none is begun: the
         // response is then an error.
         std::shared_ptr<CancelToken> cancel;
+        // When set, each redirect is followed only where this allows it.
+        std::function<bool(const QUrl&)> redirectAllowed;
+        // The headers alone (HEAD).
+        bool head = false;
+        // When set, the body goes here as it arrives instead of into the
+        // response (maxBytes still holds); false stops the transfer, an error.
+        std::function<bool(const QByteArray&)> sink;
+        // After each piece of the body: bytes so far, and the length announced.
+        std::function<void(qint64, std::optional<qint64>)> progress;
     };
 
     static HttpResponse get(const QUrl& url);

@@ -32,6 +32,14 @@ QString errnoText(int error)
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
+// The child and whatever it started: it leads a process group of its own, and
+// a grandchild left holding our pipe would keep its reader waiting.
+void signalAll(pid_t pid, int sig)
+{
+    ::kill(-pid, sig);
+    ::kill(pid, sig); // one that left its group
+}
+
 void closeFd(int& fd)
 {
     if (fd >= 0)
@@ -66,7 +74,7 @@ ChildProcess::~ChildProcess()
     {
         std::lock_guard lock(mutex_);
         if (started_ && !reaped_) {
-            ::kill(pid_, SIGKILL);
+            signalAll(pid_, SIGKILL);
             int status = 0;
             while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
             }
@@ -130,7 +138,9 @@ bool ChildProcess::start(const QString& program, const QStringList& arguments, C
     for (int sig : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGPIPE, SIGCHLD})
         sigaddset(&defaults, sig);
     posix_spawnattr_setsigdefault(&setup.attributes, &defaults);
-    posix_spawnattr_setflags(&setup.attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    // A group of its own, so that ending it ends what it started too.
+    posix_spawnattr_setpgroup(&setup.attributes, 0);
+    posix_spawnattr_setflags(&setup.attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETPGROUP);
 
     const QByteArray path = QFile::encodeName(program);
     std::vector<QByteArray> storage;
@@ -191,7 +201,7 @@ QByteArray ChildProcess::readChunk()
                 terminateRequested_ = true;
                 terminateTime_ = now;
                 if (!reaped_)
-                    ::kill(pid_, SIGTERM);
+                    signalAll(pid_, SIGTERM);
             }
             const auto until = [&now](std::chrono::steady_clock::time_point when) {
                 return static_cast<int>(
@@ -201,10 +211,21 @@ QByteArray ChildProcess::readChunk()
                 if (now >= terminateTime_ + killDelay_) {
                     killed_ = true;
                     if (!reaped_)
-                        ::kill(pid_, SIGKILL);
+                        signalAll(pid_, SIGKILL);
                 } else {
                     timeout = until(terminateTime_ + killDelay_);
                 }
+            }
+            if (killed_) {
+                // Killed, and still someone holds the pipe (one that left the
+                // group): the output is over all the same.
+                const auto giveUp = terminateTime_ + 2 * killDelay_ + std::chrono::milliseconds(100);
+                if (now >= giveUp) {
+                    closeFd(readFd_);
+                    closeFd(errorFd_);
+                    return {};
+                }
+                timeout = until(giveUp);
             } else if (deadline_ && !terminateRequested_) {
                 timeout = until(*deadline_);
             }
@@ -306,7 +327,7 @@ void ChildProcess::terminate()
     terminateRequested_ = true;
     terminateTime_ = std::chrono::steady_clock::now();
     if (started_ && !reaped_) {
-        ::kill(pid_, SIGTERM);
+        signalAll(pid_, SIGTERM);
         eventfd_write(wakeFd_, 1);
     }
 }

@@ -64,8 +64,10 @@ HttpTransfer::HttpTransfer(const Request& request, std::function<void()> readyRe
     }
     QNetworkRequest r(request.url);
     // Qt follows a redirect to http and https alone, and here never from https
-    // to http.
-    r.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::NoLessSafeRedirectPolicy);
+    // to http; a caller with a rule of its own decides each one.
+    r.setAttribute(QNetworkRequest::RedirectPolicyAttribute, request.redirectAllowed
+                                                                 ? QNetworkRequest::UserVerifiedRedirectPolicy
+                                                                 : QNetworkRequest::NoLessSafeRedirectPolicy);
     r.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
     r.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     r.setTransferTimeout(static_cast<int>(request.timeout.count()));
@@ -73,9 +75,22 @@ HttpTransfer::HttpTransfer(const Request& request, std::function<void()> readyRe
         r.setRawHeader(name, value);
     if (request.ownManager)
         own_ = std::make_unique<QNetworkAccessManager>();
-    reply_ = (own_ ? *own_ : threadManager()).get(r);
+    QNetworkAccessManager& manager = own_ ? *own_ : threadManager();
+    reply_ = request.head ? manager.head(r) : manager.get(r);
     if (request.readBufferBytes > 0)
         reply_->setReadBufferSize(request.readBufferBytes);
+    if (request.redirectAllowed) {
+        redirectRefusal_ = std::make_shared<QString>();
+        QObject::connect(reply_, &QNetworkReply::redirected, reply_,
+                         [reply = reply_.data(), allowed = request.redirectAllowed, refusal = redirectRefusal_](const QUrl& to) {
+                             if (isWebAddress(to) && allowed(to)) {
+                                 emit reply->redirectAllowed();
+                                 return;
+                             }
+                             *refusal = QStringLiteral("Refused a redirect to ") + to.toString();
+                             reply->abort();
+                         });
+    }
     QObject::connect(reply_, &QNetworkReply::readyRead, reply_, [hooks = hooks_] { call(hooks, &Hooks::readyRead); });
     QObject::connect(reply_, &QNetworkReply::finished, reply_, [hooks = hooks_] { call(hooks, &Hooks::finished); });
 }
@@ -170,6 +185,8 @@ int HttpTransfer::error() const
 {
     if (!refusal_.isEmpty())
         return QNetworkReply::ProtocolUnknownError;
+    if (redirectRefusal_ && !redirectRefusal_->isEmpty())
+        return QNetworkReply::InsecureRedirectError;
     return reply_ ? reply_->error() : QNetworkReply::OperationCanceledError;
 }
 
@@ -177,6 +194,8 @@ QString HttpTransfer::errorString() const
 {
     if (!refusal_.isEmpty())
         return refusal_;
+    if (redirectRefusal_ && !redirectRefusal_->isEmpty())
+        return *redirectRefusal_;
     return reply_ ? reply_->errorString() : QStringLiteral("Stopped");
 }
 

@@ -37,6 +37,11 @@ public:
         bool ownManager = false;
         // Sent as they are; the caller vouches for them.
         QList<QPair<QByteArray, QByteArray>> headers;
+        // When set, each redirect is followed only where this allows it (and
+        // never to anything but http and https); else the rule above.
+        std::function<bool(const QUrl&)> redirectAllowed;
+        // Asks for the headers alone.
+        bool head = false;
     };
 
     // Begins the GET. readyRead and finished may be empty; neither comes
@@ -77,6 +82,7 @@ private:
     std::unique_ptr<QNetworkAccessManager> own_;
     const std::shared_ptr<Hooks> hooks_;
     QString refusal_; // why the address was refused; then nothing was asked
+    std::shared_ptr<QString> redirectRefusal_; // set when a redirect was refused
 };
 
 } // namespace platform

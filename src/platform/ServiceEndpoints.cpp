@@ -30,6 +30,11 @@ ServiceEndpoints ServiceEndpoints::fromEnvironment(const QString& base)
     return defaults();
 }
 
+bool ServiceEndpoints::isStandIn() const
+{
+    return feed != defaults().feed;
+}
+
 bool ServiceEndpoints::isWatchPage(const QUrl& url) const
 {
     // The domain itself or a name under it: "www.youtube.com", never "evilyoutube.com".

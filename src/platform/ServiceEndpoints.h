@@ -22,6 +22,8 @@ struct ServiceEndpoints {
     // the environment variable's address, else the defaults.
     static ServiceEndpoints fromEnvironment(const QString& base);
 
+    // Pointed at a base address other than the real service's.
+    bool isStandIn() const;
     // A watch page of the service: its host is the domain or ends with it.
     bool isWatchPage(const QUrl& url) const;
 };

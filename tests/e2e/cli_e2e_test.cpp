@@ -361,7 +361,7 @@ TEST_F(EndToEnd, YtDlpsReasonsAndAMissingYtDlpAreClearFailures)
     // Chosen through the environment, with no yt-dlp to be found.
     const result missing = user.run(s.base(), {"search", "bars"}, {"MELODRIFT_ENGINE=yt-dlp", "PATH=/nonexistent"});
     EXPECT_EQ(missing.status, 1);
-    EXPECT_TRUE(missing.output.startsWith("Search failed: There is no yt-dlp on PATH. Install yt-dlp"))
+    EXPECT_TRUE(missing.output.startsWith("Search failed: There is no yt-dlp: neither Melodrift's own nor one on PATH."))
         << missing.output.toStdString();
     EXPECT_EQ(user.run(s.base(), {"--engine", "other", "search", "bars"}).status, 2);
 }
@@ -410,7 +410,7 @@ TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
         EXPECT_TRUE(script.open(QIODevice::WriteOnly) &&
                     script.write("#!/bin/sh\nexec /usr/bin/yt-dlp --load-info-json '" + json.toUtf8() + "' \"$@\"\n") > 0);
         script.setPermissions(script.permissions() | QFile::ExeOwner);
-        Settings::setEngineChoice({engine::Kind::ytDlp, program});
+        Settings::setEngineChoice({engine::Kind::ytDlp, program, {}});
     };
     record(s, "recorded", {});
 

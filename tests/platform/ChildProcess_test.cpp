@@ -108,4 +108,18 @@ TEST(Termination, EndsABlockedReadWhenWeBlockTheSignalAndKillsAChildThatIgnoresI
     }
     EXPECT_TRUE(polite.terminateRequested());
     polite.terminate(); // after the reap: no signal goes anywhere
+
+    // What the child started goes with it: a grandchild holding the pipe
+    // does not keep the reader waiting, in the group or out of it.
+    for (const char* script : {"sleep 5 & sleep 5", "setsid sleep 5 & sleep 5"}) {
+        ChildProcess parent;
+        parent.setKillDelay(200ms);
+        parent.setDeadline(std::chrono::steady_clock::now() + 200ms);
+        ASSERT_TRUE(parent.start("/bin/sh", {"-c", script}, Capture::StandardOutput));
+        const auto start = std::chrono::steady_clock::now();
+        parent.readAll();
+        parent.wait();
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 5s) << script;
+        EXPECT_TRUE(parent.timedOut());
+    }
 }

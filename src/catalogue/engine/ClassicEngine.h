@@ -8,18 +8,19 @@ namespace engine {
 // (YouTubeSearch, YouTubeVideo as they are).
 class ClassicEngine : public Engine {
 public:
-    // ytDlp: the yt-dlp program that a switch of engines would run.
-    ClassicEngine(const platform::ServiceEndpoints& endpoints, QString ytDlp)
-        : Engine(endpoints), ytDlp_(std::move(ytDlp))
+    // choice: as asked for (classic, or automatic for a stand-in), with the
+    // yt-dlp that a switch of engines would run.
+    ClassicEngine(const platform::ServiceEndpoints& endpoints, Choice choice)
+        : Engine(endpoints), choice_(std::move(choice))
     {
     }
 
-    Choice choice() const override { return {Kind::classic, ytDlp_}; }
+    Choice choice() const override { return choice_; }
     std::shared_ptr<VideoSearch> newSearch() override;
     std::shared_ptr<YouTubeVideo> videoAt(const QUrl& link) override;
 
 private:
-    const QString ytDlp_;
+    const Choice choice_;
 };
 
 } // namespace engine

@@ -19,15 +19,22 @@
 // events and errors, so nothing above knows which one runs.
 namespace engine {
 
-enum class Kind { classic, ytDlp };
+// automatic: the classic engine for a stand-in at a service base address
+// (it speaks the feed), else yt-dlp when a usable one is there, else classic.
+enum class Kind { automatic, classic, ytDlp };
 
-// "classic" and "yt-dlp", as the option, the environment and the setting say them.
+// "auto", "classic" and "yt-dlp", as the option, the environment and the setting say them.
 QString nameOf(Kind kind);
 std::optional<Kind> kindNamed(const QString& name);
 
 struct Choice {
-    Kind kind = Kind::classic;
-    QString ytDlp; // the program; empty: yt-dlp on PATH
+    Kind kind = Kind::automatic;
+    QString ytDlp; // the program; empty: the newer of Melodrift's own and PATH's
+    // The browser whose sign-in yt-dlp uses (--cookies-from-browser); empty: none.
+    QString signIn;
+
+    // The browsers yt-dlp can take the sign-in of, as it names them.
+    static const QStringList& browsers();
 
     // The option's value when given, else MELODRIFT_ENGINE, else the stored
     // kind; nothing (after saying why in error) for a name that is none.
@@ -65,11 +72,12 @@ public:
     platform::Event<VideoSearch&> updateEvent;
 };
 
-class Engine {
+class Engine : public std::enable_shared_from_this<Engine> {
 public:
     static std::shared_ptr<Engine> create(const Choice& choice, const platform::ServiceEndpoints& endpoints);
     virtual ~Engine() = default;
 
+    // As asked for: an automatic choice stays automatic.
     virtual Choice choice() const = 0;
     const platform::ServiceEndpoints& endpoints() const { return endpoints_; }
 

@@ -1,11 +1,10 @@
 #include "catalogue/engine/YtDlp.h"
 
 #include "catalogue/engine/YtDlpJson.h"
+#include "catalogue/tools/Toolbox.h"
 #include "platform/ChildProcess.h"
 #include "platform/Log.h"
-
-#include <QFileInfo>
-#include <QStandardPaths>
+#include "platform/ServiceEndpoints.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -70,45 +69,102 @@ private:
 
 } // namespace
 
-QString YtDlp::locate(const QString& configured)
+namespace {
+
+// How a text is known to say there is no yt-dlp.
+const QLatin1String missingMark("Melodrift can get a current yt-dlp and Deno");
+
+} // namespace
+
+QString YtDlp::missingText(const QString& chosen)
 {
-    if (!configured.isEmpty()) {
-        const QFileInfo program(configured);
-        return program.isFile() && program.isExecutable() ? program.absoluteFilePath() : QString();
-    }
-    return QStandardPaths::findExecutable(QStringLiteral("yt-dlp"));
+    const QString where = chosen.isEmpty() ? QStringLiteral("There is no yt-dlp: neither Melodrift's own nor one on PATH.")
+                                           : QStringLiteral("There is no program at %1.").arg(chosen);
+    return where + QStringLiteral(" %1, the JavaScript runtime it needs (Update now in the settings, or "
+                                  "melodrift-cli tools update), or choose Melodrift's own reader.")
+                       .arg(missingMark);
 }
 
-QString YtDlp::missingText(const QString& configured)
+QString YtDlp::missingNote()
 {
-    const QString where = configured.isEmpty() ? QStringLiteral("There is no yt-dlp on PATH.")
-                                               : QStringLiteral("There is no program at %1.").arg(configured);
-    return where + QStringLiteral(" Install yt-dlp (sudo apt install yt-dlp; a current release from the yt-dlp "
-                                  "project reaches today's service best), or choose Melodrift's own reader.");
+    return QStringLiteral("Today's service is read through yt-dlp, and there is none here. %1 "
+                          "(Update now in the settings, or melodrift-cli tools update).")
+        .arg(missingMark);
 }
 
-std::optional<QString> YtDlp::version(const QString& configured)
+bool YtDlp::isMissingFailure(const QString& text)
 {
-    const QString program = locate(configured);
-    if (program.isEmpty())
-        return std::nullopt;
-    ChildProcess process;
-    process.setDeadline(std::chrono::steady_clock::now() + std::chrono::seconds(20));
-    if (!process.start(program, {QStringLiteral("--version")}, ChildProcess::Capture::StandardOutputKeepingErrors))
-        return std::nullopt;
-    const QString text = QString::fromUtf8(process.readAll().left(200)).trimmed();
-    const ChildProcess::Exit exit = process.wait();
-    if (!exit.exited || exit.code != 0 || text.isEmpty())
-        return std::nullopt;
-    return text.section(QLatin1Char('\n'), 0, 0);
+    return text.contains(missingMark);
 }
 
-YtDlp::Answer YtDlp::run(const QString& configured, const QStringList& arguments,
+namespace {
+
+// The words of a current yt-dlp's note on an old one: how the text of a
+// failure is known to carry it.
+const QLatin1String outdatedNote("a current yt-dlp may read it");
+
+const QStringList& outdatedReasons()
+{
+    static const QStringList reasons{QStringLiteral("Sign in to confirm you’re not a bot"),
+                                     QStringLiteral("Sign in to confirm you're not a bot"),
+                                     QStringLiteral("nsig extraction failed"),
+                                     QStringLiteral("HTTP Error 403"),
+                                     QStringLiteral("Requested format is not available"),
+                                     QStringLiteral("No supported JavaScript runtime"),
+                                     QStringLiteral("Unable to extract")};
+    return reasons;
+}
+
+// The service's own search or one of its addresses among the arguments.
+bool readsTheService(const QStringList& arguments)
+{
+    const platform::ServiceEndpoints service = platform::ServiceEndpoints::defaults();
+    return std::any_of(arguments.begin(), arguments.end(), [&service](const QString& argument) {
+        const QUrl url(argument);
+        return argument.startsWith(QLatin1String("ytsearch")) || service.isWatchPage(url) ||
+               url.host().compare(QLatin1String("youtu.be"), Qt::CaseInsensitive) == 0;
+    });
+}
+
+QString outdatedText(const tools::Tool& ytDlp)
+{
+    const auto age = ytDlp.ageDays();
+    if (ytDlp.version.isEmpty() || !age)
+        return QStringLiteral("This yt-dlp gave no version; the service changes often, and %1.").arg(outdatedNote);
+    return QStringLiteral("This yt-dlp (%1) is %2 days old; the service changes often, and %3.")
+        .arg(ytDlp.version)
+        .arg(*age)
+        .arg(outdatedNote);
+}
+
+} // namespace
+
+bool YtDlp::soundsOutdated(const QString& reason, bool serviceAddress)
+{
+    if (serviceAddress && reason.contains(QLatin1String("Unsupported URL")))
+        return true;
+    return std::any_of(outdatedReasons().begin(), outdatedReasons().end(),
+                       [&reason](const QString& said) { return reason.contains(said, Qt::CaseInsensitive); });
+}
+
+bool YtDlp::isOutdatedFailure(const QString& text)
+{
+    return text.contains(outdatedNote);
+}
+
+YtDlp::Answer YtDlp::run(const Choice& choice, const QStringList& arguments,
                          const std::shared_ptr<platform::CancelToken>& cancel, std::chrono::milliseconds timeout)
 {
-    const QString program = locate(configured);
-    if (program.isEmpty())
-        return {{}, missingText(configured)};
+    // Asked each run, so that an update or a new choice counts at once; the
+    // versions are remembered, so this costs a few file lookups.
+    const tools::Toolbox toolbox;
+    const tools::Tool ytDlp = toolbox.ytDlp(choice.ytDlp);
+    if (!ytDlp.found())
+        return {{}, missingText(choice.ytDlp)};
+    const QString program = ytDlp.path;
+    QStringList options = commonOptions + tools::Toolbox::runtimeOptions(ytDlp, toolbox.jsRuntime());
+    if (Choice::browsers().contains(choice.signIn))
+        options << QStringLiteral("--cookies-from-browser") << choice.signIn;
     const auto token = cancel ? cancel : std::make_shared<platform::CancelToken>();
     const Turn turn(token);
     if (!turn.held())
@@ -118,7 +174,7 @@ YtDlp::Answer YtDlp::run(const QString& configured, const QStringList& arguments
     process.setKillDelay(std::chrono::seconds(2));
     process.setDeadline(std::chrono::steady_clock::now() + timeout);
     const auto hook = token->watch([&process] { process.terminate(); });
-    const QStringList all = commonOptions + arguments;
+    const QStringList all = options + arguments;
     platform::Log::line(QStringLiteral("yt-dlp: ") + all.join(QLatin1Char(' ')));
     Answer answer;
     if (!process.start(program, all, ChildProcess::Capture::StandardOutputKeepingErrors)) {
@@ -153,6 +209,8 @@ YtDlp::Answer YtDlp::run(const QString& configured, const QStringList& arguments
         if (reason.isEmpty())
             reason = exit.exited ? QStringLiteral("yt-dlp exited with status %1.").arg(exit.code)
                                  : QStringLiteral("yt-dlp was ended by signal %1.").arg(exit.signal);
+        if (soundsOutdated(reason, readsTheService(arguments)))
+            reason += QLatin1Char(' ') + outdatedText(ytDlp);
         answer = {{}, reason};
     }
     if (!answer.error.isEmpty())

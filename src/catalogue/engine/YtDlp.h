@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/engine/Engine.h"
 #include "platform/CancelToken.h"
 
 #include <QByteArray>
@@ -27,19 +28,26 @@ public:
     static constexpr int mostAtOnce = 2;
     static constexpr std::chrono::seconds defaultTimeout{60};
 
-    // The configured program when there is one, else yt-dlp on PATH; empty when
-    // there is none.
-    static QString locate(const QString& configured);
-    // What to say when there is none, with what to install.
-    static QString missingText(const QString& configured);
-    // Its version ("2023.03.04"), or nothing when it cannot be run. Blocks.
-    static std::optional<QString> version(const QString& configured);
+    // What to say when there is none, with what to do.
+    static QString missingText(const QString& chosen);
 
-    // Runs `yt-dlp OPTIONS... arguments` and blocks. cancel (any thread) ends
-    // it, or keeps it from starting.
-    static Answer run(const QString& configured, const QStringList& arguments,
+    // Runs `yt-dlp OPTIONS... arguments` and blocks: the program the choice
+    // names, else the newer of Melodrift's own and PATH's, with its JavaScript
+    // runtime and the choice's browser sign-in. cancel (any thread) ends it, or
+    // keeps it from starting.
+    static Answer run(const Choice& choice, const QStringList& arguments,
                       const std::shared_ptr<platform::CancelToken>& cancel = nullptr,
                       std::chrono::milliseconds timeout = defaultTimeout);
+
+    // A reason an out-of-date yt-dlp gives for the service; "Unsupported URL"
+    // counts only when it was the service's address it read.
+    static bool soundsOutdated(const QString& reason, bool serviceAddress);
+    // Whether an error's text says that the yt-dlp that gave it may be too old.
+    static bool isOutdatedFailure(const QString& text);
+    // What a failure of the real service adds when there is no yt-dlp to read it.
+    static QString missingNote();
+    // Whether an error's text says there is no yt-dlp (missingText, missingNote).
+    static bool isMissingFailure(const QString& text);
 
     // Ends every run under way and every one waiting (for the program's end).
     static void cancelAll();

@@ -23,7 +23,7 @@ namespace engine {
 namespace {
 
 struct Runs {
-    QString program;
+    Choice choice; // the program and the sign-in
     std::chrono::milliseconds timeout;
 };
 
@@ -49,7 +49,7 @@ public:
         const auto cancel = std::make_shared<platform::CancelToken>();
         cancel_.set(cancel);
         const YtDlp::Answer answer = YtDlp::run(
-            runs_.program, {QStringLiteral("--no-playlist"), QStringLiteral("--"), address.toString(QUrl::FullyEncoded)},
+            runs_.choice, {QStringLiteral("--no-playlist"), QStringLiteral("--"), address.toString(QUrl::FullyEncoded)},
             cancel, runs_.timeout);
         cancel_.set(nullptr);
         if (!answer.error.isEmpty())
@@ -169,7 +169,7 @@ private:
         if (isStale(started))
             return;
         const YtDlp::Answer answer = YtDlp::run(
-            runs_.program, {QStringLiteral("--flat-playlist"), QStringLiteral("--"), target}, cancel, runs_.timeout);
+            runs_.choice, {QStringLiteral("--flat-playlist"), QStringLiteral("--"), target}, cancel, runs_.timeout);
         if (isStale(started))
             return;
         downloadOffset_.set(0.75);
@@ -247,7 +247,7 @@ YtDlpEngine::YtDlpEngine(const Choice& choice, const platform::ServiceEndpoints&
 
 QString YtDlpEngine::searchTarget(const platform::ServiceEndpoints& endpoints, const QString& words)
 {
-    if (endpoints.feed != platform::ServiceEndpoints::defaults().feed) {
+    if (endpoints.isStandIn()) {
         QUrl feed = endpoints.feed;
         feed.setPath(QStringLiteral("/feeds/api/videos"));
         return feed.toString() + QStringLiteral("?alt=rss&q=") + YouTubeSearch::escapeSearchWords(words);
@@ -257,12 +257,12 @@ QString YtDlpEngine::searchTarget(const platform::ServiceEndpoints& endpoints, c
 
 std::shared_ptr<VideoSearch> YtDlpEngine::newSearch()
 {
-    return std::make_shared<YtDlpSearch>(endpoints(), Runs{choice_.ytDlp, timeout_});
+    return std::make_shared<YtDlpSearch>(endpoints(), Runs{choice_, timeout_});
 }
 
 std::shared_ptr<YouTubeVideo> YtDlpEngine::videoAt(const QUrl& link)
 {
-    return std::make_shared<YtDlpVideo>(link, Runs{choice_.ytDlp, timeout_});
+    return std::make_shared<YtDlpVideo>(link, Runs{choice_, timeout_});
 }
 
 } // namespace engine

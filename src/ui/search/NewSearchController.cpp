@@ -1,6 +1,8 @@
 #include "ui/search/NewSearchController.h"
 
 #include "catalogue/engine/YtDlp.h"
+#include "catalogue/tools/ToolKeeper.h"
+#include "catalogue/tools/Toolbox.h"
 #include "catalogue/YouTubeVideo.h"
 #include "downloads/AudioDownloadItem.h"
 #include "downloads/Settings.h"
@@ -20,6 +22,7 @@
 
 #include <QAction>
 #include <QEvent>
+#include <QLocale>
 #include <QGraphicsOpacityEffect>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -62,6 +65,7 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
       progressBar_(new QProgressBar),
       statusLabel_(new QLabel),
       switchEngineButton_(new QPushButton(Localization::string("Search.UseYtDlp"))),
+      toolsButton_(new QPushButton(Localization::string("Search.GetTools"))),
       tableScrollView_(new PZScrollView),
       barColumn_(new QWidget),
       notes_(new QWidget)
@@ -104,12 +108,16 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
     progressBar_->hide();
     statusLabel_->setTextFormat(Qt::PlainText);
     statusLabel_->setAlignment(Qt::AlignCenter);
+    statusLabel_->setWordWrap(true);
     statusLabel_->setForegroundRole(QPalette::PlaceholderText);
     statusLabel_->hide();
     switchEngineButton_->setAccessibleName(switchEngineButton_->text());
     switchEngineButton_->hide();
     notes_->hide();
     connect(switchEngineButton_, &QPushButton::clicked, this, &NewSearchController::switchToYtDlp);
+    toolsButton_->setAccessibleName(toolsButton_->text());
+    toolsButton_->hide();
+    connect(toolsButton_, &QPushButton::clicked, this, &NewSearchController::getTools);
 
     tableScrollView_->setModel(model_, [this](const QModelIndex& index) -> ModelCell* {
         // The first row is the large one, whatever video it holds.
@@ -164,16 +172,23 @@ void NewSearchController::listen()
                 self->searchReady(identity, videos);
         });
     });
-    searcher_->errorEvent.set([self, choice = engine_->choice()](engine::VideoSearch& search, const platform::Error& error) {
-        // The service could not be reached (not: it answered with a status) and
-        // yt-dlp is there: it may reach today's service. Looked up here, on the
-        // search's thread: the lookup reads folders.
-        const bool offerYtDlp = choice.kind == engine::Kind::classic &&
-                                error.domain != QLatin1String("YouTubeSearch::response") &&
-                                !engine::YtDlp::locate(choice.ytDlp).isEmpty();
-        platform::MainThread::post([self, identity = search.currentUrl(), error, offerYtDlp] {
+    searcher_->errorEvent.set([self, choice = engine_->choice(), standIn = endpoints_.isStandIn()](
+                                  engine::VideoSearch& search, const platform::Error& error) {
+        // What the failure offers depends on the yt-dlp there is: looked up
+        // here, on the search's thread, as that may ask it for its version.
+        const tools::Tool ytDlp = tools::Toolbox().ytDlp(choice.ytDlp);
+        Offer offer = Offer::nothing;
+        if (!ytDlp.usable() && (choice.kind == engine::Kind::ytDlp || !standIn))
+            offer = Offer::getTools; // the real service needs it, or it was asked for
+        else if (ytDlp.usable() && engine::YtDlp::isOutdatedFailure(error.description))
+            offer = Offer::updateYtDlp;
+        else if (ytDlp.usable() &&
+                 (choice.kind == engine::Kind::classic || (choice.kind == engine::Kind::automatic && standIn)) &&
+                 error.domain != QLatin1String("YouTubeSearch::response"))
+            offer = Offer::switchToYtDlp; // the service could not be reached; yt-dlp may reach today's
+        platform::MainThread::post([self, identity = search.currentUrl(), error, offer] {
             if (self)
-                self->searchError(identity, error, offerYtDlp);
+                self->searchError(identity, error, offer);
         });
     });
     searcher_->updateEvent.set([self](engine::VideoSearch& search) {
@@ -201,6 +216,70 @@ void NewSearchController::switchToYtDlp()
     setEngine(choice);
     // Off the interface thread: the store writes a file.
     platform::WorkerPool::run([choice] { Settings::setEngineChoice(choice); });
+    searchTextChange();
+}
+
+void NewSearchController::setToolKeeper(tools::ToolKeeper* keeper)
+{
+    keeper_ = keeper;
+    alerts_.offerTools(Localization::string("Search.UpdateYtDlp"), Localization::string("Search.GetTools"),
+                       [self = QPointer<NewSearchController>(this)] {
+                           if (self)
+                               self->getTools();
+                       });
+    connect(keeper, &tools::ToolKeeper::sizesKnown, this, [this](qint64 ytDlp, qint64 deno) {
+        if (ytDlp < 0 || deno < 0)
+            return;
+        const QLocale locale;
+        toolsButton_->setText(Localization::string("Search.GetToolsSized")
+                                  .arg(locale.formattedDataSize(ytDlp, 1, QLocale::DataSizeSIFormat) +
+                                       QStringLiteral(" + ") +
+                                       locale.formattedDataSize(deno, 1, QLocale::DataSizeSIFormat)));
+    });
+    connect(keeper, &tools::ToolKeeper::progressed, this, [this](const QString& tool, qint64 done, qint64 total) {
+        if (!awaitingTools_)
+            return;
+        const QLocale locale;
+        const QString got = locale.formattedDataSize(done, 1, QLocale::DataSizeSIFormat);
+        showStatus(Localization::string("Search.ToolsProgress")
+                       .arg(tool, total < 0 ? got
+                                            : Localization::string("Tools.Of").arg(
+                                                  got, locale.formattedDataSize(total, 1, QLocale::DataSizeSIFormat))));
+    });
+    connect(keeper, &tools::ToolKeeper::updateEnded, this, &NewSearchController::toolsUpdated);
+}
+
+void NewSearchController::getTools()
+{
+    if (!keeper_)
+        return;
+    awaitingTools_ = true;
+    toolsButton_->hide();
+    showStatus(Localization::string("Search.ToolsStarting"));
+    keeper_->update();
+}
+
+void NewSearchController::toolsUpdated(const QList<tools::Outcome>& outcomes)
+{
+    if (!std::exchange(awaitingTools_, false))
+        return;
+    QStringList failures;
+    for (const tools::Outcome& outcome : outcomes)
+        if (!outcome.ok())
+            failures.append(outcome.tool + QStringLiteral(": ") + outcome.reason);
+    if (!failures.isEmpty()) {
+        showStatus(Localization::string("Search.ToolsFailed").arg(failures.join(QLatin1Char(' '))));
+        return;
+    }
+    statusLabel_->hide();
+    notes_->hide();
+    // Asked for by the user: the classic engine they had gives way to the automatic choice.
+    if (engine_->choice().kind == engine::Kind::classic) {
+        engine::Choice choice = engine_->choice();
+        choice.kind = engine::Kind::automatic;
+        setEngine(choice);
+        platform::WorkerPool::run([choice] { Settings::setEngineChoice(choice); });
+    }
     searchTextChange();
 }
 
@@ -238,6 +317,7 @@ void NewSearchController::searchTextChange()
         return;
     statusLabel_->hide();
     switchEngineButton_->hide();
+    toolsButton_->hide();
     notes_->hide();
     loader_->show();
     // A pasted address still being read is superseded: its yt-dlp ends.
@@ -293,15 +373,27 @@ void NewSearchController::searchReady(const Identity& search, const QList<std::s
     searchIsFinish();
 }
 
-void NewSearchController::searchError(const Identity& search, const platform::Error& error, bool offerYtDlp)
+void NewSearchController::searchError(const Identity& search, const platform::Error& error, Offer offer)
 {
     if (!search || search != wordsSearch_)
         return;
     loader_->hide();
     Log::line(QStringLiteral("Error: ") + error.description);
-    showStatus(Localization::string("Search.Failed").arg(error.description));
-    if (offerYtDlp)
-        switchEngineButton_->show();
+    QString text = Localization::string("Search.Failed").arg(error.description);
+    if (!keeper_ && (offer == Offer::getTools || offer == Offer::updateYtDlp))
+        offer = Offer::nothing;
+    if (offer == Offer::getTools) {
+        text += QStringLiteral("\n") + Localization::string("Search.ToolsMissing");
+        toolsButton_->setText(Localization::string("Search.GetTools"));
+        keeper_->askSizes();
+    } else if (offer == Offer::updateYtDlp) {
+        toolsButton_->setText(Localization::string("Search.UpdateYtDlp"));
+    }
+    toolsButton_->setAccessibleName(offer == Offer::updateYtDlp ? Localization::string("Search.UpdateYtDlp")
+                                                                 : Localization::string("Search.GetTools"));
+    showStatus(text);
+    switchEngineButton_->setVisible(offer == Offer::switchToYtDlp);
+    toolsButton_->setVisible(offer == Offer::getTools || offer == Offer::updateYtDlp);
     run(stopSearchAnimation());
 }
 
@@ -520,6 +612,7 @@ void NewSearchController::layOut()
     notes->setSpacing(6);
     notes->addWidget(statusLabel_);
     notes->addWidget(switchEngineButton_, 0, Qt::AlignHCenter);
+    notes->addWidget(toolsButton_, 0, Qt::AlignHCenter);
     auto* column = new QVBoxLayout(barColumn_);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);

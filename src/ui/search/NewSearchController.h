@@ -29,6 +29,10 @@ class YouTubeVideo;
 namespace platform {
 struct Error;
 }
+namespace tools {
+class ToolKeeper;
+struct Outcome;
+}
 
 // The search view: words run a search through the engine (the service's feed,
 // or yt-dlp), a pasted watch-page address loads that one video; the videos are
@@ -50,6 +54,11 @@ public:
     QLabel* statusLabel() const { return statusLabel_; }
     // Under a failed search of the classic engine, when yt-dlp is installed.
     QPushButton* switchEngineButton() const { return switchEngineButton_; }
+    // Under a failed search with no usable yt-dlp ("Get yt-dlp and Deno"), or
+    // one that an old yt-dlp failed ("Update yt-dlp").
+    QPushButton* toolsButton() const { return toolsButton_; }
+    // What gets and updates the tools; without one nothing is offered.
+    void setToolKeeper(tools::ToolKeeper* keeper);
 
     // Searches from now on go through this engine (default: the classic one).
     void setEngine(const engine::Choice& choice);
@@ -90,8 +99,12 @@ private:
 
     void listen();
     void searchReady(const Identity& search, const QList<std::shared_ptr<YouTubeVideo>>& videos);
-    void searchError(const Identity& search, const platform::Error& error, bool offerYtDlp);
+    // What a failed search offers beside its reason.
+    enum class Offer { nothing, switchToYtDlp, getTools, updateYtDlp };
+    void searchError(const Identity& search, const platform::Error& error, Offer offer);
     void switchToYtDlp();
+    void getTools();
+    void toolsUpdated(const QList<tools::Outcome>& outcomes);
     void updateProgressBar(const Identity& search, double offset, double count);
     void addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video, const QString& error);
     void searchIsFinish();
@@ -128,6 +141,10 @@ private:
     QProgressBar* progressBar_;
     QLabel* statusLabel_;
     QPushButton* switchEngineButton_;
+    QPushButton* toolsButton_;
+    QPointer<tools::ToolKeeper> keeper_;
+    // This view asked for the tools: their end searches again.
+    bool awaitingTools_ = false;
     PZScrollView* tableScrollView_;
     // The bar with the progress and the notes under it.
     QWidget* barColumn_;

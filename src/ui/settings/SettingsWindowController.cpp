@@ -1,6 +1,7 @@
 #include "ui/settings/SettingsWindowController.h"
 
-#include "catalogue/engine/YtDlp.h"
+#include "catalogue/tools/ToolKeeper.h"
+#include "catalogue/tools/Toolbox.h"
 #include "downloads/Settings.h"
 #include "platform/Localization.h"
 #include "platform/MainThread.h"
@@ -9,14 +10,17 @@
 
 #include <QAbstractButton>
 #include <QButtonGroup>
+#include <QCheckBox>
+#include <QComboBox>
 #include <QDialog>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
+#include <QLabel>
+#include <QLocale>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QLabel>
 #include <QRadioButton>
 #include <QVBoxLayout>
 #include <QWidget>
@@ -36,61 +40,129 @@ using platform::Localization;
 // takes the short lock on the values, never the one held while writing.
 struct SettingsWindowController::PendingWrite {
     std::mutex writing;
-    std::mutex latest; // guards the three below
+    std::mutex latest; // guards the values below
     std::optional<bool> convert;
     std::optional<engine::Kind> engine;
-    std::optional<QString> ytDlp; // empty: the one on PATH
+    std::optional<QString> ytDlp;  // empty: the newest found
+    std::optional<QString> signIn; // empty: none
+    std::optional<bool> keepCurrent;
     std::atomic<int> unwritten{0};
 
     void write()
     {
         const std::lock_guard lock(writing);
-        std::optional<bool> convertNow;
-        std::optional<engine::Kind> engineNow;
-        std::optional<QString> ytDlpNow;
+        PendingWrite now;
         {
             const std::lock_guard values(latest);
-            convertNow = convert;
-            engineNow = engine;
-            ytDlpNow = ytDlp;
+            now.convert = convert;
+            now.engine = engine;
+            now.ytDlp = ytDlp;
+            now.signIn = signIn;
+            now.keepCurrent = keepCurrent;
         }
-        if (convertNow)
-            Settings::setConvertVideos(*convertNow);
-        if (engineNow || ytDlpNow) {
+        if (now.convert)
+            Settings::setConvertVideos(*now.convert);
+        if (now.keepCurrent)
+            Settings::setKeepToolsCurrent(*now.keepCurrent);
+        if (now.engine || now.ytDlp || now.signIn) {
             engine::Choice choice = Settings::engineChoice();
-            choice.kind = engineNow.value_or(choice.kind);
-            choice.ytDlp = ytDlpNow.value_or(choice.ytDlp);
+            choice.kind = now.engine.value_or(choice.kind);
+            choice.ytDlp = now.ytDlp.value_or(choice.ytDlp);
+            choice.signIn = now.signIn.value_or(choice.signIn);
             Settings::setEngineChoice(choice);
         }
         --unwritten;
     }
 };
 
-SettingsWindowController::SettingsWindowController(QObject* parent)
-    : QObject(parent), window_(new QDialog), radioMatrix_(new QButtonGroup(this)),
-      engineMatrix_(new QButtonGroup(this)), folderLabel_(new QLabel),
+namespace {
+
+constexpr int classicId = 0;
+constexpr int ytDlpId = 1;
+constexpr int automaticId = 2;
+
+engine::Kind kindOf(int id)
+{
+    return id == ytDlpId ? engine::Kind::ytDlp : id == classicId ? engine::Kind::classic : engine::Kind::automatic;
+}
+
+int idOf(engine::Kind kind)
+{
+    return kind == engine::Kind::ytDlp ? ytDlpId : kind == engine::Kind::classic ? classicId : automaticId;
+}
+
+QString originText(tools::Tool::Origin origin)
+{
+    switch (origin) {
+    case tools::Tool::Origin::own:
+        return Localization::string("Settings.OriginOwn");
+    case tools::Tool::Origin::chosen:
+        return Localization::string("Settings.OriginChosen");
+    default:
+        return Localization::string("Settings.OriginPath");
+    }
+}
+
+// "yt-dlp 2025.11.12, Melodrift's own, 13 days old", said to be old past 90 days.
+QString toolLine(const QString& name, const tools::Tool& tool)
+{
+    if (!tool.found())
+        return Localization::string("Settings.ToolNone").arg(name);
+    const qint64 age = tool.ageDays().value_or(0);
+    const QString line =
+        Localization::string("Settings.ToolLine").arg(name, tool.version.isEmpty() ? QStringLiteral("?") : tool.version,
+                                                      originText(tool.origin))
+            .arg(age);
+    if (name == QLatin1String("yt-dlp") && age > tools::Toolbox::oldAfterDays)
+        return Localization::string("Settings.ToolOld").arg(line).arg(tools::Toolbox::oldAfterDays);
+    return line;
+}
+
+QLabel* heading(const QString& text)
+{
+    auto* label = new QLabel(text);
+    QFont bold = label->font();
+    bold.setBold(true);
+    label->setFont(bold);
+    return label;
+}
+
+QLabel* plainLine()
+{
+    auto* label = new QLabel;
+    label->setTextFormat(Qt::PlainText);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    label->setWordWrap(true);
+    return label;
+}
+
+} // namespace
+
+SettingsWindowController::SettingsWindowController(tools::ToolKeeper* keeper, QObject* parent)
+    : QObject(parent), window_(new QDialog), keeper_(keeper), radioMatrix_(new QButtonGroup(this)),
+      engineMatrix_(new QButtonGroup(this)), folderLabel_(plainLine()),
       changeFolderButton_(new QPushButton(Localization::string("Settings.FolderChange"))),
       pending_(std::make_shared<PendingWrite>())
 {
     window_->setWindowTitle(Localization::string("Settings.Title"));
-    auto* question = new QLabel(Localization::string("Settings.Question"));
     auto* convert = new QRadioButton(Localization::string("Settings.ConvertToH264"));
     auto* keep = new QRadioButton(Localization::string("Settings.NoConversion"));
     for (QRadioButton* choice : {convert, keep})
         choice->setAccessibleName(choice->text());
     radioMatrix_->addButton(convert, 0);
     radioMatrix_->addButton(keep, 1);
-    auto* engineQuestion = new QLabel(Localization::string("Settings.EngineQuestion"));
+
+    auto* automatic = new QRadioButton(Localization::string("Settings.EngineAutomatic"));
     auto* classic = new QRadioButton(Localization::string("Settings.EngineClassic"));
     auto* ytDlp = new QRadioButton(Localization::string("Settings.EngineYtDlp").arg(Localization::string("Settings.YtDlpChecking")));
+    automatic->setAccessibleName(automatic->text());
     classic->setAccessibleName(classic->text());
     ytDlp->setAccessibleName(QStringLiteral("yt-dlp"));
-    engineMatrix_->addButton(classic, 0);
-    engineMatrix_->addButton(ytDlp, 1);
-    ytDlpProgram_ = new QLabel;
-    ytDlpProgram_->setTextFormat(Qt::PlainText);
+    engineMatrix_->addButton(classic, classicId);
+    engineMatrix_->addButton(ytDlp, ytDlpId);
+    engineMatrix_->addButton(automatic, automaticId);
+    ytDlpProgram_ = plainLine();
     ytDlpProgram_->setForegroundRole(QPalette::PlaceholderText);
-    ytDlpProgram_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     auto* choose = new QPushButton(Localization::string("Settings.ChooseYtDlp"));
     choose->setAccessibleName(choose->text());
     usePath_ = new QPushButton(Localization::string("Settings.YtDlpOnPath"));
@@ -101,23 +173,61 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
     program->addWidget(choose);
     program->addWidget(usePath_);
 
+    signIn_ = new QComboBox;
+    signIn_->addItem(Localization::string("Settings.SignInNone"), QString());
+    for (const QString& browser : engine::Choice::browsers()) {
+        QString name = browser;
+        name[0] = name[0].toUpper();
+        signIn_->addItem(name, browser);
+    }
+    auto* signInLabel = new QLabel(Localization::string("Settings.SignIn"));
+    signInLabel->setBuddy(signIn_);
+    signIn_->setAccessibleName(signInLabel->text());
+    auto* signInRow = new QHBoxLayout;
+    signInRow->addWidget(signInLabel);
+    signInRow->addWidget(signIn_);
+    signInRow->addStretch(1);
+
+    ytDlpTool_ = plainLine();
+    runtimeTool_ = plainLine();
+    updateButton_ = new QPushButton(Localization::string("Settings.UpdateNow"));
+    updateButton_->setAccessibleName(updateButton_->text());
+    updateButton_->setVisible(keeper_ != nullptr);
+    updateStatus_ = plainLine();
+    updateStatus_->setForegroundRole(QPalette::PlaceholderText);
+    updateStatus_->setAccessibleName(Localization::string("Settings.UpdateNow"));
+    updateStatus_->hide();
+    keepCurrent_ = new QCheckBox(Localization::string("Settings.KeepCurrent"));
+    keepCurrent_->setAccessibleName(keepCurrent_->text());
+    auto* toolsRow = new QHBoxLayout;
+    auto* toolLines = new QVBoxLayout;
+    toolLines->setSpacing(4);
+    toolLines->addWidget(ytDlpTool_);
+    toolLines->addWidget(runtimeTool_);
+    toolsRow->addLayout(toolLines, 1);
+    toolsRow->addWidget(updateButton_, 0, Qt::AlignTop);
+
     auto* layout = new QVBoxLayout(window_);
     layout->setContentsMargins(20, 16, 20, 20);
     layout->setSpacing(8);
-    layout->addWidget(question);
+    layout->addWidget(heading(Localization::string("Settings.Question")));
     layout->addWidget(convert);
     layout->addWidget(keep);
     layout->addSpacing(12);
-    layout->addWidget(engineQuestion);
+    layout->addWidget(heading(Localization::string("Settings.EngineQuestion")));
+    layout->addWidget(automatic);
     layout->addWidget(classic);
     layout->addWidget(ytDlp);
     layout->addLayout(program);
+    layout->addLayout(signInRow);
     layout->addSpacing(12);
-    auto* folderQuestion = new QLabel(Localization::string("Settings.FolderQuestion"));
+    layout->addWidget(heading(Localization::string("Settings.ToolsQuestion")));
+    layout->addLayout(toolsRow);
+    layout->addWidget(updateStatus_);
+    layout->addWidget(keepCurrent_);
+    layout->addSpacing(12);
+    auto* folderQuestion = heading(Localization::string("Settings.FolderQuestion"));
     layout->addWidget(folderQuestion);
-    folderLabel_->setTextFormat(Qt::PlainText);
-    folderLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    folderLabel_->setWordWrap(true);
     folderLabel_->setAccessibleDescription(folderQuestion->text());
     changeFolderButton_->setAccessibleName(changeFolderButton_->text());
     auto* folderRow = new QHBoxLayout;
@@ -138,7 +248,18 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
     });
     connect(engineMatrix_, &QButtonGroup::idToggled, this, [this](int id, bool checked) {
         if (checked && !showingStored_)
-            saveEngine(id);
+            saveEngine(kindOf(id));
+    });
+    connect(signIn_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (showingStored_ || index < 0)
+            return;
+        const QString browser = signIn_->itemData(index).toString();
+        store([&browser](PendingWrite& pending) { pending.signIn = browser; });
+        emit signInChosen(browser);
+    });
+    connect(keepCurrent_, &QCheckBox::toggled, this, [this](bool keep) {
+        if (!showingStored_)
+            store([keep](PendingWrite& pending) { pending.keepCurrent = keep; });
     });
     connect(choose, &QPushButton::clicked, this, [this] {
         // Not modal to the program: the window goes on answering.
@@ -152,6 +273,42 @@ SettingsWindowController::SettingsWindowController(QObject* parent)
     });
     connect(usePath_, &QPushButton::clicked, this, [this] { chooseYtDlp({}); });
     connect(changeFolderButton_, &QPushButton::clicked, this, &SettingsWindowController::changeFolder);
+    if (keeper_) {
+        connect(updateButton_, &QPushButton::clicked, keeper_, &tools::ToolKeeper::update);
+        connect(keeper_, &tools::ToolKeeper::updateStarted, this, [this] {
+            updateButton_->setEnabled(false);
+            updateStatus_->setText(Localization::string("Settings.Updating").arg(QString()));
+            updateStatus_->show();
+        });
+        connect(keeper_, &tools::ToolKeeper::progressed, this, [this](const QString& tool, qint64 done, qint64 total) {
+            const QLocale locale;
+            const QString got = locale.formattedDataSize(done, 1, QLocale::DataSizeSIFormat);
+            updateStatus_->setText(Localization::string("Settings.Updating")
+                                       .arg(tool + QLatin1Char(' ') +
+                                            (total < 0 ? got
+                                                       : Localization::string("Tools.Of").arg(
+                                                             got, locale.formattedDataSize(total, 1,
+                                                                                           QLocale::DataSizeSIFormat)))));
+        });
+        connect(keeper_, &tools::ToolKeeper::updateEnded, this, &SettingsWindowController::updateEnded);
+        updateButton_->setEnabled(!keeper_->isUpdating());
+    }
+}
+
+void SettingsWindowController::updateEnded(const QList<tools::Outcome>& outcomes)
+{
+    updateButton_->setEnabled(true);
+    QStringList done, failed;
+    for (const tools::Outcome& outcome : outcomes) {
+        if (outcome.ok())
+            done.append(outcome.tool + QLatin1Char(' ') + outcome.version);
+        else
+            failed.append(outcome.tool + QStringLiteral(": ") + outcome.reason);
+    }
+    updateStatus_->setText(failed.isEmpty() ? Localization::string("Settings.UpdateDone").arg(done.join(QStringLiteral(", ")))
+                                            : Localization::string("Settings.UpdateFailed").arg(failed.join(QLatin1Char(' '))));
+    updateStatus_->show();
+    showTools(chosen_);
 }
 
 void SettingsWindowController::changeFolder()
@@ -201,46 +358,56 @@ SettingsWindowController::~SettingsWindowController()
 void SettingsWindowController::windowDidLoad()
 {
     // A click whose write has not landed yet is what the store will hold.
-    std::optional<bool> convert;
+    std::optional<bool> convert, keepCurrent;
     std::optional<engine::Kind> kind;
-    std::optional<QString> program;
+    std::optional<QString> program, signIn;
     {
         const std::lock_guard values(pending_->latest);
         convert = pending_->convert;
         kind = pending_->engine;
         program = pending_->ytDlp;
+        signIn = pending_->signIn;
+        keepCurrent = pending_->keepCurrent;
     }
     const engine::Choice stored = Settings::engineChoice();
     showingStored_ = true;
     radioMatrix_->button(convert.value_or(Settings::convertVideos()) ? 0 : 1)->setChecked(true);
-    engineMatrix_->button(kind.value_or(stored.kind) == engine::Kind::ytDlp ? 1 : 0)->setChecked(true);
+    engineMatrix_->button(idOf(kind.value_or(stored.kind)))->setChecked(true);
+    signIn_->setCurrentIndex(std::max(0, signIn_->findData(signIn.value_or(stored.signIn))));
+    keepCurrent_->setChecked(keepCurrent.value_or(Settings::keepToolsCurrent()));
     showingStored_ = false;
     folderLabel_->setText(Settings::downloadFolder());
-    showYtDlpVersion(program.value_or(stored.ytDlp));
+    showTools(program.value_or(stored.ytDlp));
 }
 
-void SettingsWindowController::showYtDlpVersion(const QString& configured)
+void SettingsWindowController::showTools(const QString& chosen)
 {
-    usePath_->setVisible(!configured.isEmpty());
-    ytDlpProgram_->setText(Localization::string("Settings.YtDlpProgram").arg(Localization::string("Settings.YtDlpChecking")));
-    engineMatrix_->button(1)->setText(Localization::string("Settings.EngineYtDlp").arg(Localization::string("Settings.YtDlpChecking")));
-    // Off the interface thread: the version is yt-dlp's own answer. Only the
-    // latest question's answer is shown.
-    const int asked = ++versionAsked_;
+    chosen_ = chosen;
+    usePath_->setVisible(!chosen.isEmpty());
+    const QString checking = Localization::string("Settings.YtDlpChecking");
+    ytDlpProgram_->setText(Localization::string("Settings.YtDlpProgram").arg(checking));
+    engineMatrix_->button(ytDlpId)->setText(Localization::string("Settings.EngineYtDlp").arg(checking));
+    // Off the interface thread: a version is the program's own answer. Only
+    // the latest question's answer is shown.
+    const int asked = ++toolsAsked_;
     const QPointer<SettingsWindowController> self(this);
-    platform::WorkerPool::run([self, configured, asked] {
-        const QString located = engine::YtDlp::locate(configured);
-        const auto version = engine::YtDlp::version(configured);
-        platform::MainThread::post([self, configured, located, version, asked] {
-            if (!self || asked != self->versionAsked_)
+    platform::WorkerPool::run([self, chosen, asked] {
+        const tools::Toolbox toolbox;
+        const tools::Tool ytDlp = toolbox.ytDlp(chosen);
+        const tools::Tool runtime = toolbox.jsRuntime();
+        platform::MainThread::post([self, chosen, ytDlp, runtime, asked] {
+            if (!self || asked != self->toolsAsked_)
                 return;
-            const QString where = located.isEmpty() ? configured : located;
+            const QString where = ytDlp.found() ? ytDlp.path : chosen;
             self->program_ = where;
             self->ytDlpProgram_->setText(Localization::string("Settings.YtDlpProgram")
                                              .arg(where.isEmpty() ? QStringLiteral("yt-dlp") : where));
-            self->engineMatrix_->button(1)->setText(
-                Localization::string("Settings.EngineYtDlp")
-                    .arg(version ? *version : Localization::string("Settings.YtDlpMissing")));
+            self->engineMatrix_->button(ytDlpId)->setText(Localization::string("Settings.EngineYtDlp")
+                                                              .arg(ytDlp.usable() && !ytDlp.version.isEmpty()
+                                                                       ? ytDlp.version
+                                                                       : Localization::string("Settings.YtDlpMissing")));
+            self->ytDlpTool_->setText(toolLine(QStringLiteral("yt-dlp"), ytDlp));
+            self->runtimeTool_->setText(toolLine(runtime.found() ? runtime.name : QStringLiteral("Deno"), runtime));
         });
     });
 }
@@ -248,13 +415,13 @@ void SettingsWindowController::showYtDlpVersion(const QString& configured)
 void SettingsWindowController::chooseYtDlp(const QString& program)
 {
     store([&program](PendingWrite& pending) { pending.ytDlp = program; });
-    showYtDlpVersion(program);
+    showTools(program);
     emit ytDlpChosen(program);
 }
 
-void SettingsWindowController::saveEngine(int kind)
+void SettingsWindowController::saveEngine(engine::Kind kind)
 {
-    store([kind](PendingWrite& pending) { pending.engine = kind == 1 ? engine::Kind::ytDlp : engine::Kind::classic; });
+    store([kind](PendingWrite& pending) { pending.engine = kind; });
     emit engineChosen(kind);
 }
 

@@ -1,5 +1,7 @@
 #include "ui/shell/AppDelegate.h"
 
+#include "catalogue/tools/ToolKeeper.h"
+#include "catalogue/tools/Toolbox.h"
 #include "downloads/DownloadItem.h"
 #include "downloads/HistoryQueue.h"
 #include "downloads/Settings.h"
@@ -43,8 +45,10 @@ AppDelegate::AppDelegate(const platform::ServiceEndpoints& endpoints, AlertPrese
       window_(std::make_unique<MainWindow>([this](const QMimeData& data) { return droppedAddress(data); })),
       // The window's child: it and its views go with the window.
       menu_(new MenuDelegate(endpoints, alerts ? *alerts : *ownAlerts_, history_, window_.get())),
-      notifications_(new platform::Notifications(QStringLiteral("Melodrift"), QStringLiteral("org.melodrift.Melodrift"), this))
+      notifications_(new platform::Notifications(QStringLiteral("Melodrift"), QStringLiteral("org.melodrift.Melodrift"), this)),
+      toolKeeper_(new tools::ToolKeeper(tools::ToolFolder(), tools::Sources::standard(), this))
 {
+    menu_->getNewSearchController()->setToolKeeper(toolKeeper_);
     window_->setWindowTitle(QStringLiteral("Melodrift"));
     window_->setMinimumSize(static_cast<int>(std::floor(narrowestRefused)) + 1,
                             static_cast<int>(std::floor(lowestRefused)) + 1);
@@ -151,6 +155,27 @@ void AppDelegate::finishLaunching()
     // After the window is up: its pictures are 320 KiB for the X server.
     if (QApplication::windowIcon().isNull())
         QApplication::setWindowIcon(Picture::logoIcon());
+    keepToolsCurrent();
+}
+
+void AppDelegate::keepToolsCurrent()
+{
+    // Only for the real service: a stand-in is read as it is. Whether yt-dlp
+    // is in use may ask it for its version: off this thread.
+    const engine::Choice choice = menu_->getNewSearchController()->engineChoice();
+    if (endpoints_.isStandIn() || choice.kind == engine::Kind::classic)
+        return;
+    platform::WorkerPool::run([self = QPointer<AppDelegate>(this), choice] {
+        if (!Settings::keepToolsCurrent())
+            return;
+        // Automatic runs yt-dlp only when there is one: a first one is got only when asked for.
+        if (choice.kind == engine::Kind::automatic && !tools::Toolbox().ytDlp(choice.ytDlp).usable())
+            return;
+        platform::MainThread::post([self] {
+            if (self)
+                self->toolKeeper_->updateIfDue();
+        });
+    });
 }
 
 bool AppDelegate::applicationShouldHandleReopen()
@@ -178,10 +203,15 @@ QSizeF AppDelegate::windowWillResize(const QSizeF& proposed) const
 void AppDelegate::settingsClick()
 {
     if (!settingsWindowController_) {
-        settingsWindowController_ = new SettingsWindowController(this);
-        connect(settingsWindowController_, &SettingsWindowController::engineChosen, this, [this](int kind) {
+        settingsWindowController_ = new SettingsWindowController(toolKeeper_, this);
+        connect(settingsWindowController_, &SettingsWindowController::engineChosen, this, [this](engine::Kind kind) {
             engine::Choice choice = menu_->getNewSearchController()->engineChoice();
-            choice.kind = kind == 1 ? engine::Kind::ytDlp : engine::Kind::classic;
+            choice.kind = kind;
+            setEngine(choice);
+        });
+        connect(settingsWindowController_, &SettingsWindowController::signInChosen, this, [this](const QString& browser) {
+            engine::Choice choice = menu_->getNewSearchController()->engineChoice();
+            choice.signIn = browser;
             setEngine(choice);
         });
         connect(settingsWindowController_, &SettingsWindowController::ytDlpChosen, this, [this](const QString& program) {

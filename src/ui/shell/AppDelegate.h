@@ -21,6 +21,9 @@ class HistoryQueue;
 namespace platform {
 class Notifications;
 }
+namespace tools {
+class ToolKeeper;
+}
 class MainWindow;
 class MenuDelegate;
 class SettingsWindowController;
@@ -39,6 +42,8 @@ public:
     MenuDelegate* menu() const { return menu_; }
     // Made on the first use and kept; nothing before.
     SettingsWindowController* settingsWindowController() const { return settingsWindowController_; }
+    // Gets and updates yt-dlp and Deno for the search view and the settings window.
+    tools::ToolKeeper* toolKeeper() const { return toolKeeper_; }
 
     // Builds the window hidden, empties the cache folder off this thread, tells
     // the search view, then shows the window.
@@ -69,6 +74,8 @@ private:
     // A job ended while the window was elsewhere: the desktop says so.
     void announce(const DownloadItem& item);
     void finishLaunching();
+    // The daily update, when it is wanted and yt-dlp is what finds the videos.
+    void keepToolsCurrent();
 
     const platform::ServiceEndpoints endpoints_;
     std::unique_ptr<AlertPresenter> ownAlerts_;
@@ -77,4 +84,5 @@ private:
     MenuDelegate* menu_; // the window's
     SettingsWindowController* settingsWindowController_ = nullptr;
     platform::Notifications* notifications_;
+    tools::ToolKeeper* toolKeeper_;
 };

@@ -1,0 +1,72 @@
+#include "catalogue/tools/ArchiveEntry.h"
+
+#include <QFile>
+#include <QIODevice>
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <memory>
+
+namespace tools {
+
+namespace {
+
+struct ArchiveCloser {
+    void operator()(archive* a) const { archive_read_free(a); }
+};
+
+QString reasonOf(archive* a)
+{
+    const char* text = archive_error_string(a);
+    return QStringLiteral("the archive cannot be read (%1)")
+        .arg(text ? QString::fromUtf8(text).left(200) : QStringLiteral("unknown error"));
+}
+
+} // namespace
+
+QString ArchiveEntry::extract(const QString& zipFile, const QString& name, QIODevice& into, qint64 maxBytes)
+{
+    const std::unique_ptr<archive, ArchiveCloser> zip(archive_read_new());
+    if (!zip)
+        return QStringLiteral("the archive cannot be read (out of memory)");
+    archive_read_support_format_zip(zip.get());
+    if (archive_read_open_filename(zip.get(), QFile::encodeName(zipFile).constData(), 64 * 1024) != ARCHIVE_OK)
+        return reasonOf(zip.get());
+
+    const QByteArray wanted = name.toUtf8();
+    bool found = false;
+    for (;;) {
+        archive_entry* entry = nullptr;
+        const int next = archive_read_next_header(zip.get(), &entry);
+        if (next == ARCHIVE_EOF)
+            break;
+        if (next != ARCHIVE_OK && next != ARCHIVE_WARN)
+            return reasonOf(zip.get());
+        const char* path = archive_entry_pathname(entry);
+        if (!path || (wanted != path && QByteArray("./") + wanted != path))
+            continue; // archive_read_next_header skips the data of an entry not read
+        if (archive_entry_filetype(entry) != AE_IFREG)
+            return QStringLiteral("%1 in the archive is not a file").arg(name);
+        if (found)
+            return QStringLiteral("the archive holds %1 twice").arg(name);
+        found = true;
+        qint64 written = 0;
+        char buffer[64 * 1024];
+        for (;;) {
+            const la_ssize_t got = archive_read_data(zip.get(), buffer, sizeof buffer);
+            if (got == 0)
+                break;
+            if (got < 0)
+                return reasonOf(zip.get());
+            written += got;
+            if (written > maxBytes)
+                return QStringLiteral("%1 in the archive is larger than %2 MiB").arg(name).arg(maxBytes / (1024 * 1024));
+            if (into.write(buffer, got) != got)
+                return QStringLiteral("%1 could not be written: %2").arg(name, into.errorString());
+        }
+    }
+    return found ? QString() : QStringLiteral("the archive holds no %1").arg(name);
+}
+
+} // namespace tools

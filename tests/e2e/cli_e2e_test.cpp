@@ -1,6 +1,7 @@
 // End-to-end runs: melodrift-service started on loopback with the demo catalogue,
 // melodrift-cli run against it in a home of its own.
 #include "media.h"
+#include "release_mirror.h"
 #include "service_process.h"
 #include "test_home.h"
 
@@ -55,8 +56,8 @@ struct result {
 };
 
 // A running melodrift-service on the demo catalogue; stopped when it goes.
-struct service : service_process {
-    explicit service(const QStringList& options = {})
+struct stand_in : service_process {
+    explicit stand_in(const QStringList& options = {})
         : service_process(QStringLiteral(MELODRIFT_SERVICE_BINARY), catalogueDir, options)
     {
     }
@@ -153,7 +154,7 @@ protected:
 
 TEST_F(EndToEnd, SearchThenSoundTrackAsMp3)
 {
-    service s;
+    stand_in s;
     const video* v = find(videos, [](const video& v) { return v.kind == "normal" && v.title.contains("&"); });
     ASSERT_TRUE(v);
     const result found = user.run(s.base(), {"search", v->title.section(' ', 0, 1)});
@@ -173,7 +174,7 @@ TEST_F(EndToEnd, SearchThenSoundTrackAsMp3)
 
 TEST_F(EndToEnd, Mp4StreamIsCopiedAndWebmConverted)
 {
-    service s;
+    stand_in s;
     const video* mp4 = bestIs(22);
     const video* webm = bestIs(43);
     ASSERT_TRUE(mp4 && webm);
@@ -192,7 +193,7 @@ TEST_F(EndToEnd, ParserServiceDownOrWrongStillDownloads)
     const video* v = bestIs(22);
     ASSERT_TRUE(v);
     for (const char* mode : {"down", "garbage"}) {
-        service s({"--parser", mode});
+        stand_in s({"--parser", mode});
         const result listed = user.run(s.base(), {"streams", s.watch(v->id)});
         ASSERT_EQ(listed.status, 0) << mode << ": " << listed.output.toStdString();
         EXPECT_TRUE(listed.output.contains(QRegularExpression("^\\* hd720", QRegularExpression::MultilineOption)))
@@ -204,7 +205,7 @@ TEST_F(EndToEnd, ParserServiceDownOrWrongStillDownloads)
 
 TEST_F(EndToEnd, NoticesAndRtmpeAreClearFailuresAndTheCommandLineBasics)
 {
-    service s;
+    stand_in s;
     int seen = 0;
     for (const video& v : videos) {
         if (v.kind == "normal")
@@ -240,7 +241,7 @@ TEST_F(EndToEnd, BrokenStreamsFailWithAReasonAndLeaveNothing)
     const QStringList faults[] = {
         {"--fail-stream", v->id + "=404"}, {"--cut-stream", v->id}, {"--stall-stream", v->id}};
     for (const QStringList& fault : faults) {
-        service s(fault);
+        stand_in s(fault);
         const result r = user.run(s.base(), {"--timeout", "2", "audio", s.watch(v->id)});
         EXPECT_EQ(r.status, 1) << fault.join(' ').toStdString() << ": " << r.output.toStdString();
         EXPECT_TRUE(r.output.contains("Failed: ")) << r.output.toStdString();
@@ -259,7 +260,7 @@ TEST_F(EndToEnd, SecondProgramLeavesTheFirstOnesDownloadAlone)
     ASSERT_TRUE(first && second);
     // Every stream answers late, so the first download is under way, its file
     // open in the cache, when the second program starts.
-    service s({"--latency", "media=1500"});
+    stand_in s({"--latency", "media=1500"});
     const auto running = user.start(s.base(), {"video", "--no-convert", s.watch(first->id)});
     ASSERT_TRUE(running);
     std::this_thread::sleep_for(std::chrono::milliseconds(700));
@@ -282,7 +283,7 @@ TEST_F(EndToEnd, AHostileServiceReadsNothingLocalAndWritesNothingRaw)
         QFile file(secret);
         ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(secretBytes) == secretBytes.size());
     }
-    service s({"--hostile", secret, "--feed-size", "25"});
+    stand_in s({"--hostile", secret, "--feed-size", "25"});
     const auto clean = [](const QString& text) {
         return std::ranges::none_of(text, [](QChar c) { return c.unicode() < 0x20 && c != '\n'; });
     };
@@ -324,7 +325,7 @@ TEST_F(EndToEnd, AHostileServiceReadsNothingLocalAndWritesNothingRaw)
 // service's feed as RSS and its watch pages' HTML5 sources.
 TEST_F(EndToEnd, YtDlpFindsListsAndSavesWhatTheClassicEngineDoes)
 {
-    service s;
+    stand_in s;
     const QStringList ytDlp{"--engine", "yt-dlp"};
     // The same list, in the same order, with the same decoded titles and lengths.
     const result classic = user.run(s.base(), {"search", "a"});
@@ -349,7 +350,7 @@ TEST_F(EndToEnd, YtDlpFindsListsAndSavesWhatTheClassicEngineDoes)
 
 TEST_F(EndToEnd, YtDlpsReasonsAndAMissingYtDlpAreClearFailures)
 {
-    service s;
+    stand_in s;
     const QStringList ytDlp{"--engine", "yt-dlp"};
     // (A page without a video, and yt-dlp's own reason: the desktop's yt-dlp run.)
     const result rtmpe = user.run(s.base(), ytDlp + QStringList{"audio", s.watch("UnRtcGVPbmw")});
@@ -366,19 +367,67 @@ TEST_F(EndToEnd, YtDlpsReasonsAndAMissingYtDlpAreClearFailures)
     EXPECT_EQ(user.run(s.base(), {"--engine", "other", "search", "bars"}).status, 2);
 }
 
+// Melodrift's own yt-dlp and Deno: got from a release folder (a mirror on
+// loopback, signed with the test's key), verified, listed, and then run by a
+// search with the runtime and the sign-in it is given.
+TEST_F(EndToEnd, MelodriftsOwnYtDlpAndDenoAreGotVerifiedAndRun)
+{
+    stand_in s;
+    const result classic = user.run(s.base(), {"search", "a"});
+    const release_mirror::releases made;
+    release_mirror::mirror mirror(made.make("2026.11.20", "2.5.6"));
+    const QString base = mirror.base().toString();
+    const QStringList releases{"MELODRIFT_YTDLP_RELEASES=" + base, "MELODRIFT_DENO_RELEASES=" + base,
+                               "MELODRIFT_YTDLP_KEY=" + made.key()};
+    const result update = user.run(s.base(), {"tools", "update"}, releases);
+    ASSERT_EQ(update.status, 0) << update.output.toStdString();
+    EXPECT_EQ(update.output, "yt-dlp 2026.11.20: installed\nDeno 2.5.6: installed\n");
+
+    const QString own = user.home() + "/.local/share/Melodrift/Melodrift/tools/";
+    const result listed = user.run(s.base(), {"tools"});
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_TRUE(listed.output.contains(QRegularExpression(
+        "^yt-dlp +2026\\.11\\.20 +Melodrift's own +\\d+ days +" + QRegularExpression::escape(own) + "yt-dlp$",
+        QRegularExpression::MultilineOption)))
+        << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.contains(QRegularExpression("^JavaScript runtime +deno 2\\.5\\.6 +Melodrift's own ",
+                                                         QRegularExpression::MultilineOption)))
+        << listed.output.toStdString();
+
+    // The search runs it, with its Deno and the browser's sign-in, and finds what the classic engine finds.
+    const QString log = user.home() + "/yt-dlp arguments";
+    const result found = user.run(s.base(), {"--engine", "yt-dlp", "--cookies-from-browser", "firefox", "search", "a"},
+                                  {"MELODRIFT_TEST_YTDLP_LOG=" + log});
+    EXPECT_EQ(found.output, classic.output);
+    const QString arguments = QString::fromUtf8(media::contents(log));
+    EXPECT_TRUE(arguments.contains("--js-runtimes\tdeno:" + own + "deno\t")) << arguments.toStdString();
+    EXPECT_TRUE(arguments.contains("--cookies-from-browser\tfirefox\t")) << arguments.toStdString();
+
+    // A newer release signed by another key changes nothing, and says why.
+    const release_mirror::releases forger;
+    mirror.serve(forger.make("2026.12.01", "2.6.0"));
+    const result refused = user.run(s.base(), {"tools", "update"}, releases);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_TRUE(refused.output.contains("yt-dlp: not updated, nothing was changed: SHA2-256SUMS is refused: "
+                                        "the signature is not valid"))
+        << refused.output.toStdString();
+    EXPECT_TRUE(refused.output.contains("Deno 2.6.0: installed")) << refused.output.toStdString();
+    EXPECT_TRUE(user.run(s.base(), {"tools"}).output.contains("2026.11.20"));
+}
+
 // The real service offers picture and sound together only at low quality: a
 // recorded answer of that shape, whose addresses point at the stand-in (its hd720
 // stream as the picture alone, its medium MP4 as the sound alone), given to the
 // real yt-dlp with --load-info-json.
 TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
 {
-    service s;
+    stand_in s;
     const video* v = find(videos, [](const video& v) {
         return v.kind == "normal" && !mediaFile(v.id, 22).isEmpty() && !mediaFile(v.id, 18).isEmpty();
     });
     ASSERT_TRUE(v);
     // Writes what the stand-in at base offers, reshaped, and a yt-dlp that answers with it.
-    const auto record = [&](const service& at, const QString& name, const QString& badSignature) {
+    const auto record = [&](const stand_in& at, const QString& name, const QString& badSignature) {
         QByteArray answer;
         const ChildProcess::Exit recorded =
             media::run("yt-dlp", {"--ignore-config", "-J", at.watch(v->id)}, &answer);
@@ -439,7 +488,7 @@ TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
     EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty());
 
     // A cancel (the terminal's Ctrl-C or a TERM) stops both transfers, and leaves nothing.
-    service stalled({"--stall-stream", v->id});
+    stand_in stalled({"--stall-stream", v->id});
     record(stalled, "stalled", {});
     const auto running = user.start(stalled.base(), {"video", stalled.watch(v->id)});
     ASSERT_TRUE(running);

@@ -8,6 +8,11 @@
 
 int main(int argc, char** argv)
 {
+    // No test reaches a real release server, whatever it runs: a test that
+    // wants releases serves its own.
+    for (const char* releases : {"MELODRIFT_YTDLP_RELEASES", "MELODRIFT_DENO_RELEASES"})
+        if (!qEnvironmentVariableIsSet(releases))
+            qputenv(releases, "http://127.0.0.1:9/");
     QCoreApplication app(argc, argv);
     platform::Localization::install(QLocale(QLocale::English));
     ::testing::InitGoogleTest(&argc, argv);

@@ -5,6 +5,9 @@
 set -euo pipefail
 script=$1
 export MELODRIFT_BINARY=$2 MELODRIFT_SERVICE_BINARY=$3 MELODRIFT_CATALOGUE=$4 MELODRIFT_SCREENSHOTS=$5
+# No run reaches a real release server: a script that wants releases serves its own.
+export MELODRIFT_YTDLP_RELEASES=${MELODRIFT_YTDLP_RELEASES:-http://127.0.0.1:9/}
+export MELODRIFT_DENO_RELEASES=${MELODRIFT_DENO_RELEASES:-http://127.0.0.1:9/}
 export PYTHONPATH="$(dirname "$0")${PYTHONPATH:+:$PYTHONPATH}"
 exec "$(dirname "$0")/../../support/xvfb.sh" "-screen 0 1280x900x24" dbus-run-session -- bash -c '
   /usr/libexec/at-spi-bus-launcher --launch-immediately &

@@ -6,6 +6,7 @@
 #include "route_server.h"
 
 #include <QDir>
+#include <QUrl>
 #include <QFile>
 #include <QProcessEnvironment>
 #include <QStringList>

@@ -70,6 +70,7 @@ SEEDS_parser_result_archive := tests/data/parser_result
 SEEDS_tbxml := tests/data/feeds
 SEEDS_image_decoder := tests/data/pictures
 SEEDS_ytdlp_json := tests/data/ytdlp
+SEEDS_release_files := tests/data/releases
 
 fuzz: $(addprefix fuzz-,$(FUZZ_TARGETS))
 

@@ -438,7 +438,7 @@ int CliApplication::listTools(const QString& chosen)
     };
     print(line(QStringLiteral("yt-dlp"), ytDlp, ytDlp.version));
     print(line(QStringLiteral("JavaScript runtime"), runtime,
-               runtime.version.isEmpty() ? QString() : runtime.name + QLatin1Char(' ') + runtime.version));
+               runtime.version.isEmpty() ? QString() : runtime.displayName() + QLatin1Char(' ') + runtime.version));
     if (const auto age = ytDlp.ageDays(); ytDlp.found() && age && *age > tools::Toolbox::oldAfterDays)
         complain(QStringLiteral("Warning: this yt-dlp is %1 days old, and the service changes often; "
                                 "'melodrift-cli tools update' gets the current one.")

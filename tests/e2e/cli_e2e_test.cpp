@@ -390,7 +390,7 @@ TEST_F(EndToEnd, MelodriftsOwnYtDlpAndDenoAreGotVerifiedAndRun)
         "^yt-dlp +2026\\.11\\.20 +Melodrift's own +\\d+ days +" + QRegularExpression::escape(own) + "yt-dlp$",
         QRegularExpression::MultilineOption)))
         << listed.output.toStdString();
-    EXPECT_TRUE(listed.output.contains(QRegularExpression("^JavaScript runtime +deno 2\\.5\\.6 +Melodrift's own ",
+    EXPECT_TRUE(listed.output.contains(QRegularExpression("^JavaScript runtime +Deno 2\\.5\\.6 +Melodrift's own ",
                                                          QRegularExpression::MultilineOption)))
         << listed.output.toStdString();
 

@@ -136,6 +136,15 @@ bool isRecentEnough(const Tool& runtime)
 
 } // namespace
 
+QString Tool::displayName() const
+{
+    if (name == QLatin1String("deno"))
+        return QStringLiteral("Deno");
+    if (name == QLatin1String("node"))
+        return QStringLiteral("Node.js");
+    return name;
+}
+
 std::optional<qint64> Tool::ageDays() const
 {
     if (!since || !since->isValid())

@@ -26,6 +26,8 @@ struct Tool {
     std::optional<QDate> since;
 
     bool found() const { return !path.isEmpty(); }
+    // As people write it: "yt-dlp", "Deno", "Node.js".
+    QString displayName() const;
     // Found and answering --version (one the user chose counts when found).
     bool usable() const { return found() && (!version.isEmpty() || origin == Origin::chosen); }
     // Whole days since `since`, on today's date.

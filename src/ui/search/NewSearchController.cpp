@@ -231,10 +231,13 @@ void NewSearchController::setToolKeeper(tools::ToolKeeper* keeper)
         if (ytDlp < 0 || deno < 0)
             return;
         const QLocale locale;
+        if (toolsButton_->text() != Localization::string("Search.GetTools"))
+            return; // the offer is another one by now
         toolsButton_->setText(Localization::string("Search.GetToolsSized")
                                   .arg(locale.formattedDataSize(ytDlp, 1, QLocale::DataSizeSIFormat) +
                                        QStringLiteral(" + ") +
                                        locale.formattedDataSize(deno, 1, QLocale::DataSizeSIFormat)));
+        toolsButton_->setAccessibleName(toolsButton_->text());
     });
     connect(keeper, &tools::ToolKeeper::progressed, this, [this](const QString& tool, qint64 done, qint64 total) {
         if (!awaitingTools_)

@@ -195,7 +195,6 @@ SettingsWindowController::SettingsWindowController(tools::ToolKeeper* keeper, QO
     updateButton_->setVisible(keeper_ != nullptr);
     updateStatus_ = plainLine();
     updateStatus_->setForegroundRole(QPalette::PlaceholderText);
-    updateStatus_->setAccessibleName(Localization::string("Settings.UpdateNow"));
     updateStatus_->hide();
     keepCurrent_ = new QCheckBox(Localization::string("Settings.KeepCurrent"));
     keepCurrent_->setAccessibleName(keepCurrent_->text());
@@ -407,7 +406,7 @@ void SettingsWindowController::showTools(const QString& chosen)
                                                                        ? ytDlp.version
                                                                        : Localization::string("Settings.YtDlpMissing")));
             self->ytDlpTool_->setText(toolLine(QStringLiteral("yt-dlp"), ytDlp));
-            self->runtimeTool_->setText(toolLine(runtime.found() ? runtime.name : QStringLiteral("Deno"), runtime));
+            self->runtimeTool_->setText(toolLine(runtime.displayName(), runtime));
         });
     });
 }

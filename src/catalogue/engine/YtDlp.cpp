@@ -161,8 +161,9 @@ YtDlp::Answer YtDlp::run(const Choice& choice, const QStringList& arguments,
     const tools::Tool ytDlp = toolbox.ytDlp(choice.ytDlp);
     if (!ytDlp.found())
         return {{}, missingText(choice.ytDlp)};
-    const QString program = ytDlp.path;
-    QStringList options = commonOptions + tools::Toolbox::runtimeOptions(ytDlp, toolbox.jsRuntime());
+    const QStringList command = ytDlp.command.isEmpty() ? QStringList{ytDlp.path} : ytDlp.command;
+    const QString program = command.first();
+    QStringList options = command.mid(1) + commonOptions + tools::Toolbox::runtimeOptions(ytDlp, toolbox.jsRuntime());
     if (Choice::browsers().contains(choice.signIn))
         options << QStringLiteral("--cookies-from-browser") << choice.signIn;
     const auto token = cancel ? cancel : std::make_shared<platform::CancelToken>();

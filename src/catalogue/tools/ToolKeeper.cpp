@@ -82,10 +82,10 @@ void ToolKeeper::askSizes()
 {
     const QPointer<ToolKeeper> self(this);
     platform::WorkerPool::run([self, folder = folder_, sources = sources_, cancel = cancel_] {
-        const auto [ytDlp, deno] = ToolUpdater(folder, sources, cancel).sizes();
-        platform::MainThread::post([self, ytDlp, deno] {
+        const auto sizes = ToolUpdater(folder, sources, cancel).sizes();
+        platform::MainThread::post([self, ytDlp = sizes.first.value_or(-1), deno = sizes.second.value_or(-1)] {
             if (self)
-                emit self->sizesKnown(ytDlp.value_or(-1), deno.value_or(-1));
+                emit self->sizesKnown(ytDlp, deno);
         });
     });
 }

@@ -12,6 +12,8 @@
 #include <QLocale>
 #include <QLockFile>
 #include <QSaveFile>
+#include <QStandardPaths>
+#include <QFileInfo>
 #include <QDir>
 #include <QUuid>
 
@@ -34,6 +36,9 @@ constexpr const char* sums = "SHA2-256SUMS";
 // A listing is a few kilobytes; a slow release server is given this long a byte.
 constexpr std::chrono::seconds patience{30};
 constexpr std::chrono::seconds versionLimit{10};
+// An unpacked yt-dlp is some 25 MB in 1,200 files.
+constexpr qint64 largestUnpacked = 256LL << 20;
+constexpr int mostUnpacked = 20000;
 // How long an update waits for another one of the same folder to end.
 constexpr std::chrono::minutes lockWait{10};
 
@@ -132,8 +137,13 @@ public:
     static void sweep(const ToolFolder& folder)
     {
         QDir dir(folder.path());
-        for (const QString& left : dir.entryList({QStringLiteral("*.new-*")}, QDir::Files | QDir::Hidden))
-            dir.remove(left);
+        for (const QString& left : dir.entryList({QStringLiteral("*.new-*"), QStringLiteral("*.old-*")},
+                                                 QDir::Files | QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
+            if (QFileInfo(dir.filePath(left)).isDir())
+                QDir(dir.filePath(left)).removeRecursively();
+            else
+                dir.remove(left);
+        }
     }
 
 private:
@@ -300,6 +310,7 @@ Outcome ToolUpdater::updateYtDlp()
         return failed(tool, QStringLiteral("%1 lists no yt-dlp").arg(QLatin1String(sums)), fetched, before());
 
     if (digestOfFile(installed) == digest) {
+        unpack(installed); // when it was not, or not to the end
         const QString version = before();
         return {tool, Outcome::State::current, version, {}, fetched};
     }
@@ -332,6 +343,7 @@ Outcome ToolUpdater::updateYtDlp()
         return failed(tool, why, fetched, before());
     toolbox_.remember(tool, installed, *version);
     Log::line(QStringLiteral("Tools: installed yt-dlp %1 (%2) as %3").arg(*version, sizeText(received), installed));
+    unpack(installed);
     return {tool, Outcome::State::installed, *version, {}, fetched};
 }
 
@@ -421,6 +433,54 @@ Outcome ToolUpdater::updateDeno()
     }
     Log::line(QStringLiteral("Tools: installed Deno %1 (%2 zip) as %3").arg(*version, sizeText(received), installed));
     return {tool, Outcome::State::installed, *version, {}, fetched};
+}
+
+void ToolUpdater::unpack(const QString& installed) const
+{
+    const auto identity = FileIdentity::of(installed);
+    if (!identity || toolbox_.isUnpackedFrom(installed))
+        return;
+    const QString unpacked = toolbox_.unpacked();
+    const QString suffix = QUuid::createUuid().toString(QUuid::Id128).left(12);
+    const QString next = unpacked + QStringLiteral(".new-") + suffix;
+    const auto fail = [&next](const QString& why) {
+        Log::line(QStringLiteral("Tools: yt-dlp runs as its zip application: %1").arg(why));
+        QDir(next).removeRecursively();
+    };
+    if (!QDir().mkdir(next))
+        return fail(QStringLiteral("%1 could not be made").arg(next));
+    if (const QString why = ArchiveEntry::extractAll(installed, next, largestUnpacked, mostUnpacked); !why.isEmpty())
+        return fail(why);
+    if (!QFileInfo(next + QStringLiteral("/__main__.py")).isFile())
+        return fail(QStringLiteral("it has no __main__.py"));
+    // Compiled now rather than at the first search; named in tracebacks where
+    // they will be. A failure here only costs the first run the time.
+    if (const QString python = QStandardPaths::findExecutable(QStringLiteral("python3")); !python.isEmpty()) {
+        ChildProcess compile;
+        compile.setDeadline(std::chrono::steady_clock::now() + std::chrono::minutes(2));
+        const auto hook = cancel_->watch([&compile] { compile.terminate(); });
+        if (compile.start(python, {QStringLiteral("-m"), QStringLiteral("compileall"), QStringLiteral("-q"),
+                                   QStringLiteral("-j"), QStringLiteral("0"), QStringLiteral("-s"), next,
+                                   QStringLiteral("-p"), unpacked, next},
+                          ChildProcess::Capture::StandardOutputKeepingErrors)) {
+            compile.readAll();
+            compile.wait();
+        }
+        cancel_->forget(hook);
+    }
+    if (cancel_->isCancelled())
+        return fail(QStringLiteral("cancelled"));
+    QSaveFile stamp(next + QStringLiteral("/.from"));
+    if (!stamp.open(QIODevice::WriteOnly) || stamp.write(Toolbox::stampOf(*identity)) < 0 || !stamp.commit())
+        return fail(QStringLiteral("its stamp could not be written"));
+    // The old one aside, the new one in, the old one gone: a run in between
+    // finds none and runs the zip application.
+    const QString old = unpacked + QStringLiteral(".old-") + suffix;
+    if (QFileInfo::exists(unpacked) && !QDir().rename(unpacked, old))
+        return fail(QStringLiteral("%1 could not be replaced").arg(unpacked));
+    if (!QDir().rename(next, unpacked))
+        return fail(QStringLiteral("%1 could not be put in place").arg(unpacked));
+    QDir(old).removeRecursively();
 }
 
 std::pair<std::optional<qint64>, std::optional<qint64>> ToolUpdater::sizes() const

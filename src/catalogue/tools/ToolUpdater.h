@@ -77,7 +77,9 @@ public:
 private:
     struct Fetched;
     Fetched fetchSmall(const QUrl& url) const;
-    QString install(const QString& name, const QString& temporary, const QString& version) const;
+    // The installed yt-dlp unpacked beside it, its modules compiled (best
+    // effort: without it the zip application runs as it is).
+    void unpack(const QString& installed) const;
 
     ToolFolder folder_;
     Toolbox toolbox_;

@@ -187,7 +187,7 @@ void Toolbox::remember(const QString& name, const QString& path, const QString& 
 
 Tool Toolbox::found(const QString& name, const QString& path, Tool::Origin origin) const
 {
-    Tool tool{name, path, {}, origin, {}};
+    Tool tool{name, path, {}, {}, origin, {}};
     if (const auto version = versionOf(name, path))
         tool.version = *version;
     if (name == QLatin1String("yt-dlp")) {
@@ -201,20 +201,42 @@ Tool Toolbox::found(const QString& name, const QString& path, Tool::Origin origi
     return tool;
 }
 
+QByteArray Toolbox::stampOf(const FileIdentity& zipApplication)
+{
+    return QStringLiteral("%1 %2 %3\n")
+        .arg(zipApplication.size)
+        .arg(zipApplication.modified)
+        .arg(zipApplication.inode)
+        .toLatin1();
+}
+
+bool Toolbox::isUnpackedFrom(const QString& zipApplication) const
+{
+    const auto identity = FileIdentity::of(zipApplication);
+    QFile stamp(unpacked() + QStringLiteral("/.from"));
+    return identity && QFileInfo(unpacked() + QStringLiteral("/__main__.py")).isFile() &&
+           stamp.open(QIODevice::ReadOnly) && stamp.read(256) == stampOf(*identity);
+}
+
 Tool Toolbox::own(const QString& name) const
 {
     const QString path = folder_.file(name);
     const QFileInfo program(path);
     if (!program.isFile() || !program.isExecutable() || !folder_.whyUnusable(false).isEmpty())
-        return Tool{name, {}, {}, Tool::Origin::own, {}};
-    return found(name, path, Tool::Origin::own);
+        return Tool{name, {}, {}, {}, Tool::Origin::own, {}};
+    Tool tool = found(name, path, Tool::Origin::own);
+    // The release's zip application names python3 on PATH; so does this.
+    if (name == QLatin1String("yt-dlp") && isUnpackedFrom(path))
+        if (const QString python = QStandardPaths::findExecutable(QStringLiteral("python3")); !python.isEmpty())
+            tool.command = QStringList{python, unpacked()};
+    return tool;
 }
 
 Tool Toolbox::onPath(const QString& name) const
 {
     const QString path = QStandardPaths::findExecutable(name);
     if (path.isEmpty())
-        return Tool{name, {}, {}, Tool::Origin::path, {}};
+        return Tool{name, {}, {}, {}, Tool::Origin::path, {}};
     return found(name, QFileInfo(path).absoluteFilePath(), Tool::Origin::path);
 }
 
@@ -224,13 +246,13 @@ Tool Toolbox::ytDlp(const QString& chosen) const
     if (!chosen.isEmpty()) {
         const QFileInfo program(chosen);
         if (!program.isFile() || !program.isExecutable())
-            return Tool{name, {}, {}, Tool::Origin::chosen, {}};
+            return Tool{name, {}, {}, {}, Tool::Origin::chosen, {}};
         return found(name, program.absoluteFilePath(), Tool::Origin::chosen);
     }
     const Tool mine = own(name);
     const Tool system = onPath(name);
     if (!mine.usable())
-        return system.usable() ? system : Tool{name, {}, {}, Tool::Origin::path, {}};
+        return system.usable() ? system : Tool{name, {}, {}, {}, Tool::Origin::path, {}};
     if (!system.usable() || release::compareVersions(mine.version, system.version) >= 0)
         return mine;
     return system;
@@ -246,7 +268,7 @@ Tool Toolbox::jsRuntime() const
         if (isRecentEnough(system))
             return system;
     }
-    return Tool{QStringLiteral("deno"), {}, {}, Tool::Origin::own, {}};
+    return Tool{QStringLiteral("deno"), {}, {}, {}, Tool::Origin::own, {}};
 }
 
 QStringList Toolbox::runtimeOptions(const Tool& ytDlp, const Tool& runtime)

@@ -20,6 +20,9 @@ struct Tool {
 
     QString name;    // "yt-dlp", "deno", "node"
     QString path;    // empty: none found
+    // What runs it, when that is not path alone: Melodrift's own yt-dlp runs
+    // unpacked by python3, its modules compiled once rather than each run.
+    QStringList command;
     QString version; // empty: it gave no version
     Origin origin = Origin::path;
     // yt-dlp's versions are its release dates; of the others, the file's time.
@@ -59,6 +62,13 @@ public:
 
     // One of Melodrift's own, at its place in the folder (not found when missing).
     Tool own(const QString& name) const;
+
+    // Where Melodrift's own yt-dlp is kept unpacked, and whether what is there
+    // was unpacked from the zip application as it is now.
+    QString unpacked() const { return folder_.file(QStringLiteral("yt-dlp.d")); }
+    bool isUnpackedFrom(const QString& zipApplication) const;
+    // What ties an unpacked yt-dlp to its zip application.
+    static QByteArray stampOf(const FileIdentity& zipApplication);
 
     // What the program at path answers to --version, read as a `name`'s
     // version; nothing when it does not run or says something else.

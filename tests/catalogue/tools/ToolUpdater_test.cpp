@@ -7,6 +7,7 @@
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -78,6 +79,9 @@ TEST_F(ToolUpdates, FirstInstallThenNothingFetchedThenTheNewerRelease)
     const Tool runs = toolbox.ytDlp({});
     EXPECT_EQ(runs.origin, Tool::Origin::own);
     EXPECT_EQ(runs.version, "2026.11.01");
+    // Unpacked beside it, its modules compiled once: python3 runs that.
+    EXPECT_EQ(runs.command, (QStringList{QStandardPaths::findExecutable("python3"), folder() + "/yt-dlp.d"}));
+    EXPECT_TRUE(QFileInfo::exists(folder() + "/yt-dlp.d/yt_dlp/__pycache__"));
     EXPECT_EQ(Toolbox::runtimeOptions(runs, toolbox.jsRuntime()),
               (QStringList{"--js-runtimes", "deno:" + folder() + "/deno"}));
 
@@ -92,8 +96,15 @@ TEST_F(ToolUpdates, FirstInstallThenNothingFetchedThenTheNewerRelease)
     EXPECT_EQ(mirror.count("/deno-x86_64-unknown-linux-gnu.zip.sha256sum"), 2u);
     EXPECT_EQ(mirror.count("/deno-x86_64-unknown-linux-gnu.zip") - 2u, 1u); // the zip itself once
 
+    // Unpacked anew when the one there is not of this yt-dlp.
+    QFile::remove(folder() + "/yt-dlp.d/.from");
+    EXPECT_TRUE(toolbox.ytDlp({}).command.isEmpty());
+    EXPECT_EQ(updater().updateYtDlp().state, Outcome::State::current);
+    EXPECT_FALSE(toolbox.ytDlp({}).command.isEmpty());
+
     mirror.serve(newer);
     EXPECT_EQ(updater().updateYtDlp().version, "2026.11.20");
+    EXPECT_FALSE(toolbox.ytDlp({}).command.isEmpty());
     EXPECT_EQ(updater().updateDeno().version, "2.6.0");
     EXPECT_EQ(toolbox.ytDlp({}).version, "2026.11.20");
     // Nothing of the updates is left beside the programs.

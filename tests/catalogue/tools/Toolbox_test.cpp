@@ -87,8 +87,8 @@ TEST(Toolbox, RuntimesAndTheOptionsThatNameThem)
 {
     scratch s;
     const Toolbox toolbox{ToolFolder(s.own())};
-    const Tool current{"yt-dlp", "/x/yt-dlp", "2025.11.12", Tool::Origin::own, {}};
-    const Tool older{"yt-dlp", "/x/yt-dlp", "2025.10.22", Tool::Origin::own, {}};
+    const Tool current{"yt-dlp", "/x/yt-dlp", {}, "2025.11.12", Tool::Origin::own, {}};
+    const Tool older{"yt-dlp", "/x/yt-dlp", {}, "2025.10.22", Tool::Origin::own, {}};
     EXPECT_FALSE(toolbox.jsRuntime().found());
 
     // Node 18 is too old, 20 will do; a Deno 1 is too old, 2 wins over Node.

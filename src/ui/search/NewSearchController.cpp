@@ -386,7 +386,8 @@ void NewSearchController::searchError(const Identity& search, const platform::Er
     if (!keeper_ && (offer == Offer::getTools || offer == Offer::updateYtDlp))
         offer = Offer::nothing;
     if (offer == Offer::getTools) {
-        text += QStringLiteral("\n") + Localization::string("Search.ToolsMissing");
+        // What failed (the retired feed, or no yt-dlp to run) matters less than the way out.
+        text = Localization::string("Search.ToolsMissing");
         toolsButton_->setText(Localization::string("Search.GetTools"));
         keeper_->askSizes();
     } else if (offer == Offer::updateYtDlp) {

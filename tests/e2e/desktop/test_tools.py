@@ -77,7 +77,7 @@ class Tools(DesktopTest):
         offer = wait_for(lambda: next((b for b in run.find_all(pyatspi.ROLE_PUSH_BUTTON)
                                        if re.fullmatch(r"Get yt-dlp and Deno \([\d.]+ MB \+ \d+ bytes\)", b.name)),
                                       None), 30, "the offer with its sizes")
-        self.assertTrue(any("There is no yt-dlp" in label for label in run.text_of(run.window)))
+        self.assertTrue(any("read through yt-dlp" in label for label in run.text_of(run.window)))
         run.press(offer)
         run.row(BARS, timeout=90)
         with open(self.home + "/yt-dlp arguments", encoding="utf-8") as f:

@@ -3,10 +3,12 @@
 // one line. (The first results' animation and downloads started from a row: the
 // desktop end-to-end run; two presses at once: the catalogue's record test.)
 #include "alert_recorder.h"
+#include "catalogue/tools/ToolKeeper.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "scripted_server.h"
 #include "service_process.h"
+#include "test_home.h"
 #include "ui/widgets/ElidedLabel.h"
 #include "ui/search/NewSearchController.h"
 #include "ui/widgets/PZScrollView.h"
@@ -19,6 +21,8 @@
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 namespace {
@@ -72,6 +76,7 @@ private slots:
         search->view()->show();
         search->applicationDidFinishLaunching();
         alerts.shown.clear();
+        alerts.actions.clear();
     }
     void cleanup() { search.reset(); }
     void cleanupTestCase() { service.reset(); }
@@ -170,6 +175,42 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(alerts.shown.size(), 1, 20000);
         QCOMPARE(alerts.shown.first(), qMakePair(QString("YouTube:"), QString("No stream of this video could be found.")));
         QCOMPARE(jobs, 0);
+    }
+
+    // A failure that an old yt-dlp gives says how old it is and offers the
+    // update, under the search and in an alert; the update runs (here it
+    // fails: nothing answers at the release address) and says how it ended.
+    void anOldYtDlpsFailureOffersTheUpdate()
+    {
+        test_home home;
+        QTemporaryDir bin;
+        QFile old(bin.filePath("yt-dlp"));
+        QVERIFY(old.open(QIODevice::WriteOnly));
+        old.write("#!/bin/sh\n[ \"$1\" = --version ] && { echo 2023.03.04; exit 0; }\n"
+                  "echo \"ERROR: [youtube] x: Sign in to confirm you\xe2\x80\x99re not a bot.\" >&2\nexit 1\n");
+        old.close();
+        old.setPermissions(old.permissions() | QFile::ExeOwner);
+        const QUrl closed(QStringLiteral("http://127.0.0.1:%1/").arg(scripted_server::closed_port()));
+        tools::ToolKeeper keeper(tools::ToolFolder(home.path() + "/tools"), tools::Sources{closed, closed, {}, {}});
+        search->setToolKeeper(&keeper);
+        search->setEngine({engine::Kind::ytDlp, old.fileName(), {}});
+
+        enter("anything");
+        QTRY_VERIFY_WITH_TIMEOUT(search->toolsButton()->isVisible(), 20000);
+        QCOMPARE(search->toolsButton()->text(), QString("Update yt-dlp"));
+        const QString said = search->statusLabel()->text();
+        QVERIFY2(said.contains("not a bot") && said.contains(QRegularExpression("\\(2023\\.03\\.04\\) is \\d+ days old")),
+                 qPrintable(said));
+
+        enter(service->watch("UnVsZTExMF8"));
+        QTRY_COMPARE_WITH_TIMEOUT(alerts.shown.size(), 1, 20000);
+        QVERIFY(alerts.shown.first().second.contains("days old"));
+        QCOMPARE(alerts.actions.first().label, QString("Update yt-dlp"));
+        QSignalSpy ended(&keeper, &tools::ToolKeeper::updateEnded);
+        alerts.actions.first().run();
+        QVERIFY(keeper.isUpdating());
+        QTRY_COMPARE_WITH_TIMEOUT(ended.size(), 1, 20000);
+        QTRY_VERIFY(search->statusLabel()->text().startsWith("Not updated: yt-dlp: SHA2-256SUMS could not be fetched"));
     }
 };
 

@@ -29,11 +29,16 @@ bool looksLikeVersion(const QString& text)
 // kept in the tools folder for the next runs.
 class VersionMemory {
 public:
+    // The version kept for the program as it is now; an empty one when it gave
+    // none this run (not asked again until it changes); nothing when not known.
     std::optional<QString> recall(const QString& file, const QString& name, const QString& path, const Identity& id)
     {
         std::lock_guard lock(mutex_);
         if (const auto known = find(name, path, id))
             return known;
+        for (const Entry& e : silent_)
+            if (e.name == name && e.path == path && e.id == id)
+                return QString();
         // Another run may have asked since this one read the file.
         load(file);
         return find(name, path, id);
@@ -48,6 +53,14 @@ public:
         if (entries_.size() > mostEntries)
             entries_.erase(entries_.begin());
         save(file);
+    }
+
+    void keepSilent(const QString& name, const QString& path, const Identity& id)
+    {
+        std::lock_guard lock(mutex_);
+        if (silent_.size() >= mostEntries)
+            silent_.erase(silent_.begin());
+        silent_.push_back({name, path, id, {}});
     }
 
 private:
@@ -110,6 +123,7 @@ private:
 
     std::mutex mutex_;
     std::vector<Entry> entries_;
+    std::vector<Entry> silent_; // programs that gave no version, for this run only
 };
 
 VersionMemory& memory()
@@ -161,19 +175,21 @@ std::optional<QString> Toolbox::versionOf(const QString& name, const QString& pa
         return std::nullopt;
     const QString file = folder_.file(QStringLiteral("versions"));
     if (const auto known = memory().recall(file, name, path, *id))
-        return known;
+        return known->isEmpty() ? std::nullopt : known;
 
     ChildProcess process;
     process.setDeadline(std::chrono::steady_clock::now() + std::chrono::seconds(20));
-    if (!process.start(path, {QStringLiteral("--version")}, ChildProcess::Capture::StandardOutputKeepingErrors))
-        return std::nullopt;
-    const QByteArray output = process.readAll().left(4096);
-    const ChildProcess::Exit exit = process.wait();
-    if (!exit.exited || exit.code != 0)
-        return std::nullopt;
-    const auto version = versionIn(name, output);
+    std::optional<QString> version;
+    if (process.start(path, {QStringLiteral("--version")}, ChildProcess::Capture::StandardOutputKeepingErrors)) {
+        const QByteArray output = process.readAll().left(4096);
+        const ChildProcess::Exit exit = process.wait();
+        if (exit.exited && exit.code == 0)
+            version = versionIn(name, output);
+    }
     if (version)
         remember(name, path, *version);
+    else
+        memory().keepSilent(name, path, *id);
     return version;
 }
 

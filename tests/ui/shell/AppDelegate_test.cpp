@@ -1,5 +1,6 @@
 // The application shell: launch order, sidebar, window size, settings window,
 // and readable text under a dark system theme.
+#include "catalogue/tools/ToolKeeper.h"
 #include "downloads/Settings.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -28,6 +29,7 @@
 #include <QMimeData>
 #include <QProgressBar>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolButton>
@@ -233,6 +235,37 @@ private slots:
         QVERIFY(app.settingsWindowController() && app.settingsWindowController()->window()->isVisible());
         // The dropped addresses' searches end before the program does.
         QTRY_VERIFY_WITH_TIMEOUT(search.loader()->isHidden(), 20000);
+    }
+
+    // The daily update: for the real service read through yt-dlp, while wanted,
+    // once a day. (Its releases here: a closed port on this machine.)
+    void theDailyUpdateRunsOnlyWhenDueWantedAndForTheRealService()
+    {
+        for (const char* releases : {"MELODRIFT_YTDLP_RELEASES", "MELODRIFT_DENO_RELEASES"})
+            qputenv(releases, "http://127.0.0.1:9/");
+        test_home home;
+        Settings::setEngineChoice({engine::Kind::automatic, programs_.filePath("my yt-dlp"), {}});
+        // Whether the launch began an update (which then ended).
+        const auto launch = [this](const platform::ServiceEndpoints& endpoints) {
+            AppDelegate app(endpoints, &alerts);
+            QSignalSpy started(app.toolKeeper(), &tools::ToolKeeper::updateStarted);
+            QSignalSpy ended(app.toolKeeper(), &tools::ToolKeeper::updateEnded);
+            app.setEngine(Settings::engineChoice());
+            app.applicationDidFinishLaunching();
+            // One not begun leaves nothing to wait for but a while.
+            return QTest::qWaitFor([&] { return app.window()->isVisible(); }, 20000) &&
+                   QTest::qWaitFor([&] { return !started.isEmpty(); }, 1500) &&
+                   QTest::qWaitFor([&] { return !ended.isEmpty(); }, 20000);
+        };
+        QVERIFY(!launch(nowhere())); // a stand-in is read as it is
+        QVERIFY(launch(platform::ServiceEndpoints::defaults()));
+        Settings::setKeepToolsCurrent(false);
+        QVERIFY(!launch(platform::ServiceEndpoints::defaults()));
+        Settings::setKeepToolsCurrent(true);
+        // Checked less than a day ago: not again.
+        const QString stamp = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation) + "/tools/last-check";
+        QFile(stamp).open(QIODevice::WriteOnly);
+        QVERIFY(!launch(platform::ServiceEndpoints::defaults()));
     }
 
     void textStaysReadableUnderADarkTheme()

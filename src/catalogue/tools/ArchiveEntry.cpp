@@ -24,6 +24,25 @@ QString reasonOf(archive* a)
         .arg(text ? QString::fromUtf8(text).left(200) : QStringLiteral("unknown error"));
 }
 
+// Copies the data of the entry just read into `into`, adding to written and
+// refusing more than maxBytes in all: the reason, or nothing.
+QString copyData(archive* zip, QIODevice& into, qint64& written, qint64 maxBytes, const QString& tooLarge)
+{
+    char buffer[64 * 1024];
+    for (;;) {
+        const la_ssize_t got = archive_read_data(zip, buffer, sizeof buffer);
+        if (got == 0)
+            return {};
+        if (got < 0)
+            return reasonOf(zip);
+        written += got;
+        if (written > maxBytes)
+            return tooLarge;
+        if (into.write(buffer, got) != got)
+            return QStringLiteral("the archive's contents could not be written: %1").arg(into.errorString());
+    }
+}
+
 } // namespace
 
 QString ArchiveEntry::extract(const QString& zipFile, const QString& name, QIODevice& into, qint64 maxBytes)
@@ -53,19 +72,12 @@ QString ArchiveEntry::extract(const QString& zipFile, const QString& name, QIODe
             return QStringLiteral("the archive holds %1 twice").arg(name);
         found = true;
         qint64 written = 0;
-        char buffer[64 * 1024];
-        for (;;) {
-            const la_ssize_t got = archive_read_data(zip.get(), buffer, sizeof buffer);
-            if (got == 0)
-                break;
-            if (got < 0)
-                return reasonOf(zip.get());
-            written += got;
-            if (written > maxBytes)
-                return QStringLiteral("%1 in the archive is larger than %2 MiB").arg(name).arg(maxBytes / (1024 * 1024));
-            if (into.write(buffer, got) != got)
-                return QStringLiteral("%1 could not be written: %2").arg(name, into.errorString());
-        }
+        const QString why = copyData(zip.get(), into, written, maxBytes,
+                                     QStringLiteral("%1 in the archive is larger than %2 MiB")
+                                         .arg(name)
+                                         .arg(maxBytes / (1024 * 1024)));
+        if (!why.isEmpty())
+            return why;
     }
     return found ? QString() : QStringLiteral("the archive holds no %1").arg(name);
 }
@@ -114,19 +126,10 @@ QString ArchiveEntry::extractAll(const QString& zipFile, const QString& folder, 
         QFile out(path);
         if (out.exists() || !out.open(QIODevice::WriteOnly))
             return QStringLiteral("%1 could not be written").arg(path);
-        char buffer[64 * 1024];
-        for (;;) {
-            const la_ssize_t got = archive_read_data(zip.get(), buffer, sizeof buffer);
-            if (got == 0)
-                break;
-            if (got < 0)
-                return reasonOf(zip.get());
-            written += got;
-            if (written > maxBytes)
-                return QStringLiteral("the archive holds more than %1 MiB").arg(maxBytes / (1024 * 1024));
-            if (out.write(buffer, got) != got)
-                return QStringLiteral("%1 could not be written: %2").arg(path, out.errorString());
-        }
+        const QString why = copyData(zip.get(), out, written, maxBytes,
+                                     QStringLiteral("the archive holds more than %1 MiB").arg(maxBytes / (1024 * 1024)));
+        if (!why.isEmpty())
+            return why;
     }
 }
 

@@ -78,44 +78,6 @@ Outcome failed(const QString& tool, const QString& reason, qint64 fetched, const
     return {tool, Outcome::State::failed, version, reason, fetched};
 }
 
-// A new file beside the program it may replace, removed unless renamed over
-// it. Not a QTemporaryFile: that may keep the file open elsewhere, and a
-// program open for writing cannot be run.
-class Beside {
-public:
-    explicit Beside(const QString& final)
-        : path_(final + QStringLiteral(".new-") + QUuid::createUuid().toString(QUuid::Id128).left(12))
-    {
-    }
-    ~Beside()
-    {
-        file_.close();
-        if (!renamed_)
-            QFile::remove(path_);
-    }
-    bool open()
-    {
-        const int fd = ::open(QFile::encodeName(path_).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        return fd >= 0 && file_.open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle);
-    }
-    QFile& file() { return file_; }
-    QString path() const { return path_; }
-    // Replaces final at once; readers see the old program or the new one, never a part.
-    QString renameOver(const QString& final)
-    {
-        file_.close();
-        if (std::rename(QFile::encodeName(path_).constData(), QFile::encodeName(final).constData()) != 0)
-            return QStringLiteral("it could not be put in place: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
-        renamed_ = true;
-        return {};
-    }
-
-private:
-    const QString path_;
-    QFile file_;
-    bool renamed_ = false;
-};
-
 // Holds the folder's update lock while it lives.
 class UpdateLock {
 public:
@@ -152,6 +114,44 @@ private:
 };
 
 } // namespace
+
+// A new file beside the program it may replace, removed unless renamed over
+// it. Not a QTemporaryFile: that may keep the file open elsewhere, and a
+// program open for writing cannot be run.
+class ToolUpdater::Beside {
+public:
+    explicit Beside(const QString& final)
+        : path_(final + QStringLiteral(".new-") + QUuid::createUuid().toString(QUuid::Id128).left(12))
+    {
+    }
+    ~Beside()
+    {
+        file_.close();
+        if (!renamed_)
+            QFile::remove(path_);
+    }
+    bool open()
+    {
+        const int fd = ::open(QFile::encodeName(path_).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        return fd >= 0 && file_.open(fd, QIODevice::WriteOnly, QFileDevice::AutoCloseHandle);
+    }
+    QFile& file() { return file_; }
+    QString path() const { return path_; }
+    // Replaces final at once; readers see the old program or the new one, never a part.
+    QString renameOver(const QString& final)
+    {
+        file_.close();
+        if (std::rename(QFile::encodeName(path_).constData(), QFile::encodeName(final).constData()) != 0)
+            return QStringLiteral("it could not be put in place: %1").arg(QString::fromLocal8Bit(std::strerror(errno)));
+        renamed_ = true;
+        return {};
+    }
+
+private:
+    const QString path_;
+    QFile file_;
+    bool renamed_ = false;
+};
 
 Sources Sources::standard()
 {
@@ -316,31 +316,16 @@ Outcome ToolUpdater::updateYtDlp()
     }
 
     Beside next(installed);
-    if (!next.open())
-        return failed(tool, QStringLiteral("%1 cannot be written: %2").arg(folder_.path(), next.file().errorString()),
-                      fetched, before());
-    QCryptographicHash hash(QCryptographicHash::Sha256);
     qint64 received = 0;
-    const QString why = download(inFolder(sources_.ytDlp, tool), next.file(), largestYtDlp, hash, received, cancel_,
-                                 [this, &tool](qint64 done, std::optional<qint64> all) {
-                                     if (progress_)
-                                         progress_(tool, done, all);
-                                 });
+    if (const QString why = fetchChecked(tool, inFolder(sources_.ytDlp, tool), next, largestYtDlp, *digest,
+                                         QLatin1String(sums), received);
+        !why.isEmpty())
+        return failed(tool, why, fetched + received, before());
     fetched += received;
-    if (!why.isEmpty())
-        return failed(tool, why, fetched, before());
-    if (hash.result() != *digest)
-        return failed(tool, QStringLiteral("the download does not match its checksum in %1").arg(QLatin1String(sums)),
-                      fetched, before());
-    next.file().close();
-    QString broken;
-    const auto answer = versionAnswer(next.path(), cancel_, broken);
-    const auto version = answer ? release::ytDlpVersionIn(*answer) : std::nullopt;
+    QString why;
+    const auto version = runAndPlace(next, installed, release::ytDlpVersionIn, why);
     if (!version)
-        return failed(tool, QStringLiteral("the downloaded yt-dlp %1").arg(answer ? QStringLiteral("gave no version") : broken),
-                      fetched, before());
-    if (const QString why = next.renameOver(installed); !why.isEmpty())
-        return failed(tool, why, fetched, before());
+        return failed(tool, QStringLiteral("the downloaded yt-dlp %1").arg(why), fetched, before());
     toolbox_.remember(tool, installed, *version);
     Log::line(QStringLiteral("Tools: installed yt-dlp %1 (%2) as %3").arg(*version, sizeText(received), installed));
     unpack(installed);
@@ -381,24 +366,12 @@ Outcome ToolUpdater::updateDeno()
 
     // The zip beside the program, then the program out of it.
     Beside zip(folder_.file(zipName));
-    if (!zip.open())
-        return failed(tool, QStringLiteral("%1 cannot be written: %2").arg(folder_.path(), zip.file().errorString()),
-                      fetched, before());
-    QCryptographicHash hash(QCryptographicHash::Sha256);
     qint64 received = 0;
-    const QString why = download(inFolder(sources_.deno, zipName), zip.file(), largestDenoZip, hash, received, cancel_,
-                                 [this, &tool](qint64 done, std::optional<qint64> all) {
-                                     if (progress_)
-                                         progress_(tool, done, all);
-                                 });
+    if (const QString why = fetchChecked(tool, inFolder(sources_.deno, zipName), zip, largestDenoZip, *digest,
+                                         zipName + QStringLiteral(".sha256sum"), received);
+        !why.isEmpty())
+        return failed(tool, why, fetched + received, before());
     fetched += received;
-    if (!why.isEmpty())
-        return failed(tool, why, fetched, before());
-    if (hash.result() != *digest)
-        return failed(tool, QStringLiteral("the download does not match its checksum in %1.sha256sum").arg(zipName),
-                      fetched, before());
-    zip.file().close();
-
     Beside next(installed);
     if (!next.open())
         return failed(tool, QStringLiteral("%1 cannot be written: %2").arg(folder_.path(), next.file().errorString()),
@@ -409,15 +382,10 @@ Outcome ToolUpdater::updateDeno()
     if (!next.file().flush())
         return failed(tool, QStringLiteral("deno could not be written: %1").arg(next.file().errorString()), fetched,
                       before());
-    next.file().close();
-    QString broken;
-    const auto answer = versionAnswer(next.path(), cancel_, broken);
-    const auto version = answer ? release::denoVersionIn(*answer) : std::nullopt;
+    QString why;
+    const auto version = runAndPlace(next, installed, release::denoVersionIn, why);
     if (!version)
-        return failed(tool, QStringLiteral("the downloaded deno %1").arg(answer ? QStringLiteral("gave no version") : broken),
-                      fetched, before());
-    if (const QString why = next.renameOver(installed); !why.isEmpty())
-        return failed(tool, why, fetched, before());
+        return failed(tool, QStringLiteral("the downloaded deno %1").arg(why), fetched, before());
     toolbox_.remember(QStringLiteral("deno"), installed, *version);
     if (const auto now = FileIdentity::of(installed)) {
         QSaveFile record(source);
@@ -433,6 +401,42 @@ Outcome ToolUpdater::updateDeno()
     }
     Log::line(QStringLiteral("Tools: installed Deno %1 (%2 zip) as %3").arg(*version, sizeText(received), installed));
     return {tool, Outcome::State::installed, *version, {}, fetched};
+}
+
+QString ToolUpdater::fetchChecked(const QString& tool, const QUrl& url, Beside& into, qint64 maxBytes,
+                                  const QByteArray& digest, const QString& listing, qint64& received) const
+{
+    if (!into.open())
+        return QStringLiteral("%1 cannot be written: %2").arg(folder_.path(), into.file().errorString());
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    if (const QString why = download(url, into.file(), maxBytes, hash, received, cancel_,
+                                     [this, &tool](qint64 done, std::optional<qint64> all) {
+                                         if (progress_)
+                                             progress_(tool, done, all);
+                                     });
+        !why.isEmpty())
+        return why;
+    if (hash.result() != digest)
+        return QStringLiteral("the download does not match its checksum in %1").arg(listing);
+    into.file().close();
+    return {};
+}
+
+std::optional<QString> ToolUpdater::runAndPlace(Beside& next, const QString& installed,
+                                                std::optional<QString> (*versionIn)(const QByteArray&),
+                                                QString& why) const
+{
+    next.file().close();
+    const auto answer = versionAnswer(next.path(), cancel_, why);
+    if (!answer)
+        return std::nullopt;
+    const auto version = versionIn(*answer);
+    if (!version) {
+        why = QStringLiteral("gave no version");
+        return std::nullopt;
+    }
+    why = next.renameOver(installed);
+    return why.isEmpty() ? version : std::nullopt;
 }
 
 void ToolUpdater::unpack(const QString& installed) const

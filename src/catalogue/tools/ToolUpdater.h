@@ -76,7 +76,16 @@ public:
 
 private:
     struct Fetched;
+    class Beside;
     Fetched fetchSmall(const QUrl& url) const;
+    // Downloads url into a new file beside a program, under the cap, and checks
+    // it against the digest that listing gave: why not, or nothing.
+    QString fetchChecked(const QString& tool, const QUrl& url, Beside& into, qint64 maxBytes, const QByteArray& digest,
+                         const QString& listing, qint64& received) const;
+    // Runs the new program once with --version and, when it gives one, puts
+    // it in the place of installed: its version, or nothing after saying why.
+    std::optional<QString> runAndPlace(Beside& next, const QString& installed,
+                                       std::optional<QString> (*versionIn)(const QByteArray&), QString& why) const;
     // The installed yt-dlp unpacked beside it, its modules compiled (best
     // effort: without it the zip application runs as it is).
     void unpack(const QString& installed) const;

@@ -148,7 +148,8 @@ TEST_F(ToolUpdates, EveryBadReleaseChangesNothing)
         bool deno; // else yt-dlp
         const char* reason;
     };
-    files tampered = newer, resigned = newer, truncated = newer, wrongZip = newer;
+    files tampered = newer, resigned = newer, truncated = newer, wrongZip = newer, huge = newer;
+    huge["SHA2-256SUMS"] = std::string(2 << 20, '0'); // a listing is kilobytes
     tampered["yt-dlp"][100] ^= 1;
     resigned["yt-dlp"][100] ^= 1;
     resigned["SHA2-256SUMS"] = sha256(resigned["yt-dlp"]) + "  yt-dlp\n";
@@ -158,6 +159,7 @@ TEST_F(ToolUpdates, EveryBadReleaseChangesNothing)
         {"a tampered program", tampered, false, "the download does not match its checksum in SHA2-256SUMS"},
         {"checksums made anew under the old signature", resigned, false, "SHA2-256SUMS is refused: the signature is not valid"},
         {"a truncated download", truncated, false, "the download does not match its checksum"},
+        {"a listing beyond its cap", huge, false, "SHA2-256SUMS could not be fetched: Response larger than 1048576 bytes"},
         {"a program that fails --version", signedSums("#!/bin/sh\nexit 3\n"), false, "the downloaded yt-dlp does not run"},
         {"a program that answers no version", signedSums("#!/bin/sh\necho hello\n"), false, "gave no version"},
         {"a Deno zip that is not the one listed", wrongZip, true, "does not match its checksum"},

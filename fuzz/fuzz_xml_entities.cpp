@@ -38,6 +38,8 @@ char16_t unitOf(const QString& candidate)
                 return 0;
             value = value * (hex ? 16 : 10) + static_cast<std::uint64_t>(digit);
         }
+        if (value >= 0xD800 && value <= 0xDFFF)
+            return u'\uFFFD';
         return value >= 1 && value <= 65534 ? static_cast<char16_t>(value) : 0;
     }
     std::string name;

@@ -1,7 +1,6 @@
 #include "downloads/DownloadItem.h"
 
 #include "downloads/Settings.h"
-#include "platform/Desktop.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
@@ -178,7 +177,6 @@ void DownloadItem::startDownload()
     httpDownload_->start();
 
     setState(State::Downloading, "DownloadItem.Downloading");
-    isDownloading_ = true;
     throwUpdateEvent();
 }
 
@@ -212,7 +210,6 @@ void DownloadItem::cancel()
         return;
     if (httpDownload_) {
         Log::line(QStringLiteral("stop Downloading: ") + url_->url().toString());
-        isDownloading_ = false;
         // Kept, so that startDownload stays a no-op.
         httpDownload_->cancel();
     }
@@ -252,8 +249,3 @@ void DownloadItem::releaseTempfile()
     }
 }
 
-void DownloadItem::playDownloadedFile()
-{
-    Log::line(QStringLiteral("Play: ") + fileToPlay());
-    platform::Desktop::openFile(fileToPlay());
-}

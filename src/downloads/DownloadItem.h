@@ -41,7 +41,6 @@ public:
     // Final: a job cancelled never moves on.
     virtual void cancel();
     void throwUpdateEvent();
-    void playDownloadedFile();
 
     virtual void downloadUpdateEvent(HTTPDownload& download);
     virtual void downloadFinishEvent(HTTPDownload& download);
@@ -65,7 +64,6 @@ public:
     std::optional<qint64> progressMaxValue() const { return progressMaxValue_.get(); }
     std::optional<qint64> progressValue() const { return progressValue_.get(); }
     bool hasCancelButton() const { return hasCancelButton_; }
-    bool isDownloading() const { return isDownloading_; }
     bool hasPlayButton() const { return hasPlayButton_; }
 
     // (job) after every change
@@ -111,7 +109,6 @@ private:
     platform::Property<std::optional<qint64>> progressMaxValue_;
     platform::Property<std::optional<qint64>> progressValue_;
     std::atomic<bool> hasCancelButton_{true};
-    std::atomic<bool> isDownloading_{false};
     std::atomic<bool> hasPlayButton_{false};
     std::atomic<State> state_{State::Waiting};
     int tempfileLock_ = -1;

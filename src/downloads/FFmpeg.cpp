@@ -245,31 +245,6 @@ void FFmpeg::fail(const QString& reason)
     platform::Log::line(u"Conversion failed: "_s + reason);
 }
 
-std::optional<QString> FFmpeg::getVideoCodec(const QString& path)
-{
-    const QString program = executable();
-    if (program.isEmpty())
-        return std::nullopt;
-    ChildProcess probe;
-    if (!probe.start(program, inputArguments(path), ChildProcess::Capture::StandardError))
-        return std::nullopt;
-    // Read as UTF-8 as a whole: the line names the path, which may hold any letter.
-    const QString text = QString::fromUtf8(probe.readAll());
-    probe.wait();
-
-    // "Input #0, matroska,webm, from 'file.webm':" gives "matroska,webm,".
-    constexpr qsizetype listStart = 10;
-    std::optional<QString> formats;
-    for (QStringView line : QStringView(text).split(u'\n')) {
-        if (!line.startsWith(u"Input #0,"))
-            continue;
-        const qsizetype end = line.indexOf(u" from '");
-        if (end >= listStart)
-            formats = line.mid(listStart, end - listStart).toString();
-    }
-    return formats;
-}
-
 QString FFmpeg::executable()
 {
     {

@@ -39,18 +39,11 @@ public:
     // Stops the running conversion (or the one about to start). Any thread.
     void cancel();
 
-    // The container format list ffmpeg reports for the file, such as
-    // "matroska,webm,"; nullopt when it reports none.
-    static std::optional<QString> getVideoCodec(const QString& path);
-
     QString sourceFile() const { return sourceFile_.get(); }
     void setSourceFile(const QString& path) { sourceFile_.set(path); }
     QString destinationFile() const { return destinationFile_.get(); }
     void setDestinationFile(const QString& path) { destinationFile_.set(path); }
     std::optional<quint64> workingOnSecond() const { return workingOnSecond_.get(); }
-    // Never set by the converter: completion is convertedEvent.
-    bool isDone() const { return isDone_; }
-    void setIsDone(bool done) { isDone_ = done; }
 
     // Outcome of the last run: true only when the process started, exited with
     // status 0 and left a non-empty output file; else a reason for the user.
@@ -100,6 +93,5 @@ private:
     platform::Property<QString> destinationFile_;
     platform::Property<QString> soundFile_;
     platform::Property<std::optional<quint64>> workingOnSecond_;
-    std::atomic<bool> isDone_{false};
     platform::Property<Outcome> outcome_;
 };

@@ -34,11 +34,6 @@ std::shared_ptr<HTTPDownload> HTTPDownload::init(const QString& localfile, const
     return std::shared_ptr<HTTPDownload>(new HTTPDownload(localfile, url));
 }
 
-std::shared_ptr<HTTPDownload> HTTPDownload::initWithTempFile(const QUrl& url)
-{
-    return init(generateUuidString(), url);
-}
-
 HTTPDownload::~HTTPDownload()
 {
     transfer_.reset();
@@ -127,12 +122,13 @@ void HTTPDownload::didReceiveResponse(int status, qint64 contentLength)
     Log::line(QStringLiteral("Length: %1").arg(contentLength));
 }
 
-int HTTPDownload::percentOf(quint64 offset, std::optional<qint64> length)
+std::optional<int> HTTPDownload::percentOf(quint64 offset, std::optional<qint64> length)
 {
-    const double percent = static_cast<double>(offset) / static_cast<double>(length.value_or(0)) * 100.0;
-    if (!std::isfinite(percent) || percent >= 2147483648.0 || percent <= -2147483649.0)
-        return INT_MIN;
-    return static_cast<int>(percent);
+    if (!length || *length <= 0)
+        return std::nullopt;
+    // The quotient first, then times 100.
+    const double percent = static_cast<double>(offset) / static_cast<double>(*length) * 100.0;
+    return static_cast<int>(std::min(percent, 100.0));
 }
 
 void HTTPDownload::didReceiveData(const char* data, qint64 size)
@@ -144,8 +140,8 @@ void HTTPDownload::didReceiveData(const char* data, qint64 size)
     }
     const quint64 offset = offset_.get().value_or(0) + static_cast<quint64>(size);
     offset_.set(offset);
-    const int percent = percentOf(offset, length());
-    if (percent == lastThrowedStatus_)
+    const std::optional<int> percent = percentOf(offset, length());
+    if (lastThrowedStatus_ && *lastThrowedStatus_ == percent)
         return;
     lastThrowedStatus_ = percent;
     updateEvent(*this);

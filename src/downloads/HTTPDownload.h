@@ -21,8 +21,6 @@ class HTTPDownload : public std::enable_shared_from_this<HTTPDownload> {
 public:
     // Prepares the file: an existing one is replaced, never appended to.
     static std::shared_ptr<HTTPDownload> init(const QString& localfile, const QUrl& url);
-    // The file is a fresh UUID name in the current directory.
-    static std::shared_ptr<HTTPDownload> initWithTempFile(const QUrl& url);
     ~HTTPDownload();
     HTTPDownload(const HTTPDownload&) = delete;
     HTTPDownload& operator=(const HTTPDownload&) = delete;
@@ -62,10 +60,10 @@ public:
     platform::Event<HTTPDownload&> finishEvent;
     platform::Event<HTTPDownload&> updateEvent;
 
-    // The whole percentage the transfer reports for offset of length bytes:
-    // the quotient first, then times 100, cut toward zero; a quotient that is no
-    // finite number gives the smallest int.
-    static int percentOf(quint64 offset, std::optional<qint64> length);
+    // The whole percentage of length that offset is (the quotient first, then
+    // times 100, cut toward zero), at most 100; none while the length is
+    // unknown (or said to be 0).
+    static std::optional<int> percentOf(quint64 offset, std::optional<qint64> length);
 
 private:
     HTTPDownload(const QString& localfile, const QUrl& url);
@@ -77,7 +75,8 @@ private:
     const QString localfile_;
     const QUrl url_;
     QFile output_;
-    int lastThrowedStatus_ = -1;
+    // The percentage last told; an update comes only when it changes.
+    std::optional<std::optional<int>> lastThrowedStatus_;
     platform::Property<std::optional<platform::Error>> error_;
     std::atomic<int> status_{0};
     platform::Property<std::optional<qint64>> length_;

@@ -7,7 +7,6 @@
 #include <QTimer>
 
 #include <deque>
-#include <future>
 #include <mutex>
 
 namespace platform {
@@ -84,20 +83,6 @@ Q_COREAPP_STARTUP_FUNCTION(makeDispatcher)
 void MainThread::post(std::function<void()> work)
 {
     Dispatcher::instance().post(std::move(work));
-}
-
-void MainThread::invokeAndWait(const std::function<void()>& work)
-{
-    if (isCurrent()) {
-        work();
-        return;
-    }
-    std::promise<void> done;
-    Dispatcher::instance().post([&] {
-        work();
-        done.set_value();
-    });
-    done.get_future().wait();
 }
 
 bool MainThread::isCurrent()

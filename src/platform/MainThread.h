@@ -9,8 +9,6 @@ class MainThread {
 public:
     // Runs work on the main thread later; returns at once.
     static void post(std::function<void()> work);
-    // Runs work on the main thread and waits for it (at once when called there).
-    static void invokeAndWait(const std::function<void()>& work);
     static bool isCurrent();
     // Runs the calling thread's events until done() holds, checked after each
     // event and at least every 20 ms: what another thread makes hold is seen at

@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -43,15 +44,6 @@ struct recorder {
     }
 };
 
-// For what follows soon but not at once; bounded, so that a fault fails the test
-// instead of hanging it.
-bool eventually(const std::function<bool()>& done)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!done() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    return done();
-}
 
 class FeedSearch : public ::testing::Test {
 protected:
@@ -146,7 +138,7 @@ TEST_F(FeedSearch, NewerSearchCallsOffTheOldersThumbnails)
     service.set_feed("next", {{"n1", "Next one", "", "1"}, {"n2", "Next two", "", "2"}});
     search->setSearchString("held");
     search->searchStart();
-    ASSERT_TRUE(eventually([&] { return service.count("/thumb/stall") >= 8; }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return service.count("/thumb/stall") >= 8; }, 10000));
     std::size_t before = 0;
     {
         std::lock_guard lock(events.mutex);
@@ -155,7 +147,7 @@ TEST_F(FeedSearch, NewerSearchCallsOffTheOldersThumbnails)
 
     run("next");
     // Closed by the client already; the server takes a moment to see it.
-    EXPECT_TRUE(eventually([&] { return service.open_connections() == 0; }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return service.open_connections() == 0; }, 10000));
     // Those still waiting their turn were never asked for.
     EXPECT_EQ(service.count("/thumb/stall"), 8u);
     const std::vector<std::pair<double, double>> next{{0.5, 26.0}, {0.75, 26.0}, {1.0, 2.0}, {2.0, 2.0}, {3.0, 2.0}};

@@ -5,9 +5,9 @@
 
 #include <QDir>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <mutex>
 #include <thread>
 
@@ -20,7 +20,6 @@ namespace {
 // may outlive a failed test: it holds the recorder too.
 struct Recorder {
     std::mutex mutex;
-    std::condition_variable changed;
     std::vector<quint64> seconds;
     int converted = 0;
     std::thread::id convertedOn;
@@ -31,21 +30,23 @@ struct Recorder {
         converter.newSecondEvent.set([r](FFmpeg&, quint64 second) {
             std::lock_guard lock(r->mutex);
             r->seconds.push_back(second);
-            r->changed.notify_all();
         });
         converter.convertedEvent.set([r](FFmpeg&) {
             std::lock_guard lock(r->mutex);
             ++r->converted;
             r->convertedOn = std::this_thread::get_id();
-            r->changed.notify_all();
         });
         return r;
     }
     // Waits until the converter has sent a second (or ended, when ended is set).
     bool waitFor(bool ended, std::chrono::milliseconds timeout = 30s)
     {
-        std::unique_lock lock(mutex);
-        return changed.wait_for(lock, timeout, [&] { return ended ? converted > 0 : !seconds.empty(); });
+        return QTest::qWaitFor(
+            [&] {
+                std::lock_guard lock(mutex);
+                return ended ? converted > 0 : !seconds.empty();
+            },
+            static_cast<int>(timeout.count()));
     }
 };
 

@@ -13,6 +13,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
+#include <QTest>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -263,7 +264,7 @@ TEST_F(EndToEnd, SecondProgramLeavesTheFirstOnesDownloadAlone)
     stand_in s({"--latency", "media=1500"});
     const auto running = user.start(s.base(), {"video", "--no-convert", s.watch(first->id)});
     ASSERT_TRUE(running);
-    std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !QDir(user.cache()).entryList(QDir::Files).isEmpty(); }, 20000));
     const result other = user.run(s.base(), {"audio", s.watch(second->id)});
     EXPECT_EQ(other.status, 0) << other.output.toStdString();
 
@@ -492,7 +493,8 @@ TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
     record(stalled, "stalled", {});
     const auto running = user.start(stalled.base(), {"video", stalled.watch(v->id)});
     ASSERT_TRUE(running);
-    std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+    // Both transfers under way: the picture's file and the sound's.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QDir(user.cache()).entryList(QDir::Files).size() >= 2; }, 20000));
     running->terminate();
     const result cancelled = cli::finish(running.get());
     EXPECT_EQ(cancelled.status, 130) << cancelled.output.toStdString();

@@ -606,6 +606,8 @@ char16_t referenceValue(const QChar* body, qsizetype length)
                 return 0;
             value = value * static_cast<std::uint32_t>(base) + static_cast<std::uint32_t>(digit);
         }
+        if (value >= 0xD800 && value <= 0xDFFF)
+            return u'\uFFFD'; // half of a pair is no letter: the text stays valid
         return value >= 1 && value <= 65534 ? static_cast<char16_t>(value) : 0;
     }
     char name[10];

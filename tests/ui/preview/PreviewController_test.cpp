@@ -31,19 +31,14 @@ QVariant evaluate(PreviewController& preview, const QString& script)
         answer = value;
         answered = true;
     });
-    for (int waited = 0; !answered && waited < 10000; waited += 10)
-        QTest::qWait(10);
+    // Unanswered: an invalid answer, which the caller's checks fail on.
+    static_cast<void>(QTest::qWaitFor([&answered] { return answered; }, 10000));
     return answer;
 }
 
 bool waitForScript(PreviewController& preview, const QString& script, int milliseconds = 30000)
 {
-    for (int waited = 0; waited < milliseconds; waited += 100) {
-        if (evaluate(preview, script).toBool())
-            return true;
-        QTest::qWait(100);
-    }
-    return false;
+    return QTest::qWaitFor([&] { return evaluate(preview, script).toBool(); }, milliseconds);
 }
 
 int selectedRow(const PreviewController& preview)
@@ -70,9 +65,9 @@ class TestPreviewController : public QObject {
     {
         const auto v = video(id);
         preview->setVideo(v);
-        for (int waited = 0; waited < 30000 && !(preview->model()->rowCount() > 0 && selectedRow(*preview) >= 0);
-             waited += 20)
-            QTest::qWait(20);
+        // Not shown in time: the caller's checks of the outline fail.
+        static_cast<void>(
+            QTest::qWaitFor([this] { return preview->model()->rowCount() > 0 && selectedRow(*preview) >= 0; }, 30000));
         return v;
     }
 

@@ -6,12 +6,10 @@
 #include "core/youtube_parser.h"
 #include "platform/BlockingHttp.h"
 #include "platform/Log.h"
-#include "platform/MainThread.h"
 #include "platform/Text.h"
 #include "platform/WorkerPool.h"
 
 #include <QNetworkReply>
-#include <QPointer>
 
 #include <algorithm>
 #include <limits>
@@ -176,19 +174,21 @@ void YouTubeVideo::parseUrlsAsync(std::function<void()> done, std::function<void
 
 void YouTubeVideo::parseUrlsAsync(const QObject* context, std::function<void(const QString& error)> then)
 {
-    const QPointer<const QObject> guard(context);
-    auto answer = [guard, then = std::move(then)](const QString& error) {
-        platform::MainThread::post([guard, then, error] {
-            if (guard)
-                then(error);
-        });
-    };
-    parseUrlsAsync([answer] { answer(QString()); },
-                   [answer](const youtube_error& e) {
-                       const QString message = QString::fromUtf8(e.what());
-                       Log::line(QStringLiteral("YouTube-Error: ") + message);
-                       answer(message);
-                   });
+    Log::line(QStringLiteral("parseUrlsAsny:"));
+    setLoading(true);
+    platform::WorkerPool::run(
+        context,
+        [self = shared_from_this()] {
+            try {
+                self->parseUrls();
+                return QString();
+            } catch (const youtube_error& e) {
+                const QString message = QString::fromUtf8(e.what());
+                Log::line(QStringLiteral("YouTube-Error: ") + message);
+                return message;
+            }
+        },
+        std::move(then));
 }
 
 int YouTubeVideo::GetQuality(const QString& quality)

@@ -1,7 +1,8 @@
 #include "downloads/ConvertingDownloadItem.h"
 
 #include "downloads/FFmpeg.h"
-#include "platform/MainThread.h"
+
+#include <QCoreApplication>
 
 ConvertingDownloadItem::ConvertingDownloadItem(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url,
                                                bool releaseConverterWhenDone)
@@ -18,12 +19,14 @@ ConvertingDownloadItem::~ConvertingDownloadItem()
 
 void ConvertingDownloadItem::listen(const std::shared_ptr<ConvertingDownloadItem>& job)
 {
+    // The converter reports from its own thread; a job changes on the
+    // interface thread, where jobs live.
     const std::weak_ptr<ConvertingDownloadItem> self = job;
-    job->ffmpeg_->newSecondEvent.set([self](FFmpeg& f, quint64 second) {
+    job->ffmpeg_->newSecondEvent.set(QCoreApplication::instance(), [self](FFmpeg& f, quint64 second) {
         if (const auto j = self.lock())
             j->ffmpegNewSecondEvent(f, second);
     });
-    job->ffmpeg_->convertedEvent.set([self](FFmpeg& f) {
+    job->ffmpeg_->convertedEvent.set(QCoreApplication::instance(), [self](FFmpeg& f) {
         if (const auto j = self.lock())
             j->ffmpegConvertedEvent(f);
     });
@@ -56,41 +59,30 @@ void ConvertingDownloadItem::stopConversion()
 
 void ConvertingDownloadItem::ffmpegNewSecondEvent(FFmpeg&, quint64 second)
 {
-    const std::weak_ptr<DownloadItem> self = weak_from_this();
-    platform::MainThread::post([self, second] {
-        const auto job = self.lock();
-        if (!job || job->state() != State::Converting)
-            return;
-        static_cast<ConvertingDownloadItem&>(*job).setProgressValue(static_cast<qint64>(second));
-        job->throwUpdateEvent();
-    });
+    if (state() != State::Converting)
+        return;
+    setProgressValue(static_cast<qint64>(second));
+    throwUpdateEvent();
 }
 
 void ConvertingDownloadItem::ffmpegConvertedEvent(FFmpeg& ffmpeg)
 {
     const bool converted = ffmpeg.succeeded();
     const QString why = ffmpeg.failureReason();
-    const std::weak_ptr<DownloadItem> self = weak_from_this();
-    platform::MainThread::post([self, converted, why] {
-        const auto item = self.lock();
-        if (!item)
-            return;
-        auto& job = static_cast<ConvertingDownloadItem&>(*item);
-        if (job.releaseConverterWhenDone_)
-            job.ffmpeg_.reset();
-        // A cancelled job stays cancelled, whatever the converter did.
-        if (job.state() != State::Converting) {
-            if (job.output_)
-                job.output_->abandon();
-            return;
-        }
-        QString moveError;
-        if (!converted || !job.output_->commit(&moveError)) {
-            job.output_->abandon();
-            job.fail(converted ? moveError : why);
-            return;
-        }
-        job.setProgress(1, 1);
-        job.finish();
-    });
+    if (releaseConverterWhenDone_)
+        ffmpeg_.reset(); // the event keeps it until this returns
+    // A cancelled job stays cancelled, whatever the converter did.
+    if (state() != State::Converting) {
+        if (output_)
+            output_->abandon();
+        return;
+    }
+    QString moveError;
+    if (!converted || !output_->commit(&moveError)) {
+        output_->abandon();
+        fail(converted ? moveError : why);
+        return;
+    }
+    setProgress(1, 1);
+    finish();
 }

@@ -3,6 +3,7 @@
 #include "platform/ChildProcess.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
+#include "platform/WorkerPool.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -12,8 +13,6 @@
 #include <algorithm>
 #include <limits>
 #include <mutex>
-#include <system_error>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 
@@ -159,16 +158,10 @@ void FFmpeg::runAsync(Kind kind, int bitrate)
 {
     // The task exists before this returns, so a cancel right after it counts.
     auto task = newTask();
-    auto self = shared_from_this();
-    try {
-        std::thread([self, task, kind, bitrate] {
-            self->run(task, kind, bitrate);
-            self->convertedEvent(*self);
-        }).detach();
-    } catch (const std::system_error& error) {
-        fail(u"cannot start a conversion thread: %1"_s.arg(QString::fromLocal8Bit(error.what())));
-        convertedEvent(*this);
-    }
+    platform::WorkerPool::run([self = shared_from_this(), task, kind, bitrate] {
+        self->run(task, kind, bitrate);
+        self->convertedEvent(*self);
+    });
 }
 
 void FFmpeg::run(const std::shared_ptr<ChildProcess>& task, Kind kind, int bitrate)

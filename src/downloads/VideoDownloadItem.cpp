@@ -4,7 +4,9 @@
 #include "downloads/JoinedVideoDownloadItem.h"
 #include "downloads/Settings.h"
 #include "platform/Log.h"
-#include "platform/MainThread.h"
+#include "platform/WorkerPool.h"
+
+#include <QCoreApplication>
 
 #include <QFile>
 #include <QFileInfo>
@@ -60,9 +62,20 @@ void VideoDownloadItem::downloadFinishEvent(HTTPDownload& download)
 
     setState(State::Copying, "DownloadItem.Copying");
     throwUpdateEvent();
-    // The thread holds the job until it is done.
-    std::thread([job = std::static_pointer_cast<VideoDownloadItem>(shared_from_this())] { job->copyToDest(); })
-        .detach();
+    // On a worker, which holds the job until it is done; its end on the
+    // interface thread, where jobs live.
+    const auto job = std::static_pointer_cast<VideoDownloadItem>(shared_from_this());
+    platform::WorkerPool::run(
+        QCoreApplication::instance(), [job] { return job->copyToDest(); },
+        [job](const std::optional<QString>& failure) {
+            // A cancelled job stays cancelled; a finished copy is left where it is.
+            if (job->state() != State::Copying)
+                return;
+            if (failure)
+                job->fail(*failure);
+            else
+                job->finish();
+        });
 }
 
 namespace {
@@ -108,7 +121,7 @@ bool copyFile(const QString& source, const QString& destination, const std::atom
 
 } // namespace
 
-void VideoDownloadItem::copyToDest()
+std::optional<QString> VideoDownloadItem::copyToDest()
 {
     const QString source = tempfile();
     Log::line(QStringLiteral("Copy source: ") + source);
@@ -129,20 +142,7 @@ void VideoDownloadItem::copyToDest()
             output.reset();
         }
     }
-    const bool copied = output.has_value();
-
-    const std::weak_ptr<DownloadItem> self = weak_from_this();
-    platform::MainThread::post([self, copied, why] {
-        const auto job = self.lock();
-        // A cancelled job stays cancelled; a finished copy is left where it is.
-        if (!job || job->state() != State::Copying)
-            return;
-        auto& video = static_cast<VideoDownloadItem&>(*job);
-        if (copied)
-            video.finish();
-        else
-            video.fail(why);
-    });
+    return output ? std::nullopt : std::optional<QString>(why);
 }
 
 void VideoDownloadItem::cancel()

@@ -25,8 +25,8 @@ public:
     void downloadFinishEvent(HTTPDownload& download) override;
     void cancel() override;
 
-    // The copy step, on a thread of its own.
-    void copyToDest();
+    // The copy step, on a worker: the reason when it failed.
+    std::optional<QString> copyToDest();
 
     // How long the copy waits for the temporary file to become readable.
     static constexpr int copyWaitSeconds = 10;

@@ -1,13 +1,11 @@
 #include "catalogue/tools/ToolKeeper.h"
 
 #include "platform/CancelToken.h"
-#include "platform/MainThread.h"
 #include "platform/WorkerPool.h"
 
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
-#include <QPointer>
 
 namespace tools {
 
@@ -35,17 +33,17 @@ ToolKeeper::~ToolKeeper()
 void ToolKeeper::updateIfDue()
 {
     // The stamp is a file: looked at off this thread too.
-    const QPointer<ToolKeeper> self(this);
-    platform::WorkerPool::run([self, folder = folder_] {
-        const QFileInfo stamp(stampOf(folder));
-        const bool due = !stamp.exists() || stamp.lastModified().secsTo(QDateTime::currentDateTime()) >=
-                                                qint64(hoursBetweenChecks) * 3600;
-        if (due)
-            platform::MainThread::post([self] {
-                if (self)
-                    self->update();
-            });
-    });
+    platform::WorkerPool::run(
+        this,
+        [folder = folder_] {
+            const QFileInfo stamp(stampOf(folder));
+            return !stamp.exists() ||
+                   stamp.lastModified().secsTo(QDateTime::currentDateTime()) >= qint64(hoursBetweenChecks) * 3600;
+        },
+        [this](bool due) {
+            if (due)
+                update();
+        });
 }
 
 void ToolKeeper::update()
@@ -54,40 +52,34 @@ void ToolKeeper::update()
         return;
     updating_ = true;
     emit updateStarted();
-    const QPointer<ToolKeeper> self(this);
-    platform::WorkerPool::run([self, folder = folder_, sources = sources_, cancel = cancel_] {
-        ToolUpdater updater(folder, sources, cancel);
-        updater.setProgress([self](const QString& tool, qint64 done, std::optional<qint64> total) {
-            platform::MainThread::post([self, tool, done, total] {
-                if (self)
-                    emit self->progressed(tool, done, total.value_or(-1));
+    platform::WorkerPool::run(
+        this,
+        [courier = platform::Courier(this), this, folder = folder_, sources = sources_, cancel = cancel_] {
+            ToolUpdater updater(folder, sources, cancel);
+            updater.setProgress([courier, this](const QString& tool, qint64 done, std::optional<qint64> total) {
+                courier.post([this, tool, done, total] { emit progressed(tool, done, total.value_or(-1)); });
             });
+            const QList<Outcome> outcomes{updater.updateYtDlp(), updater.updateDeno()};
+            if (std::all_of(outcomes.begin(), outcomes.end(), [](const Outcome& o) { return o.ok(); })) {
+                QFile stamp(stampOf(folder));
+                if (stamp.open(QIODevice::WriteOnly))
+                    stamp.setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime);
+            }
+            return outcomes;
+        },
+        [this](const QList<Outcome>& outcomes) {
+            updating_ = false;
+            emit updateEnded(outcomes);
         });
-        const QList<Outcome> outcomes{updater.updateYtDlp(), updater.updateDeno()};
-        if (std::all_of(outcomes.begin(), outcomes.end(), [](const Outcome& o) { return o.ok(); })) {
-            QFile stamp(stampOf(folder));
-            if (stamp.open(QIODevice::WriteOnly))
-                stamp.setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime);
-        }
-        platform::MainThread::post([self, outcomes] {
-            if (!self)
-                return;
-            self->updating_ = false;
-            emit self->updateEnded(outcomes);
-        });
-    });
 }
 
 void ToolKeeper::askSizes()
 {
-    const QPointer<ToolKeeper> self(this);
-    platform::WorkerPool::run([self, folder = folder_, sources = sources_, cancel = cancel_] {
-        const auto sizes = ToolUpdater(folder, sources, cancel).sizes();
-        platform::MainThread::post([self, ytDlp = sizes.first.value_or(-1), deno = sizes.second.value_or(-1)] {
-            if (self)
-                emit self->sizesKnown(ytDlp, deno);
+    platform::WorkerPool::run(
+        this, [folder = folder_, sources = sources_, cancel = cancel_] { return ToolUpdater(folder, sources, cancel).sizes(); },
+        [this](const std::pair<std::optional<qint64>, std::optional<qint64>>& sizes) {
+            emit sizesKnown(sizes.first.value_or(-1), sizes.second.value_or(-1));
         });
-    });
 }
 
 } // namespace tools

@@ -56,19 +56,8 @@ void DownloadListModel::addDownload(const std::shared_ptr<DownloadItem>& item)
                                     QDateTime::currentDateTime(), std::nullopt});
     endInsertRows();
 
-    // The model holds the job, so the job's event holds the model weakly.
-    item->newDataEvent.set([model = QPointer<DownloadListModel>(this), job = std::weak_ptr<DownloadItem>(item)](
-                               DownloadItem&) {
-        auto changed = [model, job] {
-            const auto j = job.lock();
-            if (model && j)
-                model->itemChanged(*j);
-        };
-        if (platform::MainThread::isCurrent())
-            changed();
-        else
-            platform::MainThread::post(changed);
-    });
+    // The model holds the job; the job's event only watches the model.
+    item->newDataEvent.set(this, [this](DownloadItem& job) { itemChanged(job); });
 }
 
 std::shared_ptr<DownloadItem> DownloadListModel::item(int row) const

@@ -139,13 +139,9 @@ void DownloadsController::addDownload(const std::shared_ptr<DownloadItem>& item)
 {
     if (!folderChecks_)
         folderChecks_ = std::make_unique<platform::SerialQueue>();
-    const QPointer<DownloadsController> self(this);
-    folderChecks_->post([self, item, folder = item->downloadFolder()] {
+    folderChecks_->post([courier = platform::Courier(this), this, item, folder = item->downloadFolder()] {
         const QString why = platform::UserFolders::whyNotWritable(folder);
-        platform::MainThread::post([self, item, why] {
-            if (self)
-                self->folderChecked(item, why);
-        });
+        courier.post([this, item, why] { folderChecked(item, why); });
     });
 }
 

@@ -299,16 +299,13 @@ PreviewController* NewSearchController::previewController()
     if (previewController_)
         return previewController_;
     previewController_ = new PreviewController(alerts_, this);
-    const QPointer<NewSearchController> self(this);
-    previewController_->audioEvent.set([self](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
-                                              std::shared_ptr<YouTubeUrl> stream) {
-        if (self)
-            self->audioEvent(sender, video, stream);
+    previewController_->audioEvent.set(this, [this](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
+                                                     std::shared_ptr<YouTubeUrl> stream) {
+        audioEvent(sender, video, stream);
     });
-    previewController_->videoEvent.set([self](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
-                                              std::shared_ptr<YouTubeUrl> stream) {
-        if (self)
-            self->videoEvent(sender, video, stream);
+    previewController_->videoEvent.set(this, [this](PreviewController& sender, std::shared_ptr<YouTubeVideo> video,
+                                                     std::shared_ptr<YouTubeUrl> stream) {
+        videoEvent(sender, video, stream);
     });
     return previewController_;
 }

@@ -324,26 +324,26 @@ void SettingsWindowController::chooseFolder(const QString& folder)
 {
     // Off the interface thread: trying the folder writes a file in it, and
     // the store writes its own.
-    const QPointer<SettingsWindowController> self(this);
-    platform::WorkerPool::run([self, folder] {
-        const QString why = platform::UserFolders::whyNotWritable(folder);
-        if (why.isEmpty())
-            Settings::setDownloadFolder(folder);
-        platform::MainThread::post([self, folder, why] {
-            if (!self)
-                return;
+    platform::WorkerPool::run(
+        this,
+        [folder] {
+            const QString why = platform::UserFolders::whyNotWritable(folder);
+            if (why.isEmpty())
+                Settings::setDownloadFolder(folder);
+            return why;
+        },
+        [this, folder](const QString& why) {
             if (why.isEmpty()) {
-                self->folderLabel_->setText(folder);
+                folderLabel_->setText(folder);
                 return;
             }
             auto* box = new QMessageBox(QMessageBox::Warning, Localization::string("Settings.Title"),
                                         Localization::string("Settings.FolderRefused").arg(folder, why),
-                                        QMessageBox::Ok, self->window_);
+                                        QMessageBox::Ok, window_);
             box->setTextFormat(Qt::PlainText);
             box->setAttribute(Qt::WA_DeleteOnClose);
             box->open();
         });
-    });
 }
 
 SettingsWindowController::~SettingsWindowController()
@@ -389,26 +389,27 @@ void SettingsWindowController::showTools(const QString& chosen)
     // Off the interface thread: a version is the program's own answer. Only
     // the latest question's answer is shown.
     const int asked = ++toolsAsked_;
-    const QPointer<SettingsWindowController> self(this);
-    platform::WorkerPool::run([self, chosen, asked] {
-        const tools::Toolbox toolbox;
-        const tools::Tool ytDlp = toolbox.ytDlp(chosen);
-        const tools::Tool runtime = toolbox.jsRuntime();
-        platform::MainThread::post([self, chosen, ytDlp, runtime, asked] {
-            if (!self || asked != self->toolsAsked_)
+    platform::WorkerPool::run(
+        this,
+        [chosen] {
+            const tools::Toolbox toolbox;
+            return std::pair{toolbox.ytDlp(chosen), toolbox.jsRuntime()};
+        },
+        [this, chosen, asked](const std::pair<tools::Tool, tools::Tool>& found) {
+            if (asked != toolsAsked_)
                 return;
+            const auto& [ytDlp, runtime] = found;
             const QString where = ytDlp.found() ? ytDlp.path : chosen;
-            self->program_ = where;
-            self->ytDlpProgram_->setText(Localization::string("Settings.YtDlpProgram")
-                                             .arg(where.isEmpty() ? QStringLiteral("yt-dlp") : where));
-            self->engineMatrix_->button(ytDlpId)->setText(Localization::string("Settings.EngineYtDlp")
-                                                              .arg(ytDlp.usable() && !ytDlp.version.isEmpty()
-                                                                       ? ytDlp.version
-                                                                       : Localization::string("Settings.YtDlpMissing")));
-            self->ytDlpTool_->setText(toolLine(QStringLiteral("yt-dlp"), ytDlp));
-            self->runtimeTool_->setText(toolLine(runtime.displayName(), runtime));
+            program_ = where;
+            ytDlpProgram_->setText(Localization::string("Settings.YtDlpProgram")
+                                       .arg(where.isEmpty() ? QStringLiteral("yt-dlp") : where));
+            engineMatrix_->button(ytDlpId)->setText(
+                Localization::string("Settings.EngineYtDlp")
+                    .arg(ytDlp.usable() && !ytDlp.version.isEmpty() ? ytDlp.version
+                                                                     : Localization::string("Settings.YtDlpMissing")));
+            ytDlpTool_->setText(toolLine(QStringLiteral("yt-dlp"), ytDlp));
+            runtimeTool_->setText(toolLine(runtime.displayName(), runtime));
         });
-    });
 }
 
 void SettingsWindowController::chooseYtDlp(const QString& program)

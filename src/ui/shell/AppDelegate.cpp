@@ -135,13 +135,7 @@ void AppDelegate::applicationDidFinishLaunching()
     menu_->setSelectedRow(1);
     menu_->setSubViewNewSearch();
     // The wipe touches the disk: off this thread, and the rest follows it.
-    platform::WorkerPool::run([self = QPointer<AppDelegate>(this)] {
-        DownloadItem::Cleanup();
-        platform::MainThread::post([self] {
-            if (self)
-                self->finishLaunching();
-        });
-    });
+    platform::WorkerPool::run(this, &DownloadItem::Cleanup, [this] { finishLaunching(); });
 }
 
 void AppDelegate::finishLaunching()
@@ -165,17 +159,17 @@ void AppDelegate::keepToolsCurrent()
     const engine::Choice choice = menu_->getNewSearchController()->engineChoice();
     if (endpoints_.isStandIn() || choice.kind == engine::Kind::classic)
         return;
-    platform::WorkerPool::run([self = QPointer<AppDelegate>(this), choice] {
-        if (!Settings::keepToolsCurrent())
-            return;
-        // Automatic runs yt-dlp only when there is one: a first one is got only when asked for.
-        if (choice.kind == engine::Kind::automatic && !tools::Toolbox().ytDlp(choice.ytDlp).usable())
-            return;
-        platform::MainThread::post([self] {
-            if (self)
-                self->toolKeeper_->updateIfDue();
+    platform::WorkerPool::run(
+        this,
+        [choice] {
+            // Automatic runs yt-dlp only when there is one: a first one is got only when asked for.
+            return Settings::keepToolsCurrent() &&
+                   (choice.kind != engine::Kind::automatic || tools::Toolbox().ytDlp(choice.ytDlp).usable());
+        },
+        [this](bool wanted) {
+            if (wanted)
+                toolKeeper_->updateIfDue();
         });
-    });
 }
 
 bool AppDelegate::applicationShouldHandleReopen()

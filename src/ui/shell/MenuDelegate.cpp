@@ -52,10 +52,7 @@ void MenuDelegate::createNewSearchController(const platform::ServiceEndpoints& e
 {
     newSearchController_ = new NewSearchController(endpoints, alerts, this);
     newSearchController_->downloadEvent.set(
-        [self = QPointer<MenuDelegate>(this)](NewSearchController& sender, std::shared_ptr<DownloadItem> item) {
-            if (self)
-                self->downloadEvent(sender, item);
-        });
+        this, [this](NewSearchController& sender, std::shared_ptr<DownloadItem> item) { downloadEvent(sender, item); });
 }
 
 void MenuDelegate::downloadEvent(NewSearchController&, const std::shared_ptr<DownloadItem>& item)

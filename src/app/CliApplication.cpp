@@ -4,11 +4,9 @@
 #include "catalogue/engine/YtDlp.h"
 #include "catalogue/tools/ToolUpdater.h"
 #include "core/youtube_error.h"
-#include "downloads/AudioDownloadItem.h"
 #include "downloads/DownloadHistory.h"
 #include "downloads/DownloadItem.h"
 #include "downloads/Settings.h"
-#include "downloads/VideoDownloadItem.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
 #include "platform/UserFolders.h"
@@ -26,8 +24,6 @@
 #include <unistd.h>
 
 namespace {
-
-constexpr int audioBitrate = 320;
 
 const char* const commandsText = R"(Commands:
   search WORDS...        list the videos the search finds: number, length, title, address
@@ -252,7 +248,7 @@ int CliApplication::search(const QStringList& words)
 {
     const auto searcher = engine_->newSearch();
     std::optional<platform::Error> failure;
-    searcher->errorEvent.set([&failure](engine::VideoSearch&, const platform::Error& e) { failure = e; });
+    searcher->errorEvent.set([&failure](YouTubeSearch&, const platform::Error& e) { failure = e; });
     searcher->setSearchString(words.join(QLatin1Char(' ')));
     searcher->searchStart();
     searcher->waitForFinish();
@@ -359,8 +355,7 @@ int CliApplication::download(const QString& address, bool audio, std::optional<b
         return 1;
     // Left-overs of earlier runs go; what another running instance holds stays.
     DownloadItem::Cleanup();
-    const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
-                                                    : VideoDownloadItem::initBest(video, convert);
+    const std::shared_ptr<DownloadItem> job = DownloadItem::initBest(video, audio, convert);
     if (!job) {
         complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(address));
         return 1;

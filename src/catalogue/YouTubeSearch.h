@@ -1,7 +1,7 @@
 #pragma once
 
+#include "catalogue/SearchSource.h"
 #include "catalogue/YouTubeVideo.h"
-#include "platform/BlockingHttp.h"
 #include "platform/CancelToken.h"
 #include "platform/Error.h"
 #include "platform/Event.h"
@@ -11,21 +11,26 @@
 
 #include <QList>
 #include <QString>
-#include <QUrl>
 
 #include <atomic>
 #include <memory>
 
-// One keyword search of the service's search feed. Results, progress and errors
-// arrive as events on the search's own delivery thread.
+// One keyword search: its source (the service's feed, or yt-dlp) finds the
+// videos, their thumbnails come through the fetch pool, and results, progress
+// and errors arrive as events on the search's own delivery thread.
 class YouTubeSearch : public std::enable_shared_from_this<YouTubeSearch> {
 public:
+    static std::shared_ptr<YouTubeSearch> create(std::shared_ptr<SearchSource> source);
+    // A search of the service's feed.
     static std::shared_ptr<YouTubeSearch> create(const platform::ServiceEndpoints& endpoints);
 
     // Starts a search for searchString and returns at once. A search that is
     // running is superseded: it stops without further events, and its thumbnails
     // still to come or under way are called off.
     void searchStart();
+    // Ends the search under way without further events (and none set before
+    // comes any more): the object is done with.
+    void cancel();
     // Blocks, running the calling thread's event loop, until no search runs.
     void waitForFinish() const;
     bool isDone() const { return done_; }
@@ -33,14 +38,15 @@ public:
     QString searchString() const { return searchString_.get(); }
     void setSearchString(const QString& words) { searchString_.set(words); }
     QList<std::shared_ptr<YouTubeVideo>> videos() const { return videos_.get(); }
-    // The feed address of the search in progress; each search has its own object.
-    std::shared_ptr<const QUrl> currentUrl() const { return currentUrl_.get(); }
+    // Counts the searches started and called off: each has its own number.
+    quint64 number() const { return number_; }
     double downloadOffset() const { return downloadOffset_.get(); }
     double downloadCount() const { return downloadCount_.get(); }
 
     // (sender, number of videos)
     platform::Event<YouTubeSearch&, qulonglong> newVideosEvent;
-    // (sender, error): the connection's, or domain "YouTubeSearch::response" with the status
+    // (sender, error): the connection's, domain "YouTubeSearch::response" with
+    // the feed's status, or yt-dlp's reason
     platform::Event<YouTubeSearch&, const platform::Error&> errorEvent;
     // (sender) after every change of downloadOffset or downloadCount
     platform::Event<YouTubeSearch&> updateEvent;
@@ -49,22 +55,20 @@ public:
     static QString escapeSearchWords(const QString& words);
 
 private:
-    explicit YouTubeSearch(const platform::ServiceEndpoints& endpoints) : endpoints_(endpoints) {}
+    explicit YouTubeSearch(std::shared_ptr<SearchSource> source) : source_(std::move(source)) {}
 
-    void complete(const std::shared_ptr<const QUrl>& started, const std::shared_ptr<platform::CancelToken>& thumbnails,
-                  const platform::HttpResponse& response);
-    bool isStale(const std::shared_ptr<const QUrl>& started) const { return currentUrl() != started; }
-    void fail(const platform::Error& error);
-    void finish(const std::shared_ptr<const QUrl>& started);
+    void run(quint64 number, const QString& words, const std::shared_ptr<platform::CancelToken>& cancel);
+    bool isStale(quint64 number) const { return number_ != number; }
+    void finish(quint64 number);
 
-    const platform::ServiceEndpoints endpoints_;
+    const std::shared_ptr<SearchSource> source_;
     platform::Property<QString> searchString_;
     platform::Property<QList<std::shared_ptr<YouTubeVideo>>> videos_;
     std::atomic<bool> done_{true};
-    platform::Property<std::shared_ptr<const QUrl>> currentUrl_;
+    std::atomic<quint64> number_{0};
     platform::Property<double> downloadOffset_;
     platform::Property<double> downloadCount_;
-    // Calls off the thumbnails of the search in progress.
-    platform::Property<std::shared_ptr<platform::CancelToken>> thumbnails_;
+    // Calls off the source's work and the thumbnails of the search in progress.
+    platform::Property<std::shared_ptr<platform::CancelToken>> cancel_;
     platform::SerialQueue queue_;
 };

@@ -1,5 +1,8 @@
 #include "downloads/DownloadItem.h"
 
+#include "downloads/AudioDownloadItem.h"
+#include "downloads/VideoDownloadItem.h"
+
 #include "downloads/Settings.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -82,6 +85,22 @@ std::shared_ptr<DownloadItem> DownloadItem::create(std::shared_ptr<YouTubeVideo>
                                                    std::shared_ptr<YouTubeUrl> url)
 {
     return std::shared_ptr<DownloadItem>(new DownloadItem(std::move(video), std::move(url)));
+}
+
+std::shared_ptr<DownloadItem> DownloadItem::initBest(const std::shared_ptr<YouTubeVideo>& video, bool audio,
+                                                     std::optional<bool> convert)
+{
+    if (audio)
+        return AudioDownloadItem::initBest(video, audioBitrate);
+    return VideoDownloadItem::initBest(video, convert);
+}
+
+std::shared_ptr<DownloadItem> DownloadItem::initWithStream(const std::shared_ptr<YouTubeVideo>& video,
+                                                           const std::shared_ptr<YouTubeUrl>& stream, bool audio)
+{
+    if (audio)
+        return AudioDownloadItem::initWithBitrate(video, stream, audioBitrate);
+    return VideoDownloadItem::init(video, stream);
 }
 
 DownloadItem::~DownloadItem()

@@ -23,6 +23,17 @@ public:
     enum class State { Waiting, Downloading, TransferDone, Converting, Copying, Done, Canceled, Failed };
 
     static std::shared_ptr<DownloadItem> create(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url);
+
+    // The sound tracks' bitrate, kbit/s.
+    static constexpr int audioBitrate = 320;
+    // The job a press of Download audio or Download video makes of a video
+    // whose streams are read: its best stream (MP3 at 320 kbit/s for sound);
+    // none when no stream will do. convert: for this job, else the setting.
+    static std::shared_ptr<DownloadItem> initBest(const std::shared_ptr<YouTubeVideo>& video, bool audio,
+                                                  std::optional<bool> convert = std::nullopt);
+    // The job of one stream the user chose.
+    static std::shared_ptr<DownloadItem> initWithStream(const std::shared_ptr<YouTubeVideo>& video,
+                                                        const std::shared_ptr<YouTubeUrl>& stream, bool audio);
     virtual ~DownloadItem();
     DownloadItem(const DownloadItem&) = delete;
     DownloadItem& operator=(const DownloadItem&) = delete;

@@ -13,11 +13,12 @@ public:
     AutoEngine(Choice choice, const platform::ServiceEndpoints& endpoints);
 
     Choice choice() const override { return choice_; }
-    std::shared_ptr<VideoSearch> newSearch() override;
+    std::shared_ptr<SearchSource> searchSource() override;
     std::shared_ptr<YouTubeVideo> videoAt(const QUrl& link) override;
 
     // The engine a run takes now. Blocks.
     std::shared_ptr<Engine> chosen() const;
+
 
 private:
     const Choice choice_;

@@ -16,7 +16,7 @@ public:
     }
 
     Choice choice() const override { return choice_; }
-    std::shared_ptr<VideoSearch> newSearch() override;
+    std::shared_ptr<SearchSource> searchSource() override;
     std::shared_ptr<YouTubeVideo> videoAt(const QUrl& link) override;
 
 private:

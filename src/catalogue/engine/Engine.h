@@ -1,8 +1,8 @@
 #pragma once
 
+#include "catalogue/SearchSource.h"
+#include "catalogue/YouTubeSearch.h"
 #include "catalogue/YouTubeVideo.h"
-#include "platform/Error.h"
-#include "platform/Event.h"
 #include "platform/ServiceEndpoints.h"
 
 #include <QList>
@@ -13,10 +13,10 @@
 #include <optional>
 
 // The seam between the views, jobs and command line and where videos come
-// from: a search (words -> video records in order) and a stream extraction
-// (a record's parseUrls). The classic engine is the service's feed and the
-// parser exchange; the yt-dlp engine runs yt-dlp. Both give the same records,
-// events and errors, so nothing above knows which one runs.
+// from: a search's source (words -> video records in order) and a stream
+// extraction (a record's parseUrls). The classic engine is the service's feed
+// and the parser exchange; the yt-dlp engine runs yt-dlp. Both give the same
+// records and errors, so nothing above knows which one runs.
 namespace engine {
 
 // automatic: the classic engine for a stand-in at a service base address
@@ -42,36 +42,6 @@ struct Choice {
     static constexpr const char* environmentVariable = "MELODRIFT_ENGINE";
 };
 
-// One search at a time per object: a new start supersedes the one running,
-// which ends without further events (its yt-dlp, if any, ended too). Events
-// come on the search's own thread.
-class VideoSearch {
-public:
-    virtual ~VideoSearch() = default;
-
-    virtual void searchStart() = 0;
-    // Ends the search under way without further events; the object is done with.
-    virtual void cancel() = 0;
-    // Blocks, running the calling thread's event loop, until no search runs.
-    virtual void waitForFinish() const = 0;
-    virtual bool isDone() const = 0;
-
-    virtual QString searchString() const = 0;
-    virtual void setSearchString(const QString& words) = 0;
-    virtual QList<std::shared_ptr<YouTubeVideo>> videos() const = 0;
-    // Tells one search from the next: a new object per search started.
-    virtual std::shared_ptr<const QUrl> currentUrl() const = 0;
-    virtual double downloadOffset() const = 0;
-    virtual double downloadCount() const = 0;
-
-    // (sender, number of videos)
-    platform::Event<VideoSearch&, qulonglong> newVideosEvent;
-    // (sender, error): why the search failed
-    platform::Event<VideoSearch&, const platform::Error&> errorEvent;
-    // (sender) after every change of downloadOffset or downloadCount
-    platform::Event<VideoSearch&> updateEvent;
-};
-
 class Engine : public std::enable_shared_from_this<Engine> {
 public:
     static std::shared_ptr<Engine> create(const Choice& choice, const platform::ServiceEndpoints& endpoints);
@@ -81,7 +51,10 @@ public:
     virtual Choice choice() const = 0;
     const platform::ServiceEndpoints& endpoints() const { return endpoints_; }
 
-    virtual std::shared_ptr<VideoSearch> newSearch() = 0;
+    // Where its searches find videos.
+    virtual std::shared_ptr<SearchSource> searchSource() = 0;
+    // A search through that source.
+    std::shared_ptr<YouTubeSearch> newSearch() { return YouTubeSearch::create(searchSource()); }
     // The video at a watch-page address, its streams still to be extracted.
     virtual std::shared_ptr<YouTubeVideo> videoAt(const QUrl& link) = 0;
 

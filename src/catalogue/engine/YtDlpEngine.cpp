@@ -1,18 +1,14 @@
 #include "catalogue/engine/YtDlpEngine.h"
 
-#include "catalogue/ThumbnailBatch.h"
-#include "catalogue/YouTubeSearch.h"
+#include "catalogue/FeedSource.h"
 #include "catalogue/engine/YtDlp.h"
 #include "catalogue/engine/YtDlpJson.h"
 #include "core/youtube_error.h"
 #include "platform/CancelToken.h"
 #include "platform/Log.h"
-#include "platform/MainThread.h"
 #include "platform/Property.h"
-#include "platform/SerialQueue.h"
 #include "platform/WebAddress.h"
 
-#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -111,131 +107,37 @@ private:
     platform::Property<std::shared_ptr<platform::CancelToken>> cancel_;
 };
 
-class YtDlpSearch : public VideoSearch, public std::enable_shared_from_this<YtDlpSearch> {
+// yt-dlp's search: its answer's entries as hits, each made into a video whose
+// streams yt-dlp extracts.
+class YtDlpSource : public SearchSource {
 public:
-    YtDlpSearch(const platform::ServiceEndpoints& endpoints, Runs runs) : endpoints_(endpoints), runs_(std::move(runs)) {}
-    ~YtDlpSearch() override { stop(); }
+    YtDlpSource(const platform::ServiceEndpoints& endpoints, Runs runs) : endpoints_(endpoints), runs_(std::move(runs)) {}
 
-    void searchStart() override
+    SearchAnswer find(const QString& words, const std::shared_ptr<platform::CancelToken>& cancel) override
     {
-        videos_.set({});
-        done_ = false;
-        const QString target = YtDlpEngine::searchTarget(endpoints_, searchString());
-        const auto started = std::make_shared<const QUrl>(QUrl(target));
-        currentUrl_.set(started);
-        // After the identity: a run woken by its cancel already finds itself stale.
-        const auto cancel = std::make_shared<platform::CancelToken>();
-        if (const auto superseded = cancel_.update([&](auto& current) { return std::exchange(current, cancel); }))
-            superseded->cancel();
-
-        downloadOffset_.set(0.5);
-        downloadCount_.set(26.0);
-        updateEvent(*this);
-        queue_.post([self = shared_from_this(), started, cancel, target] { self->run(started, cancel, target); });
-    }
-
-    void cancel() override
-    {
-        cancelled_ = true;
-        stop();
-        currentUrl_.set(nullptr);
-        done_ = true;
-    }
-
-    void waitForFinish() const override { platform::MainThread::runUntil([this] { return isDone(); }); }
-    bool isDone() const override { return done_; }
-    QString searchString() const override { return searchString_.get(); }
-    void setSearchString(const QString& words) override { searchString_.set(words); }
-    QList<std::shared_ptr<YouTubeVideo>> videos() const override { return videos_.get(); }
-    std::shared_ptr<const QUrl> currentUrl() const override { return currentUrl_.get(); }
-    double downloadOffset() const override { return downloadOffset_.get(); }
-    double downloadCount() const override { return downloadCount_.get(); }
-
-private:
-    void stop()
-    {
-        if (const auto cancel = cancel_.get())
-            cancel->cancel();
-    }
-
-    bool isStale(const std::shared_ptr<const QUrl>& started) const
-    {
-        return cancelled_ || currentUrl() != started;
-    }
-
-    void run(const std::shared_ptr<const QUrl>& started, const std::shared_ptr<platform::CancelToken>& cancel,
-             const QString& target)
-    {
-        if (isStale(started))
-            return;
+        const QString target = YtDlpEngine::searchTarget(endpoints_, words);
         const YtDlp::Answer answer = YtDlp::run(
             runs_.choice, {QStringLiteral("--flat-playlist"), QStringLiteral("--"), target}, cancel, runs_.timeout);
-        if (isStale(started))
-            return;
-        downloadOffset_.set(0.75);
-        updateEvent(*this);
-
         const auto reading = answer.error.isEmpty() ? ytdlp::readSearch(answer.json)
                                                     : ytdlp::Reading<QList<ytdlp::FoundVideo>>{std::nullopt, answer.error};
-        if (!reading.value) {
-            Log::line(QStringLiteral("Error: ") + reading.error);
-            errorEvent(*this, {QStringLiteral("yt-dlp"), 0, reading.error});
-            finish(started);
-            return;
-        }
-        const QList<ytdlp::FoundVideo>& found = *reading.value;
-        std::vector<std::optional<QUrl>> addresses;
-        addresses.reserve(static_cast<std::size_t>(found.size()));
-        for (const auto& video : found)
-            addresses.push_back(video.thumbnail);
-        const ThumbnailBatch pictures(addresses, cancel);
-
-        downloadCount_.set(static_cast<double>(found.size()));
-        downloadOffset_.set(1.0);
-        updateEvent(*this);
-        for (qsizetype i = 0; i < found.size(); ++i) {
-            if (isStale(started))
-                return;
-            const std::optional<platform::Image> picture = pictures.wait(static_cast<std::size_t>(i));
-            if (!picture)
-                return; // called off by a newer search
-            const auto video = std::make_shared<YtDlpVideo>(found[i].link, runs_);
-            video->setTitle(found[i].title);
-            video->setDescription(found[i].description);
-            video->setSeconds(found[i].seconds);
-            video->setThumbnail(*picture);
-            videos_.update([&](auto& videos) { videos.append(video); });
-            if (isStale(started))
-                return;
-            downloadOffset_.update([](double& offset) { offset += 1.0; });
-            updateEvent(*this);
-        }
-        if (isStale(started))
-            return;
-        newVideosEvent(*this, static_cast<qulonglong>(videos().size()));
-        finish(started);
+        if (!reading.value)
+            return {{}, platform::Error{QStringLiteral("yt-dlp"), 0, reading.error}};
+        SearchAnswer found;
+        for (const ytdlp::FoundVideo& video : *reading.value)
+            found.hits.append({video.thumbnail, [video, runs = runs_](const platform::Image& picture) {
+                                   const auto made = std::make_shared<YtDlpVideo>(video.link, runs);
+                                   made->setTitle(video.title);
+                                   made->setDescription(video.description);
+                                   made->setSeconds(video.seconds);
+                                   made->setThumbnail(picture);
+                                   return std::static_pointer_cast<YouTubeVideo>(made);
+                               }});
+        return found;
     }
 
-    void finish(const std::shared_ptr<const QUrl>& started)
-    {
-        // As the classic search: marked on the main thread, where searches start.
-        platform::MainThread::post([self = shared_from_this(), started] {
-            if (!self->isStale(started))
-                self->done_ = true;
-        });
-    }
-
+private:
     const platform::ServiceEndpoints endpoints_;
     const Runs runs_;
-    std::atomic<bool> cancelled_{false};
-    std::atomic<bool> done_{true};
-    platform::Property<QString> searchString_;
-    platform::Property<QList<std::shared_ptr<YouTubeVideo>>> videos_;
-    platform::Property<std::shared_ptr<const QUrl>> currentUrl_;
-    platform::Property<double> downloadOffset_;
-    platform::Property<double> downloadCount_;
-    platform::Property<std::shared_ptr<platform::CancelToken>> cancel_;
-    platform::SerialQueue queue_;
 };
 
 } // namespace
@@ -247,17 +149,14 @@ YtDlpEngine::YtDlpEngine(const Choice& choice, const platform::ServiceEndpoints&
 
 QString YtDlpEngine::searchTarget(const platform::ServiceEndpoints& endpoints, const QString& words)
 {
-    if (endpoints.isStandIn()) {
-        QUrl feed = endpoints.feed;
-        feed.setPath(QStringLiteral("/feeds/api/videos"));
-        return feed.toString() + QStringLiteral("?alt=rss&q=") + YouTubeSearch::escapeSearchWords(words);
-    }
+    if (endpoints.isStandIn())
+        return FeedSource(endpoints).addressText(words);
     return QStringLiteral("ytsearch%1:%2").arg(resultsPerSearch).arg(words);
 }
 
-std::shared_ptr<VideoSearch> YtDlpEngine::newSearch()
+std::shared_ptr<SearchSource> YtDlpEngine::searchSource()
 {
-    return std::make_shared<YtDlpSearch>(endpoints(), Runs{choice_, timeout_});
+    return std::make_shared<YtDlpSource>(endpoints(), Runs{choice_, timeout_});
 }
 
 std::shared_ptr<YouTubeVideo> YtDlpEngine::videoAt(const QUrl& link)

@@ -14,7 +14,7 @@ public:
     YtDlpEngine(const Choice& choice, const platform::ServiceEndpoints& endpoints);
 
     Choice choice() const override { return choice_; }
-    std::shared_ptr<VideoSearch> newSearch() override;
+    std::shared_ptr<SearchSource> searchSource() override;
     std::shared_ptr<YouTubeVideo> videoAt(const QUrl& link) override;
 
     // What yt-dlp is given to search for words: the service's feed when the

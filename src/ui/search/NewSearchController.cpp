@@ -1,16 +1,7 @@
 #include "ui/search/NewSearchController.h"
 
-#include "catalogue/engine/YtDlp.h"
-#include "catalogue/tools/ToolKeeper.h"
-#include "catalogue/tools/Toolbox.h"
 #include "catalogue/YouTubeVideo.h"
-#include "downloads/AudioDownloadItem.h"
-#include "downloads/Settings.h"
-#include "downloads/VideoDownloadItem.h"
 #include "platform/Localization.h"
-#include "platform/Log.h"
-#include "platform/MainThread.h"
-#include "platform/WorkerPool.h"
 #include "ui/widgets/AlertPresenter.h"
 #include "ui/widgets/PZBackgroundView.h"
 #include "ui/widgets/PZScrollView.h"
@@ -38,11 +29,9 @@
 #include <QVariantAnimation>
 
 using platform::Localization;
-using platform::Log;
 
 namespace {
 
-constexpr int audioBitrate = 320;
 bool animationsEnabled = true;
 // The progress bar counts in hundredths: the search reports 0.5, 0.75, ...
 constexpr double progressScale = 100.0;
@@ -52,10 +41,8 @@ constexpr double progressScale = 100.0;
 NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpoints, AlertPresenter& alerts,
                                          QObject* parent)
     : QObject(parent),
-      endpoints_(endpoints),
       alerts_(alerts),
-      engine_(engine::Engine::create({}, endpoints)),
-      searcher_(engine_->newSearch()),
+      session_(new SearchSession(endpoints, this)),
       model_(new SearchResultModel(this)),
       mainView_(new PZBackgroundView),
       imageView_(new QLabel),
@@ -141,11 +128,6 @@ NewSearchController::NewSearchController(const platform::ServiceEndpoints& endpo
 
 NewSearchController::~NewSearchController()
 {
-    // The search may still deliver on its thread: it finds no one, and a
-    // yt-dlp of it or of a pasted address ends.
-    searcher_->cancel();
-    if (addressVideo_)
-        addressVideo_->abortParsing();
     // An effect still under way goes before its widgets: stopped by their loss,
     // it would only be deleted later, by an event loop that may have ended.
     delete running_;
@@ -159,89 +141,35 @@ void NewSearchController::setAnimationsEnabled(bool enabled)
 
 void NewSearchController::listen()
 {
-    // The search's events come on its own thread: the view moves to the main
-    // thread, carrying which search spoke.
-    const QPointer<NewSearchController> self(this);
-    searcher_->newVideosEvent.set([self](engine::VideoSearch& search, qulonglong) {
-        const auto videos = search.videos();
-        Log::line(QStringLiteral("Found %1 videos.").arg(videos.size()));
-        for (qsizetype i = 0; i < videos.size(); ++i)
-            Log::line(QStringLiteral("%1: %2").arg(i).arg(videos[i]->title()));
-        platform::MainThread::post([self, identity = search.currentUrl(), videos] {
-            if (self)
-                self->searchReady(identity, videos);
-        });
+    connect(session_, &SearchSession::progressed, this, &NewSearchController::updateProgressBar);
+    connect(session_, &SearchSession::found, this, [this](const QList<std::shared_ptr<YouTubeVideo>>& videos) {
+        model_->setVideos(videos);
+        searchIsFinish();
     });
-    searcher_->errorEvent.set([self, choice = engine_->choice(), standIn = endpoints_.isStandIn()](
-                                  engine::VideoSearch& search, const platform::Error& error) {
-        // What the failure offers depends on the yt-dlp there is: looked up
-        // here, on the search's thread, as that may ask it for its version.
-        const tools::Tool ytDlp = tools::Toolbox().ytDlp(choice.ytDlp);
-        Offer offer = Offer::nothing;
-        if (!ytDlp.usable() && (choice.kind == engine::Kind::ytDlp || !standIn))
-            offer = Offer::getTools; // the real service needs it, or it was asked for
-        else if (ytDlp.usable() && engine::YtDlp::isOutdatedFailure(error.description))
-            offer = Offer::updateYtDlp;
-        else if (ytDlp.usable() &&
-                 (choice.kind == engine::Kind::classic || (choice.kind == engine::Kind::automatic && standIn)) &&
-                 error.domain != QLatin1String("YouTubeSearch::response"))
-            offer = Offer::switchToYtDlp; // the service could not be reached; yt-dlp may reach today's
-        platform::MainThread::post([self, identity = search.currentUrl(), error, offer] {
-            if (self)
-                self->searchError(identity, error, offer);
-        });
+    connect(session_, &SearchSession::searchFailed, this, &NewSearchController::searchError);
+    connect(session_, &SearchSession::addressFailed, this, [this](const QString& reason) {
+        alerts_.showAlert(QStringLiteral("YouTube:"), reason, mainView_->window());
+        searchIsFinish();
     });
-    searcher_->updateEvent.set([self](engine::VideoSearch& search) {
-        platform::MainThread::post(
-            [self, identity = search.currentUrl(), offset = search.downloadOffset(), count = search.downloadCount()] {
-                if (self)
-                    self->updateProgressBar(identity, offset, count);
+    connect(session_, &SearchSession::loadingChanged, this,
+            [this](const std::shared_ptr<YouTubeVideo>& video) { model_->reloadRow(model_->rowOf(video.get())); });
+    connect(session_, &SearchSession::downloadFailed, this,
+            [this](const std::shared_ptr<YouTubeVideo>&, const QString& reason) {
+                alerts_.showAlert(QStringLiteral("YouTube:"), reason, mainView_->window());
             });
-    });
-}
-
-void NewSearchController::setEngine(const engine::Choice& choice)
-{
-    searcher_->cancel();
-    wordsSearch_.reset();
-    engine_ = engine::Engine::create(choice, endpoints_);
-    searcher_ = engine_->newSearch();
-    listen();
-}
-
-void NewSearchController::switchToYtDlp()
-{
-    engine::Choice choice = engine_->choice();
-    choice.kind = engine::Kind::ytDlp;
-    setEngine(choice);
-    // Off the interface thread: the store writes a file.
-    platform::WorkerPool::run([choice] { Settings::setEngineChoice(choice); });
-    searchTextChange();
-}
-
-void NewSearchController::setToolKeeper(tools::ToolKeeper* keeper)
-{
-    keeper_ = keeper;
-    alerts_.offerTools(Localization::string("Search.UpdateYtDlp"), Localization::string("Search.GetTools"),
-                       [self = QPointer<NewSearchController>(this)] {
-                           if (self)
-                               self->getTools();
-                       });
-    connect(keeper, &tools::ToolKeeper::sizesKnown, this, [this](qint64 ytDlp, qint64 deno) {
-        if (ytDlp < 0 || deno < 0)
-            return;
+    connect(session_, &SearchSession::jobMade, this,
+            [this](const std::shared_ptr<DownloadItem>& job) { downloadEvent(*this, job); });
+    connect(session_, &SearchSession::toolSizes, this, [this](qint64 ytDlp, qint64 deno) {
+        if (ytDlp < 0 || deno < 0 || toolsButton_->text() != Localization::string("Search.GetTools"))
+            return; // unknown, or the offer is another one by now
         const QLocale locale;
-        if (toolsButton_->text() != Localization::string("Search.GetTools"))
-            return; // the offer is another one by now
         toolsButton_->setText(Localization::string("Search.GetToolsSized")
                                   .arg(locale.formattedDataSize(ytDlp, 1, QLocale::DataSizeSIFormat) +
                                        QStringLiteral(" + ") +
                                        locale.formattedDataSize(deno, 1, QLocale::DataSizeSIFormat)));
         toolsButton_->setAccessibleName(toolsButton_->text());
     });
-    connect(keeper, &tools::ToolKeeper::progressed, this, [this](const QString& tool, qint64 done, qint64 total) {
-        if (!awaitingTools_)
-            return;
+    connect(session_, &SearchSession::toolsProgressed, this, [this](const QString& tool, qint64 done, qint64 total) {
         const QLocale locale;
         const QString got = locale.formattedDataSize(done, 1, QLocale::DataSizeSIFormat);
         showStatus(Localization::string("Search.ToolsProgress")
@@ -249,41 +177,48 @@ void NewSearchController::setToolKeeper(tools::ToolKeeper* keeper)
                                             : Localization::string("Tools.Of").arg(
                                                   got, locale.formattedDataSize(total, 1, QLocale::DataSizeSIFormat))));
     });
-    connect(keeper, &tools::ToolKeeper::updateEnded, this, &NewSearchController::toolsUpdated);
+    connect(session_, &SearchSession::toolsEnded, this, [this](const QString& failure) {
+        if (!failure.isEmpty()) {
+            showStatus(Localization::string("Search.ToolsFailed").arg(failure));
+            return;
+        }
+        statusLabel_->hide();
+        notes_->hide();
+        searchTextChange();
+    });
+}
+
+void NewSearchController::setEngine(const engine::Choice& choice)
+{
+    session_->setEngine(choice);
+}
+
+engine::Choice NewSearchController::engineChoice() const
+{
+    return session_->engineChoice();
+}
+
+void NewSearchController::setToolKeeper(tools::ToolKeeper* keeper)
+{
+    session_->setToolKeeper(keeper);
+    alerts_.offerTools(Localization::string("Search.UpdateYtDlp"), Localization::string("Search.GetTools"),
+                       [self = QPointer<NewSearchController>(this)] {
+                           if (self)
+                               self->getTools();
+                       });
+}
+
+void NewSearchController::switchToYtDlp()
+{
+    session_->switchToYtDlp();
+    searchTextChange();
 }
 
 void NewSearchController::getTools()
 {
-    if (!keeper_)
-        return;
-    awaitingTools_ = true;
     toolsButton_->hide();
     showStatus(Localization::string("Search.ToolsStarting"));
-    keeper_->update();
-}
-
-void NewSearchController::toolsUpdated(const QList<tools::Outcome>& outcomes)
-{
-    if (!std::exchange(awaitingTools_, false))
-        return;
-    QStringList failures;
-    for (const tools::Outcome& outcome : outcomes)
-        if (!outcome.ok())
-            failures.append(outcome.tool + QStringLiteral(": ") + outcome.reason);
-    if (!failures.isEmpty()) {
-        showStatus(Localization::string("Search.ToolsFailed").arg(failures.join(QLatin1Char(' '))));
-        return;
-    }
-    statusLabel_->hide();
-    notes_->hide();
-    // Asked for by the user: the classic engine they had gives way to the automatic choice.
-    if (engine_->choice().kind == engine::Kind::classic) {
-        engine::Choice choice = engine_->choice();
-        choice.kind = engine::Kind::automatic;
-        setEngine(choice);
-        platform::WorkerPool::run([choice] { Settings::setEngineChoice(choice); });
-    }
-    searchTextChange();
+    session_->getTools();
 }
 
 void NewSearchController::applicationDidFinishLaunching()
@@ -320,29 +255,7 @@ void NewSearchController::searchTextChange()
     toolsButton_->hide();
     notes_->hide();
     loader_->show();
-    // A pasted address still being read is superseded: its yt-dlp ends.
-    if (const auto superseded = std::exchange(addressVideo_, nullptr))
-        superseded->abortParsing();
-    const QUrl url(text, QUrl::StrictMode);
-    if (endpoints_.isWatchPage(url)) {
-        Log::line(QStringLiteral("Search URL: ") + url.host());
-        searcher_->cancel();
-        searcher_ = engine_->newSearch();
-        listen();
-        wordsSearch_.reset();
-        const int generation = ++addressSearch_;
-        const auto video = engine_->videoAt(url);
-        addressVideo_ = video;
-        video->parseUrlsAsync(this, [this, generation, video](const QString& error) {
-            addressParsed(generation, video, error);
-        });
-    } else {
-        Log::line(QStringLiteral("Search: ") + text);
-        ++addressSearch_;
-        searcher_->setSearchString(text);
-        searcher_->searchStart();
-        wordsSearch_ = searcher_->currentUrl();
-    }
+    session_->search(text);
     startSearchAnimation();
 }
 
@@ -352,56 +265,27 @@ void NewSearchController::searchFor(const QString& text)
     searchTextChange();
 }
 
-void NewSearchController::addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video,
-                                        const QString& error)
+void NewSearchController::searchError(const QString& reason, SearchSession::Offer offer)
 {
-    if (generation != addressSearch_)
-        return;
-    addressVideo_.reset();
-    if (!error.isEmpty())
-        alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
-    else
-        model_->setVideos({video});
-    searchIsFinish();
-}
-
-void NewSearchController::searchReady(const Identity& search, const QList<std::shared_ptr<YouTubeVideo>>& videos)
-{
-    if (!search || search != wordsSearch_)
-        return;
-    model_->setVideos(videos);
-    searchIsFinish();
-}
-
-void NewSearchController::searchError(const Identity& search, const platform::Error& error, Offer offer)
-{
-    if (!search || search != wordsSearch_)
-        return;
+    using Offer = SearchSession::Offer;
     loader_->hide();
-    Log::line(QStringLiteral("Error: ") + error.description);
-    QString text = Localization::string("Search.Failed").arg(error.description);
-    if (!keeper_ && (offer == Offer::getTools || offer == Offer::updateYtDlp))
-        offer = Offer::nothing;
+    QString text = Localization::string("Search.Failed").arg(reason);
     if (offer == Offer::getTools) {
         // What failed (the retired feed, or no yt-dlp to run) matters less than the way out.
         text = Localization::string("Search.ToolsMissing");
         toolsButton_->setText(Localization::string("Search.GetTools"));
-        keeper_->askSizes();
     } else if (offer == Offer::updateYtDlp) {
         toolsButton_->setText(Localization::string("Search.UpdateYtDlp"));
     }
-    toolsButton_->setAccessibleName(offer == Offer::updateYtDlp ? Localization::string("Search.UpdateYtDlp")
-                                                                 : Localization::string("Search.GetTools"));
+    toolsButton_->setAccessibleName(toolsButton_->text());
     showStatus(text);
     switchEngineButton_->setVisible(offer == Offer::switchToYtDlp);
     toolsButton_->setVisible(offer == Offer::getTools || offer == Offer::updateYtDlp);
     run(stopSearchAnimation());
 }
 
-void NewSearchController::updateProgressBar(const Identity& search, double offset, double count)
+void NewSearchController::updateProgressBar(double offset, double count)
 {
-    if (!search || search != wordsSearch_)
-        return;
     progressBar_->setRange(0, qRound(count * progressScale));
     progressBar_->setValue(qRound(offset * progressScale));
 }
@@ -441,63 +325,19 @@ void NewSearchController::previewButtonClick(int row)
 
 void NewSearchController::downloadVideoButton(int row)
 {
-    downloadButton(row, false);
+    if (const auto video = model_->video(row))
+        session_->download(video, false);
 }
 
 void NewSearchController::downloadAudioButton(int row)
 {
-    downloadButton(row, true);
-}
-
-void NewSearchController::downloadButton(int row, bool audio)
-{
-    const auto video = model_->video(row);
-    if (!video)
-        return;
-    // Started at once: under yt-dlp this is the row's whole wait.
-    video->parseUrlsAsync(this, [this, video, audio](const QString& error) {
-        if (error.isEmpty())
-            return streamsFound(video, audio);
-        model_->reloadRow(model_->rowOf(video.get()));
-        alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
-    });
-    model_->reloadRow(row);
+    if (const auto video = model_->video(row))
+        session_->download(video, true);
 }
 
 void NewSearchController::downloadAgain(const QUrl& link, bool audio)
 {
-    const auto video = engine_->videoAt(link);
-    video->parseUrlsAsync(this, [this, video, audio](const QString& error) {
-        if (!error.isEmpty())
-            return alerts_.showAlert(QStringLiteral("YouTube:"), error, mainView_->window());
-        startBest(video, audio);
-    });
-}
-
-void NewSearchController::streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio)
-{
-    model_->reloadRow(model_->rowOf(video.get()));
-    startBest(video, audio);
-}
-
-void NewSearchController::startBest(const std::shared_ptr<YouTubeVideo>& video, bool audio)
-{
-    const std::shared_ptr<DownloadItem> job = audio ? AudioDownloadItem::initBest(video, audioBitrate)
-                                                    : VideoDownloadItem::initBest(video);
-    if (!job) {
-        alerts_.showAlert(QStringLiteral("YouTube:"), Localization::string("Search.NoStream"), mainView_->window());
-        return;
-    }
-    downloadEvent(*this, job);
-}
-
-void NewSearchController::startDownload(const std::shared_ptr<YouTubeVideo>& video,
-                                        const std::shared_ptr<YouTubeUrl>& stream, bool audio)
-{
-    if (audio)
-        downloadEvent(*this, AudioDownloadItem::initWithBitrate(video, stream, audioBitrate));
-    else
-        downloadEvent(*this, VideoDownloadItem::init(video, stream));
+    session_->downloadAgain(link, audio);
 }
 
 void NewSearchController::bringWindowToFront()
@@ -512,14 +352,14 @@ void NewSearchController::audioEvent(PreviewController&, const std::shared_ptr<Y
                                      const std::shared_ptr<YouTubeUrl>& stream)
 {
     bringWindowToFront();
-    startDownload(video, stream, true);
+    session_->downloadStream(video, stream, true);
 }
 
 void NewSearchController::videoEvent(PreviewController&, const std::shared_ptr<YouTubeVideo>& video,
                                      const std::shared_ptr<YouTubeUrl>& stream)
 {
     bringWindowToFront();
-    startDownload(video, stream, false);
+    session_->downloadStream(video, stream, false);
 }
 
 namespace {

@@ -3,6 +3,7 @@
 #include "catalogue/engine/Engine.h"
 #include "platform/Event.h"
 #include "platform/ServiceEndpoints.h"
+#include "ui/search/SearchSession.h"
 
 #include <QObject>
 #include <QPointer>
@@ -26,18 +27,16 @@ class SearchResultModel;
 class QPushButton;
 class YouTubeUrl;
 class YouTubeVideo;
-namespace platform {
-struct Error;
-}
 namespace tools {
 class ToolKeeper;
-struct Outcome;
 }
 
-// The search view: words run a search through the engine (the service's feed,
-// or yt-dlp), a pasted watch-page address loads that one video; the videos are
-// listed with their thumbnail, title and length, and each can be previewed or
-// saved as video or sound. A download goes to the sidebar as a job.
+// The search view: its widgets and their animations over a search session
+// (SearchSession), which finds the videos through the engine (the service's
+// feed, or yt-dlp) and makes the jobs. Words run a search, a pasted watch-page
+// address loads that one video; the videos are listed with their thumbnail,
+// title and length, and each can be previewed or saved as video or sound. A
+// download goes to the sidebar as a job.
 class NewSearchController : public QObject {
     Q_OBJECT
 public:
@@ -60,9 +59,10 @@ public:
     // What gets and updates the tools; without one nothing is offered.
     void setToolKeeper(tools::ToolKeeper* keeper);
 
-    // Searches from now on go through this engine (default: the classic one).
+    // Searches from now on go through this engine (default: the automatic choice).
     void setEngine(const engine::Choice& choice);
-    engine::Choice engineChoice() const { return engine_->choice(); }
+    engine::Choice engineChoice() const;
+    SearchSession* session() const { return session_; }
     PZScrollView* tableScrollView() const { return tableScrollView_; }
     SearchResultModel* model() const { return model_; }
     // The preview window, made on first use: a start never pays for it.
@@ -95,24 +95,12 @@ public:
     platform::Event<NewSearchController&, std::shared_ptr<DownloadItem>> downloadEvent;
 
 private:
-    using Identity = std::shared_ptr<const QUrl>;
-
     void listen();
-    void searchReady(const Identity& search, const QList<std::shared_ptr<YouTubeVideo>>& videos);
-    // What a failed search offers beside its reason.
-    enum class Offer { nothing, switchToYtDlp, getTools, updateYtDlp };
-    void searchError(const Identity& search, const platform::Error& error, Offer offer);
+    void searchError(const QString& reason, SearchSession::Offer offer);
     void switchToYtDlp();
     void getTools();
-    void toolsUpdated(const QList<tools::Outcome>& outcomes);
-    void updateProgressBar(const Identity& search, double offset, double count);
-    void addressParsed(int generation, const std::shared_ptr<YouTubeVideo>& video, const QString& error);
+    void updateProgressBar(double offset, double count);
     void searchIsFinish();
-    void downloadButton(int row, bool audio);
-    void streamsFound(const std::shared_ptr<YouTubeVideo>& video, bool audio);
-    // The job of the video's best stream, or the alert that it has none.
-    void startBest(const std::shared_ptr<YouTubeVideo>& video, bool audio);
-    void startDownload(const std::shared_ptr<YouTubeVideo>& video, const std::shared_ptr<YouTubeUrl>& stream, bool audio);
     void showStatus(const QString& text);
     void bringWindowToFront();
 
@@ -125,12 +113,8 @@ private:
     // The bar's rise to the top over the first results, from 0 to 1.
     void setLift(double t);
 
-    const platform::ServiceEndpoints endpoints_;
     AlertPresenter& alerts_;
-    std::shared_ptr<engine::Engine> engine_;
-    std::shared_ptr<engine::VideoSearch> searcher_;
-    // The pasted address's video while its streams are extracted.
-    std::shared_ptr<YouTubeVideo> addressVideo_;
+    SearchSession* session_;
     SearchResultModel* model_;
     PreviewController* previewController_ = nullptr;
     QPointer<QWidget> mainView_;
@@ -142,9 +126,6 @@ private:
     QLabel* statusLabel_;
     QPushButton* switchEngineButton_;
     QPushButton* toolsButton_;
-    QPointer<tools::ToolKeeper> keeper_;
-    // This view asked for the tools: their end searches again.
-    bool awaitingTools_ = false;
     PZScrollView* tableScrollView_;
     // The bar with the progress and the notes under it.
     QWidget* barColumn_;
@@ -164,8 +145,4 @@ private:
     QPointer<QAbstractAnimation> running_;
 
     bool firstResult_ = true;
-    // The words search whose events count, and the number of the address
-    // search whose answer counts: a later search makes earlier answers moot.
-    Identity wordsSearch_;
-    int addressSearch_ = 0;
 };

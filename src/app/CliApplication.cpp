@@ -6,6 +6,7 @@
 #include "core/youtube_error.h"
 #include "downloads/DownloadHistory.h"
 #include "downloads/DownloadItem.h"
+#include "downloads/HistoryQueue.h"
 #include "downloads/Settings.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
@@ -320,11 +321,11 @@ int CliApplication::history()
     constexpr int pageSize = 500;
     qint64 last = 0;
     for (;;) {
-        const QList<HistoryEntry> entries = store.olderThan(last, pageSize);
-        for (const HistoryEntry& entry : entries) {
-            const QString state = entry.state == HistoryEntry::State::Done       ? QStringLiteral("done")
-                                  : entry.state == HistoryEntry::State::Failed   ? QStringLiteral("failed: ") + entry.reason
-                                  : entry.state == HistoryEntry::State::Canceled ? QStringLiteral("canceled")
+        const QList<DownloadRecord> entries = store.olderThan(last, pageSize);
+        for (const DownloadRecord& entry : entries) {
+            const QString state = entry.state == DownloadRecord::State::Done       ? QStringLiteral("done")
+                                  : entry.state == DownloadRecord::State::Failed   ? QStringLiteral("failed: ") + entry.reason
+                                  : entry.state == DownloadRecord::State::Canceled ? QStringLiteral("canceled")
                                                                                  : QStringLiteral("not finished");
             QStringList fields{entry.added.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm")), entry.kind,
                                entry.title, entry.file,
@@ -361,16 +362,12 @@ int CliApplication::download(const QString& address, bool audio, std::optional<b
         return 1;
     }
     job->setDownloadFolder(folder);
-    // Written when the job is added and when it ends, so that a kill loses nothing that ended.
-    DownloadHistory history;
-    HistoryEntry entry = HistoryEntry::of(*job);
-    entry.state = HistoryEntry::State::Running;
-    entry.id = history.add(entry);
+    // Written when the job is added and when it ends, as the window writes it,
+    // so that a kill loses nothing that ended; the store waits for its writes.
+    HistoryQueue history;
+    const HistoryQueue::Ticket ticket = history.added(*job);
     const int status = follow(job);
-    const qint64 id = entry.id;
-    entry = HistoryEntry::of(*job);
-    entry.id = id;
-    history.update(entry);
+    history.ended(ticket, *job);
     return status;
 }
 

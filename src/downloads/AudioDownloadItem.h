@@ -7,6 +7,7 @@
 // A job that ends in an MP3 file of the video's sound, at the given bitrate.
 class AudioDownloadItem : public ConvertingDownloadItem {
 public:
+    bool isAudio() const override { return true; }
     static std::shared_ptr<AudioDownloadItem> initWithBitrate(std::shared_ptr<YouTubeVideo> video,
                                                               std::shared_ptr<YouTubeUrl> url, int bitrate);
     // With the video's best sound: a stream of sound alone when there is one

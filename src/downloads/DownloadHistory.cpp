@@ -1,7 +1,5 @@
 #include "downloads/DownloadHistory.h"
 
-#include "downloads/AudioDownloadItem.h"
-#include "downloads/DownloadItem.h"
 #include "platform/Log.h"
 
 #include <QDir>
@@ -42,23 +40,23 @@ static_assert(std::size(migrations) == DownloadHistory::schemaVersion);
 // Another program may be writing: wait for it rather than fail.
 constexpr int busyMilliseconds = 2000;
 
-QString stateName(HistoryEntry::State state)
+QString stateName(DownloadRecord::State state)
 {
     switch (state) {
-    case HistoryEntry::State::Running: return QStringLiteral("running");
-    case HistoryEntry::State::Done: return QStringLiteral("done");
-    case HistoryEntry::State::Failed: return QStringLiteral("failed");
-    case HistoryEntry::State::Canceled: return QStringLiteral("canceled");
+    case DownloadRecord::State::Running: return QStringLiteral("running");
+    case DownloadRecord::State::Done: return QStringLiteral("done");
+    case DownloadRecord::State::Failed: return QStringLiteral("failed");
+    case DownloadRecord::State::Canceled: return QStringLiteral("canceled");
     }
     return {};
 }
 
-HistoryEntry::State stateOf(const QString& name)
+DownloadRecord::State stateOf(const QString& name)
 {
-    for (const auto state : {HistoryEntry::State::Done, HistoryEntry::State::Failed, HistoryEntry::State::Canceled})
+    for (const auto state : {DownloadRecord::State::Done, DownloadRecord::State::Failed, DownloadRecord::State::Canceled})
         if (name == stateName(state))
             return state;
-    return HistoryEntry::State::Running;
+    return DownloadRecord::State::Running;
 }
 
 // SQL's NULL is not an empty text.
@@ -72,41 +70,7 @@ QVariant timeValue(const QDateTime& time)
     return time.isValid() ? QVariant(time.toMSecsSinceEpoch()) : QVariant(QMetaType(QMetaType::LongLong));
 }
 
-// The container a video stream keeps when it is not converted.
-QString containerOf(const QString& type)
-{
-    static const std::pair<const char*, const char*> known[] = {
-        {"video/mp4", "MP4"}, {"video/webm", "WEBM"}, {"video/x-flv", "FLV"}, {"video/3gpp", "3GP"}};
-    for (const auto& [mime, kind] : known)
-        if (type.startsWith(QLatin1String(mime)))
-            return QLatin1String(kind);
-    return QStringLiteral("Video");
-}
-
 } // namespace
-
-HistoryEntry HistoryEntry::of(const DownloadItem& job)
-{
-    HistoryEntry entry;
-    const bool audio = dynamic_cast<const AudioDownloadItem*>(&job) != nullptr;
-    entry.audio = audio;
-    entry.title = job.video()->title();
-    entry.link = job.video()->link().toString();
-    const QString saved = job.fileToPlay();
-    entry.file = saved.isEmpty() ? job.destinationfile() : saved;
-    const QString suffix = QFileInfo(saved).suffix().toUpper();
-    entry.kind = !suffix.isEmpty() ? suffix : audio ? QStringLiteral("MP3") : containerOf(job.url()->type());
-    switch (job.state()) {
-    case DownloadItem::State::Done: entry.state = State::Done; break;
-    case DownloadItem::State::Failed: entry.state = State::Failed; break;
-    case DownloadItem::State::Canceled: entry.state = State::Canceled; break;
-    default: entry.state = State::Running; break;
-    }
-    entry.reason = job.failureReason();
-    if (entry.state == State::Done)
-        entry.size = QFileInfo(saved).size();
-    return entry;
-}
 
 DownloadHistory::DownloadHistory(const QString& path)
     : path_(path), connection_(QStringLiteral("history-") + QUuid::createUuid().toString(QUuid::WithoutBraces))
@@ -194,7 +158,7 @@ void DownloadHistory::setAsideAndStartAgain(const QString& why)
     open_ = openAt(path_).isEmpty();
 }
 
-qint64 DownloadHistory::add(const HistoryEntry& entry)
+qint64 DownloadHistory::add(const DownloadRecord& entry)
 {
     if (!open_)
         return 0;
@@ -214,7 +178,7 @@ qint64 DownloadHistory::add(const HistoryEntry& entry)
     return query.lastInsertId().toLongLong();
 }
 
-void DownloadHistory::update(const HistoryEntry& entry)
+void DownloadHistory::update(const DownloadRecord& entry)
 {
     if (!open_ || entry.id == 0)
         return;
@@ -245,7 +209,7 @@ void DownloadHistory::removeEnded()
         return;
     QSqlQuery query(QSqlDatabase::database(connection_, false));
     query.prepare(QStringLiteral("DELETE FROM downloads WHERE state != ?"));
-    query.addBindValue(stateName(HistoryEntry::State::Running));
+    query.addBindValue(stateName(DownloadRecord::State::Running));
     query.exec();
 }
 
@@ -257,26 +221,26 @@ int DownloadHistory::count() const
     return query.exec(QStringLiteral("SELECT COUNT(*) FROM downloads")) && query.next() ? query.value(0).toInt() : 0;
 }
 
-QList<HistoryEntry> DownloadHistory::page(int offset, int count) const
+QList<DownloadRecord> DownloadHistory::page(int offset, int count) const
 {
     return select(QStringLiteral("ORDER BY id DESC LIMIT ? OFFSET ?"), {count, offset});
 }
 
-QList<HistoryEntry> DownloadHistory::olderThan(qint64 id, int count) const
+QList<DownloadRecord> DownloadHistory::olderThan(qint64 id, int count) const
 {
     if (id <= 0)
         return page(0, count);
     return select(QStringLiteral("WHERE id < ? ORDER BY id DESC LIMIT ?"), {id, count});
 }
 
-QList<HistoryEntry> DownloadHistory::newerThan(qint64 id) const
+QList<DownloadRecord> DownloadHistory::newerThan(qint64 id) const
 {
     return select(QStringLiteral("WHERE id > ? ORDER BY id DESC"), {id});
 }
 
-QList<HistoryEntry> DownloadHistory::select(const QString& where, const QVariantList& values) const
+QList<DownloadRecord> DownloadHistory::select(const QString& where, const QVariantList& values) const
 {
-    QList<HistoryEntry> entries;
+    QList<DownloadRecord> entries;
     if (!open_)
         return entries;
     QSqlQuery query(QSqlDatabase::database(connection_, false));
@@ -288,7 +252,7 @@ QList<HistoryEntry> DownloadHistory::select(const QString& where, const QVariant
     if (!query.exec())
         return entries;
     while (query.next()) {
-        HistoryEntry entry;
+        DownloadRecord entry;
         entry.id = query.value(0).toLongLong();
         entry.added = QDateTime::fromMSecsSinceEpoch(query.value(1).toLongLong(), Qt::UTC);
         if (!query.value(2).isNull())

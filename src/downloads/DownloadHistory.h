@@ -1,37 +1,12 @@
 #pragma once
 
-#include <QDateTime>
+#include "downloads/DownloadRecord.h"
+
 #include <QList>
 #include <QString>
 #include <QVariantList>
 
 #include <optional>
-
-class DownloadItem;
-
-// One download as the history keeps it.
-struct HistoryEntry {
-    enum class State { Running, Done, Failed, Canceled };
-
-    qint64 id = 0; // the store's; 0 until added
-    QDateTime added;
-    QDateTime ended; // invalid while it runs
-    bool audio = false;
-    QString kind;  // "MP3", "MP4", or the container kept ("WEBM", "FLV", "3GP")
-    QString title;
-    QString link;  // the video's watch page, for Retry
-    QString file;  // where it was saved (or was to be)
-    qint64 size = -1; // bytes, once saved
-    State state = State::Running;
-    QString reason; // why it failed
-    bool fileGone = false; // not kept: whether a saved file was missing when last looked at
-
-    bool hasEnded() const { return state != State::Running; }
-
-    // What a job is now: its kind, title, file, size, state and reason. Reads
-    // the file's size, so not on the interface thread.
-    static HistoryEntry of(const DownloadItem& job);
-};
 
 // Every download of every run, per user: an SQLite file in the data folder,
 // written by both programs when a job is added and when it ends, so that a
@@ -57,24 +32,24 @@ public:
     const QString& setAside() const { return setAside_; }
 
     // The new entry's id (0 when it could not be written).
-    qint64 add(const HistoryEntry& entry);
+    qint64 add(const DownloadRecord& entry);
     // Writes an entry's end: its state, end, kind, file, size and reason.
-    void update(const HistoryEntry& entry);
+    void update(const DownloadRecord& entry);
     void remove(qint64 id);
     // Every ended entry goes; the files stay.
     void removeEnded();
 
     int count() const;
     // count entries from offset on, newest first.
-    QList<HistoryEntry> page(int offset, int count) const;
+    QList<DownloadRecord> page(int offset, int count) const;
     // Pages that removals between them do not shift: at most count entries
     // older than the entry id (every entry for 0), newest first.
-    QList<HistoryEntry> olderThan(qint64 id, int count) const;
+    QList<DownloadRecord> olderThan(qint64 id, int count) const;
     // Every entry newer than the entry id, newest first.
-    QList<HistoryEntry> newerThan(qint64 id) const;
+    QList<DownloadRecord> newerThan(qint64 id) const;
 
 private:
-    QList<HistoryEntry> select(const QString& where, const QVariantList& values) const;
+    QList<DownloadRecord> select(const QString& where, const QVariantList& values) const;
     // Opens the store and brings it to this schema; why not, or nothing.
     QString openAt(const QString& path);
     void setAsideAndStartAgain(const QString& why);

@@ -57,6 +57,8 @@ public:
     virtual void downloadFinishEvent(HTTPDownload& download);
 
     State state() const { return state_; }
+    // Saves a sound track (else a video).
+    virtual bool isAudio() const { return false; }
     std::shared_ptr<YouTubeVideo> video() const { return video_; }
     std::shared_ptr<YouTubeUrl> url() const { return url_; }
     QString downloadFolder() const { return downloadFolder_.get(); }

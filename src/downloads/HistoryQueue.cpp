@@ -9,20 +9,19 @@
 
 namespace {
 
-QList<HistoryEntry> lookedAt(QList<HistoryEntry> entries)
+QList<DownloadRecord> lookedAt(QList<DownloadRecord> entries)
 {
-    for (HistoryEntry& entry : entries)
-        entry.fileGone = entry.state == HistoryEntry::State::Done && !QFileInfo::exists(entry.file);
+    for (DownloadRecord& entry : entries)
+        entry.fileGone = entry.state == DownloadRecord::State::Done && !QFileInfo::exists(entry.file);
     return entries;
 }
 
 } // namespace
 
-HistoryQueue::HistoryQueue(const QString& path) : path_(path), alive_(std::make_shared<std::atomic<bool>>(true)) {}
+HistoryQueue::HistoryQueue(const QString& path) : path_(path) {}
 
 HistoryQueue::~HistoryQueue()
 {
-    *alive_ = false;
     std::promise<void> written;
     queue_.post([this, &written] {
         store_.reset();
@@ -40,35 +39,30 @@ void HistoryQueue::post(std::function<void(DownloadHistory&)> task)
     });
 }
 
-template <typename T>
-void HistoryQueue::answer(Answer<T> done, T value)
-{
-    platform::MainThread::post([alive = alive_, done = std::move(done), value = std::move(value)] {
-        if (*alive)
-            done(value);
-    });
-}
-
-HistoryQueue::Ticket HistoryQueue::add(std::shared_ptr<DownloadItem> job)
+HistoryQueue::Ticket HistoryQueue::added(const DownloadItem& job)
 {
     auto ticket = std::make_shared<qint64>(0);
-    post([this, ticket, job = std::move(job)](DownloadHistory& store) {
-        HistoryEntry entry = HistoryEntry::of(*job);
-        entry.state = HistoryEntry::State::Running;
-        *ticket = store.add(entry);
+    DownloadRecord record = DownloadRecord::of(job);
+    record.state = DownloadRecord::State::Running;
+    post([this, ticket, record](DownloadHistory& store) {
+        *ticket = store.add(record);
         own_.insert(*ticket);
     });
     return ticket;
 }
 
-void HistoryQueue::ended(const Ticket& ticket, std::shared_ptr<DownloadItem> job, Answer<HistoryEntry> done)
+void HistoryQueue::ended(const Ticket& ticket, const DownloadItem& job, const QObject* receiver,
+                         Answer<DownloadRecord> done)
 {
-    post([this, ticket, job = std::move(job), done = std::move(done)](DownloadHistory& store) {
-        HistoryEntry entry = HistoryEntry::of(*job);
-        entry.id = *ticket;
-        entry.ended = QDateTime::currentDateTimeUtc();
-        store.update(entry);
-        answer(done, entry);
+    DownloadRecord record = DownloadRecord::of(job);
+    record.ended = QDateTime::currentDateTimeUtc();
+    post([ticket, record, courier = platform::Courier(receiver), done = std::move(done)](DownloadHistory& store) mutable {
+        record.id = *ticket;
+        if (record.state == DownloadRecord::State::Done && record.size < 0)
+            record.size = QFileInfo(record.file).size();
+        store.update(record);
+        if (done)
+            courier.post([done, record] { done(record); });
     });
 }
 
@@ -87,39 +81,39 @@ void HistoryQueue::removeEnded()
     post([](DownloadHistory& store) { store.removeEnded(); });
 }
 
-void HistoryQueue::olderThan(qint64 id, int count, Answer<Page> done)
+void HistoryQueue::olderThan(qint64 id, int count, const QObject* receiver, Answer<Page> done)
 {
-    post([this, id, count, done = std::move(done)](DownloadHistory& store) {
-        const QList<HistoryEntry> entries = store.olderThan(id, count);
+    post([this, id, count, courier = platform::Courier(receiver), done = std::move(done)](DownloadHistory& store) {
+        const QList<DownloadRecord> entries = store.olderThan(id, count);
         Page page;
         page.last = entries.size() < count;
         page.oldest = entries.isEmpty() ? id : entries.back().id;
         page.newest = entries.isEmpty() ? 0 : entries.front().id;
-        for (const HistoryEntry& entry : entries)
+        for (const DownloadRecord& entry : entries)
             if (!own_.count(entry.id))
                 page.entries.append(entry);
         page.entries = lookedAt(page.entries);
-        answer(done, page);
+        courier.post([done, page] { done(page); });
     });
 }
 
-void HistoryQueue::newerThan(qint64 id, Answer<QList<HistoryEntry>> done)
+void HistoryQueue::newerThan(qint64 id, const QObject* receiver, Answer<QList<DownloadRecord>> done)
 {
-    post([this, id, done = std::move(done)](DownloadHistory& store) {
-        QList<HistoryEntry> others;
-        for (const HistoryEntry& entry : store.newerThan(id))
+    post([this, id, courier = platform::Courier(receiver), done = std::move(done)](DownloadHistory& store) {
+        QList<DownloadRecord> others;
+        for (const DownloadRecord& entry : store.newerThan(id))
             if (!own_.count(entry.id))
                 others.append(entry);
-        answer(done, lookedAt(others));
+        courier.post([done, others = lookedAt(others)] { done(others); });
     });
 }
 
-void HistoryQueue::filesGone(QStringList files, Answer<QList<bool>> done)
+void HistoryQueue::filesGone(QStringList files, const QObject* receiver, Answer<QList<bool>> done)
 {
-    queue_.post([this, files = std::move(files), done = std::move(done)] {
+    queue_.post([files = std::move(files), courier = platform::Courier(receiver), done = std::move(done)] {
         QList<bool> gone;
         for (const QString& file : files)
             gone.append(!QFileInfo::exists(file));
-        answer(done, gone);
+        courier.post([done, gone] { done(gone); });
     });
 }

@@ -11,9 +11,9 @@
 
 namespace {
 
-HistoryEntry entry(const QString& title, bool audio)
+DownloadRecord entry(const QString& title, bool audio)
 {
-    HistoryEntry e;
+    DownloadRecord e;
     e.title = title;
     e.audio = audio;
     e.kind = audio ? "MP3" : "MP4";
@@ -39,21 +39,21 @@ TEST(DownloadHistory, KeepsEveryEntryAcrossOpensNewestFirst)
         DownloadHistory history(path);
         ASSERT_TRUE(history.isOpen());
         history.add(entry("first", true));
-        HistoryEntry e = entry("second", false);
+        DownloadRecord e = entry("second", false);
         e.id = second = history.add(e);
         history.add(entry("third", true));
-        e.state = HistoryEntry::State::Failed;
+        e.state = DownloadRecord::State::Failed;
         e.reason = "The server answered with status 404.";
         history.update(e);
     }
     DownloadHistory again(path);
     EXPECT_TRUE(again.setAside().isEmpty());
     ASSERT_EQ(again.count(), 3);
-    const QList<HistoryEntry> top = again.page(0, 2);
+    const QList<DownloadRecord> top = again.page(0, 2);
     ASSERT_EQ(top.size(), 2);
     EXPECT_EQ(top[0].title, "third");
     EXPECT_EQ(top[1].id, second);
-    EXPECT_EQ(top[1].state, HistoryEntry::State::Failed);
+    EXPECT_EQ(top[1].state, DownloadRecord::State::Failed);
     EXPECT_EQ(top[1].reason, "The server answered with status 404.");
     EXPECT_TRUE(top[1].ended.isValid() && top[1].added.isValid() && !top[1].audio && top[1].kind == "MP4");
     EXPECT_EQ(again.page(2, 2).at(0).title, "first");

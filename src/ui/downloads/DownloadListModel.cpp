@@ -1,12 +1,9 @@
 #include "ui/downloads/DownloadListModel.h"
 
-#include "downloads/AudioDownloadItem.h"
 #include "platform/Localization.h"
-#include "platform/MainThread.h"
 
 #include <QFileInfo>
 #include <QHash>
-#include <QPointer>
 
 #include <utility>
 
@@ -20,13 +17,13 @@ bool hasEnded(State state)
     return state == State::Done || state == State::Failed || state == State::Canceled;
 }
 
-State stateOf(HistoryEntry::State state)
+State stateOf(DownloadRecord::State state)
 {
     switch (state) {
-    case HistoryEntry::State::Done: return State::Done;
-    case HistoryEntry::State::Failed: return State::Failed;
-    case HistoryEntry::State::Canceled: return State::Canceled;
-    case HistoryEntry::State::Running: break;
+    case DownloadRecord::State::Done: return State::Done;
+    case DownloadRecord::State::Failed: return State::Failed;
+    case DownloadRecord::State::Canceled: return State::Canceled;
+    case DownloadRecord::State::Running: break;
     }
     return State::Waiting;
 }
@@ -51,9 +48,11 @@ void DownloadListModel::addDownload(const std::shared_ptr<DownloadItem>& item)
 {
     // The history's first page is asked for before this job's entry is written.
     start();
+    DownloadRecord record = DownloadRecord::of(*item);
+    record.added = QDateTime::currentDateTimeUtc();
     beginInsertRows(QModelIndex(), 0, 0);
-    rows_.insert(rows_.begin(), Row{item, {}, State::Waiting, history_ ? history_->add(item) : nullptr,
-                                    QDateTime::currentDateTime(), std::nullopt});
+    rows_.insert(rows_.begin(), Row{std::move(record), item, {}, history_ ? history_->added(*item) : nullptr,
+                                    State::Waiting});
     endInsertRows();
 
     // The model holds the job; the job's event only watches the model.
@@ -62,40 +61,49 @@ void DownloadListModel::addDownload(const std::shared_ptr<DownloadItem>& item)
 
 std::shared_ptr<DownloadItem> DownloadListModel::item(int row) const
 {
-    return row >= 0 && row < static_cast<int>(rows_.size()) ? rows_[static_cast<std::size_t>(row)].item : nullptr;
+    return row >= 0 && row < static_cast<int>(rows_.size()) ? rows_[static_cast<std::size_t>(row)].job : nullptr;
 }
 
 void DownloadListModel::itemChanged(const DownloadItem& item)
 {
-    for (std::size_t row = 0; row < rows_.size(); ++row) {
-        if (rows_[row].item.get() != &item)
+    for (std::size_t r = 0; r < rows_.size(); ++r) {
+        Row& row = rows_[r];
+        if (row.job.get() != &item)
             continue;
         const auto value = item.progressValue();
         if (item.state() == State::Downloading && value)
-            rows_[row].rate.sample(*value, item.progressMaxValue(), clock_());
+            row.rate.sample(*value, item.progressMaxValue(), clock_());
         else if (item.state() != State::Downloading)
-            rows_[row].rate.reset();
-        const QModelIndex changed = index(static_cast<int>(row));
+            row.rate.reset();
+        const State before = std::exchange(row.shown, item.state());
+        if (before != item.state() && hasEnded(item.state()))
+            ended(row);
+        const QModelIndex changed = index(static_cast<int>(r));
         emit dataChanged(changed, changed);
-        const State before = std::exchange(rows_[row].shown, item.state());
-        if (before == item.state() || !hasEnded(item.state()))
-            return;
-        if (history_)
-            history_->ended(rows_[row].ticket, rows_[row].item,
-                            [model = QPointer<DownloadListModel>(this), job = rows_[row].item.get()](HistoryEntry entry) {
-                                if (!model)
-                                    return;
-                                for (std::size_t r = 0; r < model->rows_.size(); ++r)
-                                    if (model->rows_[r].item.get() == job) {
-                                        model->rows_[r].saved = std::move(entry);
-                                        const QModelIndex saved = model->index(static_cast<int>(r));
-                                        emit model->dataChanged(saved, saved);
-                                    }
-                            });
-        if (item.state() != State::Canceled)
-            emit jobEnded(rows_[row].item);
         return;
     }
+}
+
+void DownloadListModel::ended(Row& row)
+{
+    // From now on the row is its record: the job lets go.
+    const std::shared_ptr<DownloadItem> job = std::exchange(row.job, nullptr);
+    const QDateTime added = row.record.added;
+    row.record = DownloadRecord::of(*job);
+    row.record.added = added;
+    row.record.ended = QDateTime::currentDateTimeUtc();
+    if (history_)
+        // The store reads the saved file's size.
+        history_->ended(row.ticket, *job, this, [this, ticket = row.ticket](const DownloadRecord& written) {
+            for (std::size_t r = 0; r < rows_.size(); ++r)
+                if (rows_[r].ticket == ticket) {
+                    rows_[r].record.size = written.size;
+                    const QModelIndex saved = index(static_cast<int>(r));
+                    emit dataChanged(saved, saved);
+                }
+        });
+    if (job->state() != State::Canceled)
+        emit jobEnded(job);
 }
 
 bool DownloadListModel::canFetchMore(const QModelIndex& parent) const
@@ -109,10 +117,7 @@ void DownloadListModel::fetchMore(const QModelIndex& parent)
         return;
     started_ = true;
     loading_ = true;
-    history_->olderThan(oldest_, pageSize, [model = QPointer<DownloadListModel>(this)](HistoryQueue::Page page) {
-        if (model)
-            model->pageArrived(page);
-    });
+    history_->olderThan(oldest_, pageSize, this, [this](const HistoryQueue::Page& page) { pageArrived(page); });
 }
 
 void DownloadListModel::pageArrived(const HistoryQueue::Page& page)
@@ -138,33 +143,27 @@ void DownloadListModel::refresh()
     refreshing_ = true;
     // An entry another program was still writing is read again with the new ones.
     qint64 since = newest_;
-    for (const HistoryEntry& entry : std::as_const(past_))
+    for (const DownloadRecord& entry : std::as_const(past_))
         if (!entry.hasEnded())
             since = std::min(since, entry.id - 1);
-    history_->newerThan(since, [model = QPointer<DownloadListModel>(this)](QList<HistoryEntry> entries) {
-        if (model)
-            model->newerArrived(entries);
-    });
+    history_->newerThan(since, this, [this](const QList<DownloadRecord>& entries) { newerArrived(entries); });
     QStringList files;
     for (const Row& row : rows_)
-        if (row.item->state() == State::Done)
-            files.append(row.item->fileToPlay());
-    for (const HistoryEntry& entry : std::as_const(past_))
-        if (entry.state == HistoryEntry::State::Done)
+        if (!row.job && row.record.state == DownloadRecord::State::Done)
+            files.append(row.record.file);
+    for (const DownloadRecord& entry : std::as_const(past_))
+        if (entry.state == DownloadRecord::State::Done)
             files.append(entry.file);
-    history_->filesGone(files, [model = QPointer<DownloadListModel>(this), files](QList<bool> gone) {
-        if (model)
-            model->filesLookedAt(files, gone);
-    });
+    history_->filesGone(files, this, [this, files](const QList<bool>& gone) { filesLookedAt(files, gone); });
 }
 
-void DownloadListModel::newerArrived(const QList<HistoryEntry>& entries)
+void DownloadListModel::newerArrived(const QList<DownloadRecord>& entries)
 {
     refreshing_ = false;
     const int jobs = static_cast<int>(rows_.size());
-    QList<HistoryEntry> fresh;
-    for (const HistoryEntry& entry : entries) {
-        const auto known = std::find_if(past_.begin(), past_.end(), [&](const HistoryEntry& e) { return e.id == entry.id; });
+    QList<DownloadRecord> fresh;
+    for (const DownloadRecord& entry : entries) {
+        const auto known = std::find_if(past_.begin(), past_.end(), [&](const DownloadRecord& e) { return e.id == entry.id; });
         if (known == past_.end()) {
             if (entry.id > newest_)
                 fresh.append(entry);
@@ -192,10 +191,7 @@ void DownloadListModel::filesLookedAt(const QStringList& files, const QList<bool
         if (there == goneByFile.end() || index(row).data(FileGoneRole).toBool() == *there)
             continue;
         if (row < static_cast<int>(rows_.size())) {
-            Row& job = rows_[static_cast<std::size_t>(row)];
-            if (!job.saved)
-                job.saved = HistoryEntry{};
-            job.saved->fileGone = *there;
+            rows_[static_cast<std::size_t>(row)].record.fileGone = *there;
         } else {
             past_[row - static_cast<int>(rows_.size())].fileGone = *there;
         }
@@ -256,113 +252,68 @@ QVariant DownloadListModel::data(const QModelIndex& index, int role) const
 {
     if (!checkIndex(index, CheckIndexOption::IndexIsValid | CheckIndexOption::ParentIsInvalid))
         return {};
+    // A row is its record; a job of this run that still runs speaks for itself.
     const int jobs = static_cast<int>(rows_.size());
-    return index.row() < jobs ? jobData(index.row(), role) : pastData(index.row() - jobs, role);
-}
-
-QVariant DownloadListModel::jobData(int index, int role) const
-{
-    const Row& row = rows_[static_cast<std::size_t>(index)];
-    const DownloadItem& job = *row.item;
+    const Row* row = index.row() < jobs ? &rows_[static_cast<std::size_t>(index.row())] : nullptr;
+    const DownloadRecord& record = row ? row->record : past_[index.row() - jobs];
+    const DownloadItem* job = row ? row->job.get() : nullptr;
     const auto optional = [](const auto& value) { return value ? QVariant::fromValue(*value) : QVariant(); };
-    const bool gone = row.saved && row.saved->fileGone;
-    const bool done = job.state() == State::Done;
+    const State state = job ? job->state() : stateOf(record.state);
+    const bool there = !job && record.state == DownloadRecord::State::Done && !record.fileGone;
     switch (role) {
     case Qt::DisplayRole:
     case Qt::AccessibleDescriptionRole:
-        return job.video()->title();
+        return record.title;
     case StatusRole:
-        return done && gone ? Localization::string("Downloads.FileGone") : job.statusString();
-    case StateRole:
-        return static_cast<int>(job.state());
-    case ProgressValueRole:
-        return optional(job.progressValue());
-    case ProgressMaxRole:
-        return optional(job.progressMaxValue());
-    case FailureReasonRole:
-        return job.state() == State::Failed ? job.failureReason() : QString();
-    case HasCancelButtonRole:
-        return job.hasCancelButton();
-    case HasPlayButtonRole:
-    case HasShowInFolderRole:
-        return job.hasPlayButton() && !gone;
-    case BytesPerSecondRole:
-        return job.state() == State::Downloading ? optional(row.rate.bytesPerSecond()) : QVariant();
-    case SecondsLeftRole:
-        return job.state() == State::Downloading ? optional(row.rate.secondsLeft()) : QVariant();
-    case EndedRole:
-    case HasRemoveRole:
-        return hasEnded(job.state());
-    case HasRetryRole:
-        return job.state() == State::Failed || job.state() == State::Canceled;
-    case KindRole:
-        return row.saved && !row.saved->kind.isEmpty() ? row.saved->kind : QVariant();
-    case FileRole:
-        return done ? job.fileToPlay() : QString();
-    case SizeRole:
-        return row.saved && row.saved->size >= 0 ? QVariant(row.saved->size) : QVariant();
-    case DateRole:
-        return row.saved && row.saved->ended.isValid() ? row.saved->ended.toLocalTime() : row.added;
-    case FileGoneRole:
-        return gone;
-    case LinkRole:
-        return job.video()->link().toString();
-    case AudioRole:
-        return dynamic_cast<const AudioDownloadItem*>(&job) != nullptr;
-    default:
-        return {};
-    }
-}
-
-QVariant DownloadListModel::pastData(int index, int role) const
-{
-    const HistoryEntry& entry = past_[index];
-    const State state = stateOf(entry.state);
-    const bool there = entry.state == HistoryEntry::State::Done && !entry.fileGone;
-    switch (role) {
-    case Qt::DisplayRole:
-    case Qt::AccessibleDescriptionRole:
-        return entry.title;
-    case StatusRole:
-        switch (entry.state) {
-        case HistoryEntry::State::Done:
-            return Localization::string(entry.fileGone ? "Downloads.FileGone" : "DownloadItem.Done");
-        case HistoryEntry::State::Failed: return Localization::string("DownloadItem.Failed");
-        case HistoryEntry::State::Canceled: return Localization::string("DownloadItem.Canceled");
-        case HistoryEntry::State::Running: return Localization::string("Downloads.NotFinished");
+        if (job)
+            return job->statusString();
+        switch (record.state) {
+        case DownloadRecord::State::Done:
+            return Localization::string(record.fileGone ? "Downloads.FileGone" : "DownloadItem.Done");
+        case DownloadRecord::State::Failed: return Localization::string("DownloadItem.Failed");
+        case DownloadRecord::State::Canceled: return Localization::string("DownloadItem.Canceled");
+        case DownloadRecord::State::Running: return Localization::string("Downloads.NotFinished");
         }
         return {};
     case StateRole:
         return static_cast<int>(state);
+    case ProgressValueRole:
+        return job ? optional(job->progressValue()) : QVariant();
+    case ProgressMaxRole:
+        return job ? optional(job->progressMaxValue()) : QVariant();
     case FailureReasonRole:
-        return entry.reason;
+        return record.state == DownloadRecord::State::Failed ? record.reason : QString();
     case HasCancelButtonRole:
-        return false;
+        return job && job->hasCancelButton();
     case HasPlayButtonRole:
     case HasShowInFolderRole:
         return there;
+    case BytesPerSecondRole:
+        return row && state == State::Downloading ? optional(row->rate.bytesPerSecond()) : QVariant();
+    case SecondsLeftRole:
+        return row && state == State::Downloading ? optional(row->rate.secondsLeft()) : QVariant();
     case EndedRole:
-        return entry.hasEnded();
+        return !job && record.hasEnded();
     case HasRemoveRole:
         // An earlier run's entry that never ended (its program was killed,
         // or the command line still runs it) can go from the list too.
-        return true;
+        return !job;
     case HasRetryRole:
-        return entry.state == HistoryEntry::State::Failed || entry.state == HistoryEntry::State::Canceled;
+        return !job && (record.state == DownloadRecord::State::Failed || record.state == DownloadRecord::State::Canceled);
     case KindRole:
-        return entry.kind;
+        return job ? QVariant() : QVariant(record.kind);
     case FileRole:
-        return entry.state == HistoryEntry::State::Done ? entry.file : QString();
+        return !job && record.state == DownloadRecord::State::Done ? record.file : QString();
     case SizeRole:
-        return entry.size >= 0 ? QVariant(entry.size) : QVariant();
+        return record.size >= 0 ? QVariant(record.size) : QVariant();
     case DateRole:
-        return (entry.ended.isValid() ? entry.ended : entry.added).toLocalTime();
+        return (record.ended.isValid() ? record.ended : record.added).toLocalTime();
     case FileGoneRole:
-        return entry.fileGone;
+        return record.fileGone;
     case LinkRole:
-        return entry.link;
+        return record.link;
     case AudioRole:
-        return entry.audio;
+        return record.audio;
     default:
         return {};
     }

@@ -58,7 +58,7 @@ public:
 
     // Puts the job in the top row and follows its changes from now on.
     void addDownload(const std::shared_ptr<DownloadItem>& item);
-    // This run's job in the row; nothing for an earlier one.
+    // This run's job in the row while it runs; nothing once it ended, nor for an earlier one.
     std::shared_ptr<DownloadItem> item(int row) const;
     // An ended row, or an earlier run's, leaves the list and the history; its file stays.
     void removeEndedRow(int row);
@@ -77,23 +77,24 @@ signals:
     void jobEnded(const std::shared_ptr<DownloadItem>& item);
 
 private:
+    struct Row;
     void itemChanged(const DownloadItem& item);
+    // The job of the row ended: its record now, and in the history.
+    void ended(Row& row);
     void pageArrived(const HistoryQueue::Page& page);
-    void newerArrived(const QList<HistoryEntry>& entries);
+    void newerArrived(const QList<DownloadRecord>& entries);
     void filesLookedAt(const QStringList& files, const QList<bool>& gone);
-    QVariant jobData(int row, int role) const;
-    QVariant pastData(int row, int role) const;
 
+    // One of this run's rows: its record, and its job while it runs.
     struct Row {
-        std::shared_ptr<DownloadItem> item;
+        DownloadRecord record;
+        std::shared_ptr<DownloadItem> job;
         TransferRate rate;
-        DownloadItem::State shown = DownloadItem::State::Waiting;
         HistoryQueue::Ticket ticket;
-        QDateTime added;
-        std::optional<HistoryEntry> saved; // as written when the job ended
+        DownloadItem::State shown = DownloadItem::State::Waiting;
     };
     std::vector<Row> rows_;
-    QList<HistoryEntry> past_;
+    QList<DownloadRecord> past_;
     Clock clock_;
     std::shared_ptr<HistoryQueue> history_;
     bool started_ = false;

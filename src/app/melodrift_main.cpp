@@ -6,6 +6,7 @@
 #include "platform/Log.h"
 #include "platform/ServiceEndpoints.h"
 #include "platform/SingleInstance.h"
+#include "platform/WorkerPool.h"
 #include "ui/shell/AppDelegate.h"
 #include "ui/widgets/AppStyle.h"
 
@@ -109,22 +110,29 @@ int main(int argc, char** argv)
     // Only the program that stays shows text.
     platform::Localization::install();
 
-    AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(line.parser.value(line.service)));
-    QObject::connect(&instance, &platform::SingleInstance::activated, &delegate,
-                     [&delegate] { delegate.applicationShouldHandleReopen(); });
-    QObject::connect(&instance, &platform::SingleInstance::opened, &delegate, [&delegate](const QStringList& addresses) {
-        delegate.applicationShouldHandleReopen();
-        if (!addresses.isEmpty())
-            delegate.openAddress(addresses.first());
-    });
-    delegate.setEngine(*engine);
-    delegate.applicationDidFinishLaunching();
-    if (!address.isEmpty())
-        delegate.openAddress(address);
-    const int status = QApplication::exec();
-    // The window is gone: a worker waiting on a server must not keep the
-    // program alive unseen until that server answers or times out.
-    platform::BlockingHttp::cancelAll();
-    engine::YtDlp::cancelAll();
+    int status = 0;
+    {
+        AppDelegate delegate(platform::ServiceEndpoints::fromEnvironment(line.parser.value(line.service)));
+        QObject::connect(&instance, &platform::SingleInstance::activated, &delegate,
+                         [&delegate] { delegate.applicationShouldHandleReopen(); });
+        QObject::connect(&instance, &platform::SingleInstance::opened, &delegate,
+                         [&delegate](const QStringList& addresses) {
+                             delegate.applicationShouldHandleReopen();
+                             if (!addresses.isEmpty())
+                                 delegate.openAddress(addresses.first());
+                         });
+        delegate.setEngine(*engine);
+        delegate.applicationDidFinishLaunching();
+        if (!address.isEmpty())
+            delegate.openAddress(address);
+        status = QApplication::exec();
+        // The window is gone: a worker waiting on a server must not keep the
+        // program alive unseen until that server answers or times out.
+        platform::BlockingHttp::cancelAll();
+        engine::YtDlp::cancelAll();
+    }
+    // With the window went its jobs, and a conversion under way with them; what
+    // the workers still do (a copy into the Downloads folder, say) ends first.
+    platform::WorkerPool::waitForDone();
     return status;
 }

@@ -49,8 +49,9 @@ SearchAnswer FeedSource::find(const QString& words, const std::shared_ptr<platfo
     if (response.error)
         return {{}, response.error};
     if (response.status != 200)
-        return {{}, platform::Error{QStringLiteral("YouTubeSearch::response"), response.status,
-                                    QStringLiteral("YouTubeSearch::response error %1").arg(response.status)}};
+        return {{},
+                platform::Error{QStringLiteral("YouTubeSearch::response"), response.status,
+                                QStringLiteral("YouTubeSearch::response error %1").arg(response.status)}};
 
     const QString body = QString::fromUtf8(response.body);
     Log::line(body);

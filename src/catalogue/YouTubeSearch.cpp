@@ -39,7 +39,8 @@ void YouTubeSearch::searchStart()
     downloadOffset_.set(0.5);
     downloadCount_.set(26.0);
     updateEvent(*this);
-    queue_.post([self = shared_from_this(), number, words = searchString(), cancel] { self->run(number, words, cancel); });
+    queue_.post(
+        [self = shared_from_this(), number, words = searchString(), cancel] { self->run(number, words, cancel); });
 }
 
 void YouTubeSearch::cancel()

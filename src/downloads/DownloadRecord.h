@@ -15,13 +15,13 @@ struct DownloadRecord {
     QDateTime added;
     QDateTime ended; // invalid while it runs
     bool audio = false;
-    QString kind;  // "MP3", "MP4", or the container kept ("WEBM", "FLV", "3GP")
+    QString kind; // "MP3", "MP4", or the container kept ("WEBM", "FLV", "3GP")
     QString title;
-    QString link;  // the video's watch page, for Retry
-    QString file;  // where it was saved (or was to be)
+    QString link;     // the video's watch page, for Retry
+    QString file;     // where it was saved (or was to be)
     qint64 size = -1; // bytes, once saved: the store reads it when it writes the end
     State state = State::Running;
-    QString reason; // why it failed
+    QString reason;        // why it failed
     bool fileGone = false; // not kept: whether a saved file was missing when last looked at
 
     bool hasEnded() const { return state != State::Running; }

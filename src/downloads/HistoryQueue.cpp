@@ -56,7 +56,8 @@ void HistoryQueue::ended(const Ticket& ticket, const DownloadItem& job, const QO
 {
     DownloadRecord record = DownloadRecord::of(job);
     record.ended = QDateTime::currentDateTimeUtc();
-    post([ticket, record, courier = platform::Courier(receiver), done = std::move(done)](DownloadHistory& store) mutable {
+    post([ticket, record, courier = platform::Courier(receiver),
+          done = std::move(done)](DownloadHistory& store) mutable {
         record.id = *ticket;
         if (record.state == DownloadRecord::State::Done && record.size < 0)
             record.size = QFileInfo(record.file).size();

@@ -18,12 +18,16 @@ namespace platform {
 namespace detail {
 
 template <typename T>
-concept SharedObject = requires(T& t) { t.weak_from_this(); };
+concept SharedObject = requires(T& t)
+{
+    t.weak_from_this();
+};
 
 template <typename A>
-constexpr bool isShared = std::is_lvalue_reference_v<A> && SharedObject<std::remove_cvref_t<A>>;
+constexpr bool isShared = std::is_lvalue_reference_v<A>&& SharedObject<std::remove_cvref_t<A>>;
 template <typename A>
-constexpr bool isWatched = std::is_lvalue_reference_v<A> && !isShared<A> && std::is_base_of_v<QObject, std::remove_cvref_t<A>>;
+constexpr bool isWatched =
+    std::is_lvalue_reference_v<A> && !isShared<A> && std::is_base_of_v<QObject, std::remove_cvref_t<A>>;
 template <typename A>
 constexpr bool isCarriable = isShared<A> || isWatched<A> || std::is_copy_constructible_v<std::decay_t<A>>;
 

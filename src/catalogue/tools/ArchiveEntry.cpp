@@ -72,10 +72,9 @@ QString ArchiveEntry::extract(const QString& zipFile, const QString& name, QIODe
             return QStringLiteral("the archive holds %1 twice").arg(name);
         found = true;
         qint64 written = 0;
-        const QString why = copyData(zip.get(), into, written, maxBytes,
-                                     QStringLiteral("%1 in the archive is larger than %2 MiB")
-                                         .arg(name)
-                                         .arg(maxBytes / (1024 * 1024)));
+        const QString why =
+            copyData(zip.get(), into, written, maxBytes,
+                     QStringLiteral("%1 in the archive is larger than %2 MiB").arg(name).arg(maxBytes / (1024 * 1024)));
         if (!why.isEmpty())
             return why;
     }
@@ -126,8 +125,9 @@ QString ArchiveEntry::extractAll(const QString& zipFile, const QString& folder, 
         QFile out(path);
         if (out.exists() || !out.open(QIODevice::WriteOnly))
             return QStringLiteral("%1 could not be written").arg(path);
-        const QString why = copyData(zip.get(), out, written, maxBytes,
-                                     QStringLiteral("the archive holds more than %1 MiB").arg(maxBytes / (1024 * 1024)));
+        const QString why =
+            copyData(zip.get(), out, written, maxBytes,
+                     QStringLiteral("the archive holds more than %1 MiB").arg(maxBytes / (1024 * 1024)));
         if (!why.isEmpty())
             return why;
     }

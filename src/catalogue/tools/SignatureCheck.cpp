@@ -44,10 +44,14 @@ QString SignatureCheck::whyNotSigned(const QByteArray& data, const QByteArray& s
     process.setDeadline(std::chrono::steady_clock::now() + std::chrono::seconds(30));
     // The status lines on standard output say what gpgv found; its words on
     // standard error are kept for a failure that has no status.
-    const QStringList arguments{QStringLiteral("--homedir"), folder.path(),
-                                QStringLiteral("--status-fd"), QStringLiteral("1"),
-                                QStringLiteral("--keyring"), folder.filePath(QStringLiteral("keyring.gpg")),
-                                folder.filePath(QStringLiteral("signature")), folder.filePath(QStringLiteral("signed"))};
+    const QStringList arguments{QStringLiteral("--homedir"),
+                                folder.path(),
+                                QStringLiteral("--status-fd"),
+                                QStringLiteral("1"),
+                                QStringLiteral("--keyring"),
+                                folder.filePath(QStringLiteral("keyring.gpg")),
+                                folder.filePath(QStringLiteral("signature")),
+                                folder.filePath(QStringLiteral("signed"))};
     if (!process.start(gpgv, arguments, ChildProcess::Capture::StandardOutputKeepingErrors))
         return QStringLiteral("gpgv could not be started: %1").arg(process.error());
     const QByteArray status = process.readAll().left(64 * 1024);

@@ -76,7 +76,10 @@ void ToolKeeper::update()
 void ToolKeeper::askSizes()
 {
     platform::WorkerPool::run(
-        this, [folder = folder_, sources = sources_, cancel = cancel_] { return ToolUpdater(folder, sources, cancel).sizes(); },
+        this,
+        [folder = folder_, sources = sources_, cancel = cancel_] {
+            return ToolUpdater(folder, sources, cancel).sizes();
+        },
         [this](const std::pair<std::optional<qint64>, std::optional<qint64>>& sizes) {
             emit sizesKnown(sizes.first.value_or(-1), sizes.second.value_or(-1));
         });

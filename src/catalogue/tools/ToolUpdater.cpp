@@ -202,12 +202,14 @@ ToolUpdater::Fetched ToolUpdater::fetchSmall(const QUrl& url) const
     options.redirectAllowed = isReleaseAddress;
     platform::HttpResponse response = platform::BlockingHttp::get(url, options);
     if (response.error)
-        return {{}, QStringLiteral("%1 could not be fetched: %2").arg(url.fileName(), response.error->description),
+        return {{},
+                QStringLiteral("%1 could not be fetched: %2").arg(url.fileName(), response.error->description),
                 response.received};
     if (response.status != 200)
-        return {{}, QStringLiteral("%1 could not be fetched: the server answered with status %2")
-                        .arg(url.fileName())
-                        .arg(response.status),
+        return {{},
+                QStringLiteral("%1 could not be fetched: the server answered with status %2")
+                    .arg(url.fileName())
+                    .arg(response.status),
                 response.received};
     return {response.body, {}, response.received};
 }
@@ -463,9 +465,10 @@ void ToolUpdater::unpack(const QString& installed) const
         ChildProcess compile;
         compile.setDeadline(std::chrono::steady_clock::now() + std::chrono::minutes(2));
         const auto hook = cancel_->watch([&compile] { compile.terminate(); });
-        if (compile.start(python, {QStringLiteral("-m"), QStringLiteral("compileall"), QStringLiteral("-q"),
-                                   QStringLiteral("-j"), QStringLiteral("0"), QStringLiteral("-s"), next,
-                                   QStringLiteral("-p"), unpacked, next},
+        if (compile.start(python,
+                          {QStringLiteral("-m"), QStringLiteral("compileall"), QStringLiteral("-q"),
+                           QStringLiteral("-j"), QStringLiteral("0"), QStringLiteral("-s"), next, QStringLiteral("-p"),
+                           unpacked, next},
                           ChildProcess::Capture::StandardOutputKeepingErrors)) {
             compile.readAll();
             compile.wait();

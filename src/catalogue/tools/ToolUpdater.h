@@ -16,8 +16,8 @@ namespace tools {
 
 // Where releases come from, and the key that signs yt-dlp's.
 struct Sources {
-    QUrl ytDlp; // a folder holding yt-dlp, SHA2-256SUMS and SHA2-256SUMS.sig
-    QUrl deno;  // a folder holding the Deno zip and its .sha256sum
+    QUrl ytDlp;          // a folder holding yt-dlp, SHA2-256SUMS and SHA2-256SUMS.sig
+    QUrl deno;           // a folder holding the Deno zip and its .sha256sum
     QByteArray key;      // armored public key of yt-dlp's releases
     QString fingerprint; // of that key's primary key; empty: any key in `key`
 
@@ -35,8 +35,8 @@ struct Outcome {
     enum class State { current, installed, failed };
     QString tool; // "yt-dlp", "Deno"
     State state = State::failed;
-    QString version; // installed now (the old one, when nothing changed)
-    QString reason;  // failed: the check that failed, and why
+    QString version;    // installed now (the old one, when nothing changed)
+    QString reason;     // failed: the check that failed, and why
     qint64 fetched = 0; // bytes fetched from the release server
 
     bool ok() const { return state != State::failed; }

@@ -18,8 +18,8 @@ struct Tool {
         chosen, // the one the user chose
     };
 
-    QString name;    // "yt-dlp", "deno", "node"
-    QString path;    // empty: none found
+    QString name; // "yt-dlp", "deno", "node"
+    QString path; // empty: none found
     // What runs it, when that is not path alone: Melodrift's own yt-dlp runs
     // unpacked by python3, its modules compiled once rather than each run.
     QStringList command;

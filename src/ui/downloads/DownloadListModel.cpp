@@ -51,8 +51,8 @@ void DownloadListModel::addDownload(const std::shared_ptr<DownloadItem>& item)
     DownloadRecord record = DownloadRecord::of(*item);
     record.added = QDateTime::currentDateTimeUtc();
     beginInsertRows(QModelIndex(), 0, 0);
-    rows_.insert(rows_.begin(), Row{std::move(record), item, {}, history_ ? history_->added(*item) : nullptr,
-                                    State::Waiting});
+    rows_.insert(rows_.begin(),
+                 Row{std::move(record), item, {}, history_ ? history_->added(*item) : nullptr, State::Waiting});
     endInsertRows();
 
     // The model holds the job; the job's event only watches the model.
@@ -163,7 +163,8 @@ void DownloadListModel::newerArrived(const QList<DownloadRecord>& entries)
     const int jobs = static_cast<int>(rows_.size());
     QList<DownloadRecord> fresh;
     for (const DownloadRecord& entry : entries) {
-        const auto known = std::find_if(past_.begin(), past_.end(), [&](const DownloadRecord& e) { return e.id == entry.id; });
+        const auto known =
+            std::find_if(past_.begin(), past_.end(), [&](const DownloadRecord& e) { return e.id == entry.id; });
         if (known == past_.end()) {
             if (entry.id > newest_)
                 fresh.append(entry);
@@ -262,8 +263,7 @@ QVariant DownloadListModel::data(const QModelIndex& index, int role) const
     const bool there = !job && record.state == DownloadRecord::State::Done && !record.fileGone;
     switch (role) {
     case Qt::DisplayRole:
-    case Qt::AccessibleDescriptionRole:
-        return record.title;
+    case Qt::AccessibleDescriptionRole: return record.title;
     case StatusRole:
         if (job)
             return job->statusString();
@@ -275,46 +275,31 @@ QVariant DownloadListModel::data(const QModelIndex& index, int role) const
         case DownloadRecord::State::Running: return Localization::string("Downloads.NotFinished");
         }
         return {};
-    case StateRole:
-        return static_cast<int>(state);
-    case ProgressValueRole:
-        return job ? optional(job->progressValue()) : QVariant();
-    case ProgressMaxRole:
-        return job ? optional(job->progressMaxValue()) : QVariant();
-    case FailureReasonRole:
-        return record.state == DownloadRecord::State::Failed ? record.reason : QString();
-    case HasCancelButtonRole:
-        return job && job->hasCancelButton();
+    case StateRole: return static_cast<int>(state);
+    case ProgressValueRole: return job ? optional(job->progressValue()) : QVariant();
+    case ProgressMaxRole: return job ? optional(job->progressMaxValue()) : QVariant();
+    case FailureReasonRole: return record.state == DownloadRecord::State::Failed ? record.reason : QString();
+    case HasCancelButtonRole: return job && job->hasCancelButton();
     case HasPlayButtonRole:
-    case HasShowInFolderRole:
-        return there;
+    case HasShowInFolderRole: return there;
     case BytesPerSecondRole:
         return row && state == State::Downloading ? optional(row->rate.bytesPerSecond()) : QVariant();
-    case SecondsLeftRole:
-        return row && state == State::Downloading ? optional(row->rate.secondsLeft()) : QVariant();
-    case EndedRole:
-        return !job && record.hasEnded();
+    case SecondsLeftRole: return row && state == State::Downloading ? optional(row->rate.secondsLeft()) : QVariant();
+    case EndedRole: return !job && record.hasEnded();
     case HasRemoveRole:
         // An earlier run's entry that never ended (its program was killed,
         // or the command line still runs it) can go from the list too.
         return !job;
     case HasRetryRole:
-        return !job && (record.state == DownloadRecord::State::Failed || record.state == DownloadRecord::State::Canceled);
-    case KindRole:
-        return job ? QVariant() : QVariant(record.kind);
-    case FileRole:
-        return !job && record.state == DownloadRecord::State::Done ? record.file : QString();
-    case SizeRole:
-        return record.size >= 0 ? QVariant(record.size) : QVariant();
-    case DateRole:
-        return (record.ended.isValid() ? record.ended : record.added).toLocalTime();
-    case FileGoneRole:
-        return record.fileGone;
-    case LinkRole:
-        return record.link;
-    case AudioRole:
-        return record.audio;
-    default:
-        return {};
+        return !job &&
+               (record.state == DownloadRecord::State::Failed || record.state == DownloadRecord::State::Canceled);
+    case KindRole: return job ? QVariant() : QVariant(record.kind);
+    case FileRole: return !job && record.state == DownloadRecord::State::Done ? record.file : QString();
+    case SizeRole: return record.size >= 0 ? QVariant(record.size) : QVariant();
+    case DateRole: return (record.ended.isValid() ? record.ended : record.added).toLocalTime();
+    case FileGoneRole: return record.fileGone;
+    case LinkRole: return record.link;
+    case AudioRole: return record.audio;
+    default: return {};
     }
 }

@@ -30,7 +30,8 @@ SearchSession::Offer offerFor(const engine::Choice& choice, bool standIn, const 
     if (ytDlp.usable() && engine::YtDlp::isOutdatedFailure(error.description))
         return Offer::updateYtDlp;
     // The service could not be reached (not: it answered with a status); yt-dlp may reach today's.
-    if (ytDlp.usable() && (choice.kind == engine::Kind::classic || (choice.kind == engine::Kind::automatic && standIn)) &&
+    if (ytDlp.usable() &&
+        (choice.kind == engine::Kind::classic || (choice.kind == engine::Kind::automatic && standIn)) &&
         error.domain != QLatin1String("YouTubeSearch::response"))
         return Offer::switchToYtDlp;
     return Offer::nothing;
@@ -123,7 +124,10 @@ void SearchSession::searchError(const platform::Error& error)
 {
     Log::line(QStringLiteral("Error: ") + error.description);
     platform::WorkerPool::run(
-        this, [choice = engine_->choice(), standIn = endpoints_.isStandIn(), error] { return offerFor(choice, standIn, error); },
+        this,
+        [choice = engine_->choice(), standIn = endpoints_.isStandIn(), error] {
+            return offerFor(choice, standIn, error);
+        },
         [this, search = searcher_, error](Offer offer) {
             if (search != searcher_)
                 return;
@@ -157,8 +161,8 @@ void SearchSession::downloadAgain(const QUrl& link, bool audio)
     download(engine_->videoAt(link), audio);
 }
 
-void SearchSession::downloadStream(const std::shared_ptr<YouTubeVideo>& video, const std::shared_ptr<YouTubeUrl>& stream,
-                                   bool audio)
+void SearchSession::downloadStream(const std::shared_ptr<YouTubeVideo>& video,
+                                   const std::shared_ptr<YouTubeUrl>& stream, bool audio)
 {
     emit jobMade(DownloadItem::initWithStream(video, stream, audio));
 }

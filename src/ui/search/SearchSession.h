@@ -21,7 +21,7 @@ struct Error;
 namespace tools {
 class ToolKeeper;
 struct Outcome;
-}
+} // namespace tools
 
 // What the search view is doing, apart from how it looks: the engine, the
 // search or pasted address under way (only the latest one's answer counts),

@@ -162,6 +162,15 @@ int CliApplication::run()
     const QCommandLineOption timeoutOption(QStringLiteral("timeout"),
                                            QStringLiteral("give a download up after SECONDS without data (default 60)"),
                                            QStringLiteral("SECONDS"));
+    const QCommandLineOption connectionsOption(
+        QStringLiteral("connections"),
+        QStringLiteral("fetch a stream over up to N connections at once, 1 to 8 (default: the stored setting, "
+                       "which is 4)"),
+        QStringLiteral("N"));
+    const QCommandLineOption retriesOption(
+        QStringLiteral("retries"),
+        QStringLiteral("ask for a broken piece of a stream again up to N times before giving up (default 10)"),
+        QStringLiteral("N"));
     const QCommandLineOption outputOption(
         QStringLiteral("output"), QStringLiteral("save into DIR for this run (default: the stored Downloads folder)"),
         QStringLiteral("DIR"));
@@ -170,8 +179,8 @@ int CliApplication::run()
     const QCommandLineOption helpOption(QStringLiteral("help"), QStringLiteral("show this text"));
     const QCommandLineOption versionOption(QStringLiteral("version"), QStringLiteral("show the version"));
     parser.addOptions(
-        {convertOption, noConvertOption, serviceOption, engineOption, signInOption, timeoutOption, outputOption,
-         verboseOption, helpOption, versionOption});
+        {convertOption, noConvertOption, serviceOption, engineOption, signInOption, timeoutOption, connectionsOption,
+         retriesOption, outputOption, verboseOption, helpOption, versionOption});
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("one of the commands above, with its words or address"));
 
@@ -191,6 +200,18 @@ int CliApplication::run()
         timeoutSeconds_ = parser.value(timeoutOption).toInt(&number);
         if (!number || *timeoutSeconds_ <= 0)
             return usage(QStringLiteral("--timeout needs a number of seconds."));
+    }
+    if (parser.isSet(connectionsOption)) {
+        bool number = false;
+        connections_ = parser.value(connectionsOption).toInt(&number);
+        if (!number || *connections_ < 1 || *connections_ > HTTPDownload::mostConnections)
+            return usage(QStringLiteral("--connections needs a number from 1 to 8."));
+    }
+    if (parser.isSet(retriesOption)) {
+        bool number = false;
+        retries_ = parser.value(retriesOption).toInt(&number);
+        if (!number || *retries_ < 0 || *retries_ > 100)
+            return usage(QStringLiteral("--retries needs a number from 0 to 100."));
     }
     // The later of --convert and --no-convert counts.
     std::optional<bool> convert;
@@ -375,6 +396,10 @@ int CliApplication::follow(const std::shared_ptr<DownloadItem>& job)
 {
     if (timeoutSeconds_)
         job->setTransferTimeout(std::chrono::seconds(*timeoutSeconds_));
+    if (connections_)
+        job->setConnections(*connections_);
+    if (retries_)
+        job->setRetries(*retries_);
     ProgressPrinter progress;
     job->newDataEvent.set([&progress](DownloadItem& j) {
         progress.show(j);

@@ -41,4 +41,6 @@ private:
     bool verbose_ = false;
     QString output_; // --output: this run's Downloads folder
     std::optional<int> timeoutSeconds_;
+    std::optional<int> connections_;
+    std::optional<int> retries_;
 };

@@ -2,6 +2,8 @@
 
 #include "platform/Localization.h"
 
+#include <QUrlQuery>
+
 #include <array>
 
 namespace {
@@ -66,6 +68,7 @@ std::shared_ptr<YouTubeUrl> YouTubeUrl::init(const result_url& stream)
     u->setLocalizedQuality(qualityLabel(quality));
     const TypeLabel* label = labelFor(type);
     u->setLocalizedType(label ? QString::fromLatin1(label->label) : type);
+    u->setFormatId(QUrlQuery(u->url()).queryItemValue(QStringLiteral("itag")));
     return u;
 }
 

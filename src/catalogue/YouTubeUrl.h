@@ -9,6 +9,7 @@
 #include <QString>
 #include <QUrl>
 
+#include <atomic>
 #include <memory>
 
 // One downloadable stream of a video, with the labels shown for it.
@@ -46,6 +47,13 @@ public:
     // Headers its download must send.
     Headers httpHeaders() const { return httpHeaders_.get(); }
     void setHttpHeaders(const Headers& headers) { httpHeaders_.set(headers); }
+    // What names the stream in a later extraction of the same video (its
+    // address expires): yt-dlp's format id, or the service's itag.
+    QString formatId() const { return formatId_.get(); }
+    void setFormatId(const QString& id) { formatId_.set(id); }
+    // The widest byte range its server serves at full speed; 0: not said.
+    qint64 chunkSize() const { return chunkSize_; }
+    void setChunkSize(qint64 bytes) { chunkSize_ = bytes; }
 
 private:
     platform::Property<QUrl> url_;
@@ -57,4 +65,6 @@ private:
     platform::Property<int> height_;
     platform::Property<double> bitrate_;
     platform::Property<Headers> httpHeaders_;
+    platform::Property<QString> formatId_;
+    std::atomic<qint64> chunkSize_{0};
 };

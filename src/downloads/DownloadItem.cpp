@@ -179,6 +179,9 @@ void DownloadItem::startDownload()
     httpDownload_ = HTTPDownload::init(tempfile(), url_->url());
     httpDownload_->setTimeout(transferTimeout_);
     httpDownload_->setHeaders(url_->httpHeaders());
+    httpDownload_->setConnections(pictureConnections());
+    httpDownload_->setChunkSize(url_->chunkSize());
+    httpDownload_->setRetries(retries_);
     // The job holds the transfer, so the transfer's events hold the job weakly.
     const std::weak_ptr<DownloadItem> self = shared_from_this();
     httpDownload_->updateEvent.set([self](HTTPDownload& d) {
@@ -235,6 +238,9 @@ void DownloadItem::cancel()
     hasCancelButton_ = false;
     setProgress(std::nullopt, std::nullopt);
     setState(State::Canceled, "DownloadItem.Canceled");
+    // Not wanted any more: nothing of it is kept (a pause keeps it).
+    if (httpDownload_)
+        HTTPDownload::discard(tempfile());
     releaseTempfile();
     throwUpdateEvent();
 }
@@ -255,7 +261,7 @@ void DownloadItem::fail(const QString& reason)
     setState(State::Failed, "DownloadItem.Failed");
     hasCancelButton_ = false;
     hasPlayButton_ = false;
-    QFile::remove(tempfile());
+    HTTPDownload::discard(tempfile());
     releaseTempfile();
     throwUpdateEvent();
 }

@@ -3,6 +3,7 @@
 #include "catalogue/YouTubeUrl.h"
 #include "catalogue/YouTubeVideo.h"
 #include "downloads/HTTPDownload.h"
+#include "downloads/Settings.h"
 #include "platform/Event.h"
 #include "platform/Property.h"
 
@@ -49,6 +50,12 @@ public:
     virtual void startDownload();
     // How long the transfer may go without a byte before it fails (default: a minute).
     void setTransferTimeout(std::chrono::milliseconds timeout) { transferTimeout_ = timeout; }
+    // How many connections its transfers may use at once (1 to 8; default: the setting).
+    void setConnections(int connections) { connections_ = connections; }
+    int connections() const { return connections_ > 0 ? connections_ : Settings::connectionsPerDownload(); }
+    // How often a broken piece of a transfer is asked for again before the job fails.
+    void setRetries(int retries) { retries_ = retries; }
+    int retries() const { return retries_; }
     // Final: a job cancelled never moves on.
     virtual void cancel();
     void throwUpdateEvent();
@@ -102,6 +109,9 @@ protected:
     // Let go of the temporary file, for another program's start-up wipe.
     void releaseTempfile();
     std::chrono::milliseconds transferTimeout() const { return transferTimeout_; }
+    // The connections of the job's (picture's) transfer: all of them, but for
+    // the one a joined video's sound takes.
+    virtual int pictureConnections() const { return connections(); }
     // Stops the transfer under way, the state left as it is.
     void stopTransfer()
     {
@@ -126,4 +136,6 @@ private:
     std::atomic<State> state_{State::Waiting};
     int tempfileLock_ = -1;
     std::chrono::milliseconds transferTimeout_{60000};
+    int connections_ = 0; // 0: the setting
+    int retries_ = HTTPDownload::defaultRetries;
 };

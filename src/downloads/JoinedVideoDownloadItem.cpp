@@ -53,6 +53,9 @@ void JoinedVideoDownloadItem::startDownload()
     soundDownload_ = HTTPDownload::init(soundFile_, sound_->url());
     soundDownload_->setTimeout(transferTimeout());
     soundDownload_->setHeaders(sound_->httpHeaders());
+    soundDownload_->setConnections(1);
+    soundDownload_->setChunkSize(sound_->chunkSize());
+    soundDownload_->setRetries(retries());
     const std::weak_ptr<DownloadItem> self = shared_from_this();
     soundDownload_->updateEvent.set([self](HTTPDownload& d) {
         if (const auto item = self.lock())
@@ -135,7 +138,7 @@ void JoinedVideoDownloadItem::cancel()
     dropSound();
     // Two partial files are not left for the next start to find.
     if (stopped)
-        QFile::remove(tempfile());
+        HTTPDownload::discard(tempfile());
 }
 
 void JoinedVideoDownloadItem::dropSound()
@@ -147,5 +150,5 @@ void JoinedVideoDownloadItem::dropSound()
         ::close(soundLock_);
         soundLock_ = -1;
     }
-    QFile::remove(soundFile_);
+    HTTPDownload::discard(soundFile_);
 }

@@ -2,6 +2,7 @@
 
 #include "downloads/ConvertingDownloadItem.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -11,6 +12,8 @@
 // with its reason.
 class JoinedVideoDownloadItem : public ConvertingDownloadItem {
 public:
+    // The sound takes one of the job's connections; the picture the others.
+    int pictureConnections() const override { return std::max(1, connections() - 1); }
     static std::shared_ptr<JoinedVideoDownloadItem> init(std::shared_ptr<YouTubeVideo> video,
                                                          std::shared_ptr<YouTubeUrl> picture,
                                                          std::shared_ptr<YouTubeUrl> sound);

@@ -4,6 +4,8 @@
 
 #include <QSettings>
 
+#include <algorithm>
+
 namespace {
 
 const QString key = QStringLiteral("convertVideos");
@@ -12,6 +14,7 @@ const QString ytDlpKey = QStringLiteral("ytDlpPath");
 const QString folderKey = QStringLiteral("downloadFolder");
 const QString signInKey = QStringLiteral("signInBrowser");
 const QString keepToolsKey = QStringLiteral("keepToolsCurrent");
+const QString connectionsKey = QStringLiteral("connectionsPerDownload");
 constexpr bool defaultConvertVideos = true;
 
 QSettings store()
@@ -87,5 +90,17 @@ void Settings::setKeepToolsCurrent(bool keep)
 {
     QSettings settings = store();
     settings.setValue(keepToolsKey, keep);
+    settings.sync();
+}
+
+int Settings::connectionsPerDownload()
+{
+    return std::clamp(store().value(connectionsKey, 4).toInt(), 1, 8);
+}
+
+void Settings::setConnectionsPerDownload(int connections)
+{
+    QSettings settings = store();
+    settings.setValue(connectionsKey, std::clamp(connections, 1, 8));
     settings.sync();
 }

@@ -22,6 +22,10 @@ public:
     static bool keepToolsCurrent();
     static void setKeepToolsCurrent(bool keep);
 
+    // How many connections one download may use at once, 1 to 8. Default: 4.
+    static int connectionsPerDownload();
+    static void setConnectionsPerDownload(int connections);
+
     // Where downloads are saved. Default: the user's Downloads folder.
     static QString downloadFolder();
     static void setDownloadFolder(const QString& folder);

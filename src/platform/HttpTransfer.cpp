@@ -165,6 +165,11 @@ std::optional<qint64> HttpTransfer::contentLength() const
     return length.isValid() ? std::optional<qint64>(length.toLongLong()) : std::nullopt;
 }
 
+QByteArray HttpTransfer::header(const QByteArray& name) const
+{
+    return reply_ ? reply_->rawHeader(name) : QByteArray();
+}
+
 qint64 HttpTransfer::bytesAvailable() const
 {
     return reply_ ? reply_->bytesAvailable() : 0;

@@ -64,6 +64,8 @@ public:
     // Only once a response came.
     std::optional<int> status() const;
     std::optional<qint64> contentLength() const;
+    // A header of the response; empty when it has none (or none came yet).
+    QByteArray header(const QByteArray& name) const;
     qint64 bytesAvailable() const;
     // What arrived and was not read yet; nothing once the transfer is closed.
     qint64 read(char* into, qint64 most);

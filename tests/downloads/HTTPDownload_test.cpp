@@ -30,6 +30,8 @@ protected:
     void start(const std::string& url, const QString& into = {})
     {
         download = HTTPDownload::init(into.isEmpty() ? file : into, QUrl(QString::fromStdString(url)));
+        // A failure here is the first one: the retries are the end-to-end runs'.
+        download->setRetries(0);
         download->updateEvent.set([this](HTTPDownload& d) {
             percents.push_back(HTTPDownload::percentOf(d.offset().value_or(0), d.length()).value_or(-1));
         });

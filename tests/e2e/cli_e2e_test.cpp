@@ -243,7 +243,7 @@ TEST_F(EndToEnd, BrokenStreamsFailWithAReasonAndLeaveNothing)
         {"--fail-stream", v->id + "=404"}, {"--cut-stream", v->id}, {"--stall-stream", v->id}};
     for (const QStringList& fault : faults) {
         stand_in s(fault);
-        const result r = user.run(s.base(), {"--timeout", "2", "audio", s.watch(v->id)});
+        const result r = user.run(s.base(), {"--timeout", "2", "--retries", "0", "audio", s.watch(v->id)});
         EXPECT_EQ(r.status, 1) << fault.join(' ').toStdString() << ": " << r.output.toStdString();
         EXPECT_TRUE(r.output.contains("Failed: ")) << r.output.toStdString();
         EXPECT_TRUE(QDir(user.downloads()).isEmpty()) << fault.join(' ').toStdString();

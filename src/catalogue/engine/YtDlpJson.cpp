@@ -172,6 +172,15 @@ std::optional<Format> formatOf(const QJsonObject& object, QStringList* refusedSc
     const double bitrate = format.media == Format::Media::SoundOnly && abr > 0 ? abr : tbr > 0 ? tbr : abr;
     format.bitrate = std::isfinite(bitrate) ? std::max(bitrate, 0.0) : 0;
     format.headers = headersOf(object);
+    // Plain words only: it is matched against a later extraction's, and shown nowhere.
+    const QString id = text(object.value(QLatin1String("format_id")));
+    static const QRegularExpression plainId(QStringLiteral("^[A-Za-z0-9_.+-]{1,64}$"));
+    if (plainId.match(id).hasMatch())
+        format.formatId = id;
+    // Servers that throttle wide ranges: yt-dlp says how wide a range may be.
+    const double chunk = object.value(QLatin1String("downloader_options")).toObject().value(QLatin1String("http_chunk_size")).toDouble(0);
+    if (chunk >= 64 * 1024 && chunk <= 1024.0 * 1024 * 1024)
+        format.chunkSize = static_cast<qint64>(chunk);
     return format;
 }
 
@@ -316,6 +325,8 @@ std::shared_ptr<YouTubeUrl> streamOf(const Format& format)
     stream->setHeight(format.height);
     stream->setBitrate(format.bitrate);
     stream->setHttpHeaders(format.headers);
+    stream->setFormatId(format.formatId);
+    stream->setChunkSize(format.chunkSize);
     return stream;
 }
 

@@ -37,6 +37,8 @@ struct Format {
     int height = 0;     // 0: unknown
     double bitrate = 0; // kbit/s, 0: unknown
     Headers headers;
+    QString formatId;   // yt-dlp's name of the format, which a later extraction gives again
+    qint64 chunkSize = 0; // the widest byte range to ask for at once, 0: not said
 };
 
 struct ExtractedVideo {

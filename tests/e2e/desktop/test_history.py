@@ -103,7 +103,7 @@ class History(DesktopTest):
             probe.bind(("127.0.0.1", 0))
             port = str(probe.getsockname()[1])
         self.service.stop()
-        self.service = Service("--port", port, "--fail-stream", GLIDER_ID + "=500")
+        self.service = Service("--port", port, "--fail-stream", GLIDER_ID + "=404")  # not asked for again, as a 5xx would be
         run = self.start()
         row = self.download(run, "glider", GLIDER, "Download audio")
         self.assertIn("Failed", run.text_of(row))

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -18,8 +19,8 @@ struct HttpRequest {
     std::string body;
 };
 
-// How a response leaves: whole, cut off after half its body, stalled after a
-// few bytes of it until the client gives up, or not at all (connection closed).
+// How a response leaves: whole, cut off part-way through its body, stalled after
+// a few bytes of it until the client gives up, or not at all (connection closed).
 enum class Delivery { whole, cut, stall, drop };
 
 struct HttpResponse {
@@ -36,7 +37,12 @@ struct HttpResponse {
     std::string body;
     std::optional<FileSlice> file; // instead of body
     Delivery delivery = Delivery::whole;
-    std::chrono::milliseconds delay{0}; // before anything is sent
+    std::optional<std::uint64_t> cutAfter; // body bytes before a cut; half the body without
+    std::uint64_t bytesPerSecond = 0;      // the body's pace, 0: as fast as it goes
+    std::chrono::milliseconds delay{0};    // before anything is sent
+    // Told once the answer is over (sent, cut or given up) how many body bytes
+    // were written.
+    std::function<void(std::uint64_t bodyBytes)> sent;
 
     static HttpResponse text(int status, std::string body)
     {

@@ -16,6 +16,7 @@
 #include <sys/socket.h>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace service {
 
@@ -178,10 +179,10 @@ void HttpServer::reapFinished()
     }
 }
 
-bool HttpServer::pause(std::chrono::milliseconds delay)
+bool HttpServer::pauseUntil(std::chrono::steady_clock::time_point until)
 {
     std::unique_lock lock(mutex_);
-    return !stopped_.wait_for(lock, delay, [this] { return stopping_; });
+    return !stopped_.wait_until(lock, until, [this] { return stopping_; });
 }
 
 void HttpServer::serve(int fd)
@@ -249,17 +250,18 @@ void HttpServer::deliver(int fd, const HttpRequest& request, const HttpResponse&
     const std::uint64_t length = response.contentLength();
     std::uint64_t bytes = length;
     if (response.delivery == Delivery::cut)
-        bytes = length / 2;
+        bytes = std::min(length, response.cutAfter.value_or(length / 2));
     else if (response.delivery == Delivery::stall)
         bytes = std::min<std::uint64_t>(length / 2, 4096);
 
+    std::uint64_t written = 0;
     bool sent = socket.sendAll(head(response));
-    if (sent && withBody) {
-        if (response.file)
-            sent = sendFile(fd, *response.file, bytes);
-        else
-            sent = socket.sendAll(std::string_view(response.body).substr(0, bytes));
-    }
+    if (sent && withBody)
+        sent = sendBody(fd, response, bytes, written);
+    // Before the client can see the end, so that whoever reads the record after
+    // a download finds it there.
+    if (response.sent)
+        response.sent(written);
     if (sent && withBody && response.delivery == Delivery::stall) {
         socket.drainUntilClosed();
         ::shutdown(fd, SHUT_RDWR);
@@ -277,29 +279,50 @@ void HttpServer::deliver(int fd, const HttpRequest& request, const HttpResponse&
     ::shutdown(fd, SHUT_RDWR);
 }
 
-bool HttpServer::sendFile(int fd, const HttpResponse::FileSlice& slice, std::uint64_t bytes)
+bool HttpServer::sendBody(int fd, const HttpResponse& response, std::uint64_t bytes, std::uint64_t& written)
 {
-    const int file = ::open(slice.path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        return false;
+    int file = -1;
+    if (response.file) {
+        file = ::open(response.file->path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (file < 0)
+            return false;
+    }
     Socket socket(fd);
-    std::vector<char> chunk(64 * 1024);
-    std::uint64_t offset = slice.offset;
+    const std::uint64_t rate = response.bytesPerSecond;
+    // A paced piece is a sixteenth of a second's worth, so that the pace holds
+    // over short stretches too and a slow stream still moves.
+    const std::size_t piece =
+        rate == 0 ? 64 * 1024 : static_cast<std::size_t>(std::clamp<std::uint64_t>(rate / 16, 1, 64 * 1024));
+    std::vector<char> chunk(file >= 0 ? piece : 0);
+    const auto start = std::chrono::steady_clock::now();
     bool sent = true;
-    while (sent && bytes > 0) {
-        const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(bytes, chunk.size()));
-        const ssize_t n = ::pread(file, chunk.data(), want, static_cast<off_t>(offset));
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0) {
-            sent = false; // the file shrank under us: the client sees a short body
+    while (sent && written < bytes) {
+        const auto want = static_cast<std::size_t>(std::min<std::uint64_t>(bytes - written, piece));
+        // No piece leaves before its last byte is due, so that the client never
+        // has more than the pace allows.
+        if (rate > 0 && !pauseUntil(start + std::chrono::microseconds((written + want) * 1'000'000 / rate))) {
+            sent = false;
             break;
         }
-        sent = socket.sendAll(std::string_view(chunk.data(), static_cast<std::size_t>(n)));
-        offset += static_cast<std::uint64_t>(n);
-        bytes -= static_cast<std::uint64_t>(n);
+        std::string_view data;
+        if (file >= 0) {
+            const ssize_t n = ::pread(file, chunk.data(), want, static_cast<off_t>(response.file->offset + written));
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0) {
+                sent = false; // the file shrank under us: the client sees a short body
+                break;
+            }
+            data = std::string_view(chunk.data(), static_cast<std::size_t>(n));
+        } else {
+            data = std::string_view(response.body).substr(static_cast<std::size_t>(written), want);
+        }
+        const std::size_t n = socket.sendUpTo(data);
+        written += n;
+        sent = n == data.size();
     }
-    ::close(file);
+    if (file >= 0)
+        ::close(file);
     return sent;
 }
 

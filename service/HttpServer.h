@@ -15,7 +15,8 @@ namespace service {
 
 // An HTTP/1.0 and 1.1 server on 127.0.0.1, a thread per connection, one request
 // per connection (answers close it). Request heads are capped at 64 KiB (400
-// beyond) and bodies at 64 MiB (413).
+// beyond) and bodies at 64 MiB (413). Bodies go out in pieces of at most 64 KiB,
+// paced when the response asks for it.
 class HttpServer {
 public:
     using Handler = std::function<HttpResponse(const HttpRequest&)>;
@@ -56,9 +57,10 @@ private:
     void reapFinished();
     void serve(int fd);
     void deliver(int fd, const HttpRequest& request, const HttpResponse& response);
-    bool sendFile(int fd, const HttpResponse::FileSlice& slice, std::uint64_t bytes);
+    bool sendBody(int fd, const HttpResponse& response, std::uint64_t bytes, std::uint64_t& written);
     // Waits, unless the server stops first; false then.
-    bool pause(std::chrono::milliseconds delay);
+    bool pause(std::chrono::milliseconds delay) { return pauseUntil(std::chrono::steady_clock::now() + delay); }
+    bool pauseUntil(std::chrono::steady_clock::time_point until);
     void logRequest(const HttpRequest& request, int status) const;
 
     Handler handler_;

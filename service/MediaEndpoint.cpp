@@ -5,15 +5,68 @@
 #include "service/WholeNumber.h"
 
 #include <algorithm>
+#include <chrono>
 #include <system_error>
+#include <unistd.h>
 
 namespace service {
 
-MediaEndpoint::MediaEndpoint(const Catalogue& catalogue, const Faults& faults) : catalogue_(catalogue), faults_(faults)
+namespace {
+
+HttpResponse forbidden(const char* why)
+{
+    return HttpResponse::text(403, std::string("Forbidden: the stream address ") + why + ".\n");
+}
+
+std::int64_t unixNow()
+{
+    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
+} // namespace
+
+MediaEndpoint::MediaEndpoint(const Catalogue& catalogue, const Faults& faults, Report report)
+    : catalogue_(catalogue), faults_(faults), report_(std::move(report))
 {
 }
 
-HttpResponse MediaEndpoint::stream(const UrlQuery& query, std::string_view rangeHeader) const
+void MediaEndpoint::toStandardOutput(std::string_view line)
+{
+    [[maybe_unused]] const auto written = ::write(STDOUT_FILENO, line.data(), line.size());
+}
+
+HttpResponse MediaEndpoint::answer(const HttpRequest& request, const UrlQuery& query) const
+{
+    HttpResponse response;
+    if (request.method == "GET" || request.method == "HEAD") {
+        response = stream(query, request.range, request.method == "GET");
+    } else {
+        response = HttpResponse::text(405, "Method not allowed.\n");
+        response.headers.emplace_back("Allow", "GET, HEAD");
+    }
+    if (faults_.perConnectionKiB > 0) {
+        const std::uint64_t cap = faults_.perConnectionKiB * 1024;
+        response.bytesPerSecond = response.bytesPerSecond == 0 ? cap : std::min(response.bytesPerSecond, cap);
+    }
+
+    if (!report_)
+        return response;
+    // The id as the client sent it, made safe for one line.
+    const std::string id = UrlQuery::encode(query.value("id").value_or("")).substr(0, 100);
+    const auto itag = wholeNumber<int>(query.value("itag").value_or(""));
+    std::string range = "-";
+    if (response.file && response.file->length > 0)
+        range = std::to_string(response.file->offset) + "-" +
+                std::to_string(response.file->offset + response.file->length - 1);
+    const std::string record = "media " + (id.empty() ? std::string("-") : id) + " " +
+                               (itag ? std::to_string(*itag) : std::string("-")) + " " +
+                               std::to_string(response.status) + " " + range + " ";
+    response.sent = [report = report_, record](std::uint64_t bytes) { report(record + std::to_string(bytes) + "\n"); };
+    return response;
+}
+
+HttpResponse MediaEndpoint::stream(const UrlQuery& query, std::string_view rangeHeader, bool withBody) const
 {
     const auto id = query.value("id");
     const auto itagText = query.value("itag");
@@ -23,8 +76,16 @@ HttpResponse MediaEndpoint::stream(const UrlQuery& query, std::string_view range
     const int itag = *itagNumber;
 
     const auto signature = query.value("signature");
-    if (!signature || *signature != streamSignature(*id, itag))
-        return HttpResponse::text(403, "Forbidden: the stream address is not signed.\n");
+    std::optional<std::int64_t> expire;
+    if (faults_.expireAfter) {
+        expire = wholeNumber<std::int64_t>(query.value("expire").value_or(""));
+        if (!expire)
+            return forbidden("is not signed");
+    }
+    if (!signature || *signature != streamSignature(*id, itag, expire))
+        return forbidden("is not signed");
+    if (expire && unixNow() > *expire)
+        return forbidden("has expired");
 
     const Video* video = catalogue_.find(*id);
     const StreamFormat* format = findStreamFormat(itag);
@@ -61,11 +122,33 @@ HttpResponse MediaEndpoint::stream(const UrlQuery& query, std::string_view range
     case ByteRange::Kind::whole: response.file = HttpResponse::FileSlice{path, 0, size}; break;
     }
 
-    if (faults_.cutStreams.contains(*id))
+    // Small ranges are what players and parallel downloads ask for; only the
+    // large ones are held back, as the service did.
+    if (faults_.throttleKiB > 0 && (range.kind == ByteRange::Kind::whole || range.length() > Faults::throttledRange))
+        response.bytesPerSecond = faults_.throttleKiB * 1024;
+
+    // A HEAD has no body to cut: it does not use up one of the cuts.
+    if (const auto cut = faults_.cutStreams.find(*id);
+        cut != faults_.cutStreams.end() && cutNow(*id, cut->second, withBody)) {
         response.delivery = Delivery::cut;
-    else if (faults_.stallStreams.contains(*id))
+        response.cutAfter = cut->second.after;
+    } else if (faults_.stallStreams.contains(*id)) {
         response.delivery = Delivery::stall;
+    }
     return response;
+}
+
+bool MediaEndpoint::cutNow(const std::string& id, const StreamCut& cut, bool counted) const
+{
+    if (!cut.times)
+        return true;
+    std::lock_guard lock(mutex_);
+    unsigned& cuts = cutsMade_[id];
+    if (cuts >= *cut.times)
+        return false;
+    if (counted)
+        ++cuts;
+    return true;
 }
 
 } // namespace service

@@ -62,11 +62,22 @@ struct CommandLine {
                                         QStringLiteral("the streams of video ID answer STATUS"),
                                         QStringLiteral("ID=STATUS")};
     const QCommandLineOption cutStream{QStringLiteral("cut-stream"),
-                                       QStringLiteral("the streams of video ID end after half the body"),
-                                       QStringLiteral("ID")};
+                                       QStringLiteral("the streams of video ID end after BYTES of the body (default: "
+                                                      "half of it), for its first TIMES requests (default: all)"),
+                                       QStringLiteral("ID[:BYTES[:TIMES]]")};
     const QCommandLineOption stallStream{QStringLiteral("stall-stream"),
                                          QStringLiteral("the streams of video ID stop after a few bytes"),
                                          QStringLiteral("ID")};
+    const QCommandLineOption throttle{QStringLiteral("throttle"),
+                                      QStringLiteral("send whole streams and ranges over 10 MiB at KIB KiB/s at most"),
+                                      QStringLiteral("KIB")};
+    const QCommandLineOption perConnection{QStringLiteral("per-connection"),
+                                           QStringLiteral("send every stream answer at KIB KiB/s at most"),
+                                           QStringLiteral("KIB")};
+    const QCommandLineOption expire{QStringLiteral("expire"),
+                                    QStringLiteral("stream addresses expire SECONDS after their page was made (403 "
+                                                   "then)"),
+                                    QStringLiteral("SECONDS")};
     const QCommandLineOption feedSize{QStringLiteral("feed-size"),
                                       QStringLiteral("pad every feed answer to N items by repeating matches"),
                                       QStringLiteral("N")};
@@ -83,9 +94,10 @@ struct CommandLine {
         parser.setApplicationDescription(
             QStringLiteral("The local stand-in of the video service: search feed, watch pages, parser\n"
                            "service, thumbnails and media streams, on 127.0.0.1. The first line written\n"
-                           "to standard output is the base address, such as http://127.0.0.1:40123."));
-        parser.addOptions({port, data, generateOnly, latency, parserMode, failStream, cutStream, stallStream, feedSize,
-                           hostile, help});
+                           "to standard output is the base address, such as http://127.0.0.1:40123;\n"
+                           "each media answer adds \"media ID ITAG STATUS FIRST-LAST SENT\" once it is over."));
+        parser.addOptions({port, data, generateOnly, latency, parserMode, failStream, cutStream, stallStream, throttle,
+                           perConnection, expire, feedSize, hostile, help});
     }
 
     std::string value(const QCommandLineOption& option) const { return toLocal(parser.value(option)); }
@@ -160,10 +172,32 @@ Options Options::parse(const std::vector<std::string>& arguments)
             fail("--fail-stream: \"" + statusText + "\" is no HTTP status from 200 to 599");
         options.faults.failStreams[id] = *status;
     }
-    for (std::string& id : line.values(line.cutStream))
-        options.faults.cutStreams.insert(std::move(id));
+    for (const std::string& text : line.values(line.cutStream)) {
+        auto cut = StreamCut::parse(text);
+        if (!cut)
+            fail("--cut-stream wants ID, ID:BYTES or ID:BYTES:TIMES (TIMES at least 1), not \"" + text + "\"");
+        options.faults.cutStreams.insert_or_assign(std::move(cut->first), cut->second);
+    }
     for (std::string& id : line.values(line.stallStream))
         options.faults.stallStreams.insert(std::move(id));
+    for (const auto& [option, kib] : {std::pair{&line.throttle, &options.faults.throttleKiB},
+                                      std::pair{&line.perConnection, &options.faults.perConnectionKiB}}) {
+        if (!line.parser.isSet(*option))
+            continue;
+        const std::string text = line.value(*option);
+        const auto number = wholeNumber<std::uint32_t>(text);
+        if (!number || *number == 0)
+            fail("--" + toLocal(option->names().constFirst()) + " wants a number of KiB/s from 1, not \"" + text +
+                 "\"");
+        *kib = *number;
+    }
+    if (line.parser.isSet(line.expire)) {
+        const std::string text = line.value(line.expire);
+        const auto seconds = wholeNumber<std::uint32_t>(text);
+        if (!seconds)
+            fail("--expire wants a number of seconds, not \"" + text + "\"");
+        options.faults.expireAfter = std::chrono::seconds(*seconds);
+    }
     if (line.parser.isSet(line.feedSize)) {
         const std::string text = line.value(line.feedSize);
         const auto size = wholeNumber<std::size_t>(text);

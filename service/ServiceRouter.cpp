@@ -8,6 +8,7 @@
 #include "service/WatchPageWriter.h"
 #include "service/WholeNumber.h"
 
+#include <chrono>
 #include <exception>
 #include <iostream>
 
@@ -49,8 +50,9 @@ std::size_t startIndex(const UrlQuery& query)
 
 } // namespace
 
-ServiceRouter::ServiceRouter(const Catalogue& catalogue, Faults faults, std::string base)
-    : catalogue_(catalogue), faults_(std::move(faults)), base_(std::move(base)), media_(catalogue_, faults_)
+ServiceRouter::ServiceRouter(const Catalogue& catalogue, Faults faults, std::string base, MediaEndpoint::Report report)
+    : catalogue_(catalogue), faults_(std::move(faults)), base_(std::move(base)),
+      media_(catalogue_, faults_, std::move(report))
 {
 }
 
@@ -84,7 +86,7 @@ HttpResponse ServiceRouter::handle(const HttpRequest& request) const
         response = isGet(request) ? thumbnail(path) : methodNotAllowed("GET, HEAD");
     } else if (path == "/videoplayback") {
         kind = RequestKind::media;
-        response = isGet(request) ? media_.stream(UrlQuery(query), request.range) : methodNotAllowed("GET, HEAD");
+        response = media_.answer(request, UrlQuery(query));
     } else {
         response = HttpResponse::text(404, "Not found.\n");
     }
@@ -112,7 +114,12 @@ HttpResponse ServiceRouter::watch(const HttpRequest& request, std::string_view q
         return HttpResponse::text(404, "No such video.\n");
     HttpResponse response;
     response.contentType = "text/html; charset=utf-8";
-    response.body = WatchPageWriter(baseFor(request)).write(*video);
+    std::optional<std::int64_t> expire;
+    if (faults_.expireAfter)
+        expire = std::chrono::duration_cast<std::chrono::seconds>(
+                     (std::chrono::system_clock::now() + *faults_.expireAfter).time_since_epoch())
+                     .count();
+    response.body = WatchPageWriter(baseFor(request), expire).write(*video);
     return response;
 }
 

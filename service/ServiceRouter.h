@@ -14,7 +14,9 @@ namespace service {
 class ServiceRouter {
 public:
     // base: the address pages point at when a request names no usable Host.
-    ServiceRouter(const Catalogue& catalogue, Faults faults, std::string base);
+    // report: where the records of media answers go (see MediaEndpoint).
+    ServiceRouter(const Catalogue& catalogue, Faults faults, std::string base,
+                  MediaEndpoint::Report report = MediaEndpoint::toStandardOutput);
 
     ServiceRouter(const ServiceRouter&) = delete;
     ServiceRouter& operator=(const ServiceRouter&) = delete;

@@ -27,18 +27,19 @@ std::size_t Socket::receive(void* data, std::size_t size, boost::system::error_c
     }
 }
 
-bool Socket::sendAll(std::string_view bytes)
+std::size_t Socket::sendUpTo(std::string_view bytes)
 {
-    while (!bytes.empty()) {
-        const ssize_t n = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t n = ::send(fd_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
         if (n < 0) {
             if (errno == EINTR)
                 continue;
-            return false;
+            break;
         }
-        bytes.remove_prefix(static_cast<std::size_t>(n));
+        sent += static_cast<std::size_t>(n);
     }
-    return true;
+    return sent;
 }
 
 void Socket::drainUntilClosed(std::chrono::milliseconds timeout)

@@ -42,7 +42,9 @@ public:
     }
 
     // False when the peer is gone.
-    bool sendAll(std::string_view bytes);
+    bool sendAll(std::string_view bytes) { return sendUpTo(bytes) == bytes.size(); }
+    // How many of bytes went out: fewer when the peer is gone.
+    std::size_t sendUpTo(std::string_view bytes);
     // Reads and drops whatever arrives until the peer closes, or until timeout
     // when there is one.
     void drainUntilClosed(std::chrono::milliseconds timeout = std::chrono::milliseconds::max());

@@ -18,9 +18,11 @@ std::uint64_t fnv1a(std::string_view text, std::uint64_t hash)
 
 } // namespace
 
-std::string streamSignature(std::string_view videoId, int itag)
+std::string streamSignature(std::string_view videoId, int itag, std::optional<std::int64_t> expire)
 {
-    const std::string key = std::string(videoId) + '/' + std::to_string(itag);
+    std::string key = std::string(videoId) + '/' + std::to_string(itag);
+    if (expire)
+        key += '/' + std::to_string(*expire);
     // Two halves around a dot, like the signatures the service used to hand out.
     const std::uint64_t first = fnv1a(key, 0xcbf29ce484222325ULL);
     const std::uint64_t second = fnv1a(key, first ^ 0x6d656c6f64726966ULL);

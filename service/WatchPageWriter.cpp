@@ -98,7 +98,7 @@ constexpr std::string_view verifyAgeTail = R"("><button type="submit">Confirm</b
 )";
 
 constexpr std::string_view fallbackHost = "tc.v1.cache1.melodrift.invalid";
-constexpr std::string_view expire = "1353520800";
+constexpr std::string_view pastExpire = "1353520800";
 
 // The map's parameter separator as the page's script escapes it.
 constexpr std::string_view separator = "\\u0026";
@@ -116,16 +116,24 @@ std::string join(std::initializer_list<std::string> params)
 
 } // namespace
 
-WatchPageWriter::WatchPageWriter(std::string base) : base_(std::move(base)) {}
+WatchPageWriter::WatchPageWriter(std::string base, std::optional<std::int64_t> expire)
+    : base_(std::move(base)), expire_(expire)
+{
+}
 
 std::string WatchPageWriter::streamAddress(const Video& video, const StreamFormat& format) const
 {
     if (video.hostile && !video.hostile->stream.empty())
         return video.hostile->stream;
     const std::string itag = std::to_string(format.itag);
-    return base_ + "/videoplayback?sparams=" + UrlQuery::encode("id,itag,source,expire") + "&fexp=900222&itag=" +
-           itag + "&source=melodrift&expire=" + std::string(expire) + "&key=yt1&ratebypass=yes&id=" +
-           UrlQuery::encode(video.id);
+    const std::string expire = expire_ ? std::to_string(*expire_) : std::string(pastExpire);
+    return base_ + "/videoplayback?sparams=" + UrlQuery::encode("id,itag,source,expire") + "&fexp=900222&itag=" + itag +
+           "&source=melodrift&expire=" + expire + "&key=yt1&ratebypass=yes&id=" + UrlQuery::encode(video.id);
+}
+
+std::string WatchPageWriter::signature(const Video& video, int itag) const
+{
+    return streamSignature(video.id, itag, expire_);
 }
 
 std::string WatchPageWriter::thumbnailAddress(const Video& video) const
@@ -158,7 +166,7 @@ std::string WatchPageWriter::streamMap(const Video& video) const
         const std::string quality = "quality=" + std::string(format->quality);
         const std::string type = "type=" + UrlQuery::encode(format->type);
         const std::string number = "itag=" + std::to_string(itag);
-        const std::string signature = streamSignature(video.id, itag);
+        const std::string signature = this->signature(video, itag);
         const std::string fallback = "fallback_host=" + std::string(fallbackHost);
         if (!map.empty())
             map += ',';
@@ -182,7 +190,7 @@ std::string WatchPageWriter::html5Video(const Video& video) const
         const StreamFormat* format = findStreamFormat(itag);
         if (!format)
             continue;
-        const std::string address = streamAddress(video, *format) + "&signature=" + streamSignature(video.id, itag);
+        const std::string address = streamAddress(video, *format) + "&signature=" + signature(video, itag);
         const std::string height = std::to_string(format->height);
         out += "<source src=\"" + escapeHtml(address) + "\" type=\"" + escapeHtml(format->type) + "\" label=\"" +
                std::string(format->extension) + "-" + height + "p\" res=\"" + height + "\">\n";

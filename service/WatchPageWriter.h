@@ -3,6 +3,8 @@
 #include "service/StreamFormat.h"
 #include "service/Video.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace service {
@@ -13,13 +15,16 @@ namespace service {
 // service's notices.
 class WatchPageWriter {
 public:
-    // base: scheme and authority the page's addresses point at.
-    explicit WatchPageWriter(std::string base);
+    // base: scheme and authority the page's addresses point at. expire: when
+    // its stream addresses stop working (Unix seconds); without it they carry a
+    // moment long gone that nothing checks, as the service's old pages did.
+    explicit WatchPageWriter(std::string base, std::optional<std::int64_t> expire = std::nullopt);
 
     std::string write(const Video& video) const;
 
     // Where a stream is served, signature aside.
     std::string streamAddress(const Video& video, const StreamFormat& format) const;
+    std::string signature(const Video& video, int itag) const;
     std::string thumbnailAddress(const Video& video) const;
 
 private:
@@ -30,6 +35,7 @@ private:
     std::string head(const Video& video) const;
 
     std::string base_;
+    std::optional<std::int64_t> expire_;
 };
 
 } // namespace service

@@ -1,6 +1,6 @@
 // The service as a client sees it: raw requests over loopback to an HttpServer
-// serving a ServiceRouter on a one-video catalogue made by the test; and the
-// range reader its streams answer with.
+// serving a ServiceRouter on a one-video catalogue made by the test, with the
+// records of its media answers; and the range reader its streams answer with.
 #include "service/ByteRange.h"
 #include "service/Catalogue.h"
 #include "service/HttpServer.h"
@@ -14,8 +14,13 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
+#include <deque>
 #include <filesystem>
 #include <fstream>
+#include <mutex>
+#include <regex>
 #include <thread>
 
 using namespace service;
@@ -34,7 +39,21 @@ struct Reply {
         const auto start = at + name.size() + 4;
         return at == std::string::npos ? std::string() : head.substr(start, head.find("\r\n", start) - start);
     }
+
+    static Reply of(const std::string& all)
+    {
+        const auto end = all.find("\r\n\r\n");
+        if (end == std::string::npos || all.size() < 12)
+            return {};
+        return {std::stoi(all.substr(9, 3)), all.substr(0, end + 2), all.substr(end + 4)};
+    }
 };
+
+std::int64_t unixNow()
+{
+    return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
 
 class Service : public ::testing::Test {
 protected:
@@ -55,40 +74,77 @@ protected:
         fs::remove_all(dir);
     }
 
-    void serve(Faults faults = {})
+    void route(Faults faults = {})
     {
         catalogue = Catalogue(dir, {Video{"clip", 30, VideoKind::normal, "Café & Crème", "A tone.", {22}, {}}});
+        router = std::make_unique<ServiceRouter>(catalogue, std::move(faults), server ? server->base() : "",
+                                                 [this](std::string_view line) {
+                                                     std::lock_guard lock(recordsMutex);
+                                                     records.emplace_back(line);
+                                                     recordAdded.notify_all();
+                                                 });
+    }
+    void serve(Faults faults = {})
+    {
         server = std::make_unique<HttpServer>(0);
-        router = std::make_unique<ServiceRouter>(catalogue, std::move(faults), server->base());
+        route(std::move(faults));
         server->start([this](const HttpRequest& request) { return router->handle(request); });
     }
 
-    // Sends raw bytes, reads until the server closes.
-    Reply roundTrip(const std::string& request) const
+    // Connected to the server, the request sent.
+    int open(const std::string& request) const
     {
         const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         address.sin_port = htons(server->port());
-        std::string all;
         if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
             timeval timeout{10, 0};
             ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
             [[maybe_unused]] const auto sent = ::send(fd, request.data(), request.size(), MSG_NOSIGNAL);
-            char chunk[16384];
-            for (ssize_t n; (n = ::recv(fd, chunk, sizeof chunk, 0)) > 0;)
-                all.append(chunk, static_cast<std::size_t>(n));
         }
-        ::close(fd);
-        const auto end = all.find("\r\n\r\n");
-        if (end == std::string::npos || all.size() < 12)
-            return {};
-        return {std::stoi(all.substr(9, 3)), all.substr(0, end + 2), all.substr(end + 4)};
+        return fd;
     }
-    Reply get(const std::string& target) const
+    // Reads into all until the server closes, or until all holds the head and
+    // atLeast bytes of body.
+    static void read(int fd, std::string& all, std::size_t atLeast = std::string::npos)
     {
-        return roundTrip("GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+        char chunk[16384];
+        for (ssize_t n; (n = ::recv(fd, chunk, sizeof chunk, 0)) > 0;) {
+            all.append(chunk, static_cast<std::size_t>(n));
+            const auto end = all.find("\r\n\r\n");
+            if (atLeast != std::string::npos && end != std::string::npos && all.size() - end - 4 >= atLeast)
+                return;
+        }
+    }
+    // Sends raw bytes, reads until the server closes.
+    Reply roundTrip(const std::string& request) const
+    {
+        const int fd = open(request);
+        std::string all;
+        read(fd, all);
+        ::close(fd);
+        return Reply::of(all);
+    }
+    Reply get(const std::string& target, const std::string& range = {}) const
+    {
+        return roundTrip("GET " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" +
+                         (range.empty() ? "" : "Range: " + range + "\r\n") + "\r\n");
+    }
+
+    // The next record of a media answer, without its newline; empty when none
+    // comes.
+    std::string nextRecord()
+    {
+        std::unique_lock lock(recordsMutex);
+        if (!recordAdded.wait_for(lock, std::chrono::seconds(10), [this] { return !records.empty(); }))
+            return {};
+        std::string line = std::move(records.front());
+        records.pop_front();
+        if (line.ends_with('\n'))
+            line.pop_back();
+        return line;
     }
 
     const std::string signedStream = "/videoplayback?id=clip&itag=22&signature=" + streamSignature("clip", 22);
@@ -97,6 +153,9 @@ protected:
     Catalogue catalogue;
     std::unique_ptr<HttpServer> server;
     std::unique_ptr<ServiceRouter> router;
+    std::mutex recordsMutex;
+    std::condition_variable recordAdded;
+    std::deque<std::string> records;
 };
 
 } // namespace
@@ -131,6 +190,142 @@ TEST_F(Service, StopEndsAStalledStream)
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     server->stop(); // must not wait for the client to give up
     client.join();
+}
+
+// (Parallel and resumed downloads are tested against these faults; what they
+// count is the records.)
+TEST_F(Service, CutsTheFirstTimesThenSendsWhole)
+{
+    Faults faults;
+    faults.cutStreams["clip"] = {1000, 2};
+    serve(faults);
+    for (int i = 0; i < 2; ++i) {
+        const Reply cut = get(signedStream);
+        EXPECT_EQ(cut.header("Content-Length"), "100000");
+        EXPECT_TRUE(cut.body == media.substr(0, 1000)) << cut.body.size() << " bytes";
+        EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 1000");
+    }
+    const Reply range = get(signedStream, "bytes=500-1999");
+    EXPECT_EQ(range.status, 206);
+    EXPECT_TRUE(range.body == media.substr(500, 1500)) << range.body.size() << " bytes";
+    EXPECT_EQ(nextRecord(), "media clip 22 206 500-1999 1500");
+    EXPECT_TRUE(get(signedStream).body == media);
+    EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 100000");
+}
+
+TEST(StreamCut, ReadsIdBytesAndTimes)
+{
+    using Cut = std::optional<std::pair<std::string, StreamCut>>;
+    const auto expect = [](const char* text, const Cut& want) {
+        SCOPED_TRACE(text);
+        const Cut got = StreamCut::parse(text);
+        ASSERT_EQ(got.has_value(), want.has_value());
+        if (got) {
+            EXPECT_EQ(got->first, want->first);
+            EXPECT_EQ(got->second.after, want->second.after);
+            EXPECT_EQ(got->second.times, want->second.times);
+        }
+    };
+    expect("clip", std::pair{"clip", StreamCut{}});
+    expect("clip:0", std::pair{"clip", StreamCut{0, {}}});
+    expect("clip:4096:3", std::pair{"clip", StreamCut{4096, 3}});
+    for (const char* wrong : {"", ":10", "clip:", "clip:x", "clip:-1", "clip:10:", "clip:10:0", "clip:10:2:1"})
+        expect(wrong, std::nullopt);
+}
+
+TEST_F(Service, ThrottlesWholeStreamsAndWideRangesOnly)
+{
+    // Sparse: a range wider than the limit without writing one.
+    fs::resize_file(Catalogue::mediaPath(dir, "clip", *findStreamFormat(22)), Faults::throttledRange + 2);
+    const std::string limit = std::to_string(Faults::throttledRange);
+    const struct {
+        std::uint64_t throttle, perConnection;
+        const char* range;
+        std::uint64_t kib;
+    } cases[] = {
+        {100, 0, "", 100},
+        {100, 0, "bytes=0-1048575", 0},
+        {100, 0, "bytes=1-", 100}, // one byte more than the limit
+        {100, 50, "", 50},
+        {100, 200, "", 100},
+        {100, 200, "bytes=0-1048575", 200},
+    };
+    for (const auto& c : cases) {
+        Faults faults;
+        faults.throttleKiB = c.throttle;
+        faults.perConnectionKiB = c.perConnection;
+        route(faults);
+        SCOPED_TRACE(std::string(c.range) + " at " + std::to_string(c.throttle) + "/" +
+                     std::to_string(c.perConnection));
+        EXPECT_EQ(router->handle({"GET", signedStream, "", c.range, ""}).bytesPerSecond, c.kib * 1024);
+    }
+    Faults faults;
+    faults.throttleKiB = 100;
+    route(faults);
+    EXPECT_EQ(router->handle({"GET", signedStream, "", "bytes=1-" + limit, ""}).bytesPerSecond, 0u) << "10 MiB";
+}
+
+TEST_F(Service, ThrottledStreamTakesItsTime)
+{
+    Faults faults;
+    faults.throttleKiB = 200;
+    serve(faults);
+    const auto start = std::chrono::steady_clock::now();
+    const Reply whole = get(signedStream);
+    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+    EXPECT_TRUE(whole.body == media) << whole.body.size() << " bytes";
+    EXPECT_GE(took.count(), 0.8 * static_cast<double>(media.size()) / (200 * 1024));
+}
+
+TEST_F(Service, StopEndsAThrottledStream)
+{
+    Faults faults;
+    faults.perConnectionKiB = 1; // the whole body would take over a minute and a half
+    serve(faults);
+    const int fd = open("GET " + signedStream + " HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n");
+    std::string all;
+    read(fd, all, 1);
+    server->stop();
+    read(fd, all);
+    ::close(fd);
+    const Reply reply = Reply::of(all);
+    EXPECT_EQ(reply.status, 200);
+    EXPECT_GT(reply.body.size(), 0u);
+    EXPECT_LT(reply.body.size(), media.size());
+    EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 " + std::to_string(reply.body.size()));
+}
+
+TEST_F(Service, ExpiredAddressesAreRefused)
+{
+    Faults faults;
+    faults.expireAfter = std::chrono::seconds(600);
+    serve(faults);
+    const std::string page = get("/watch?v=clip").body;
+    std::smatch source;
+    ASSERT_TRUE(std::regex_search(page, source, std::regex("<source src=\"[^\"]*(/videoplayback\\?[^\"]*)\"")));
+    const std::string fresh = std::regex_replace(source[1].str(), std::regex("&amp;"), "&");
+    std::smatch expire;
+    ASSERT_TRUE(std::regex_search(fresh, expire, std::regex("expire=([0-9]+)")));
+    const std::int64_t at = std::stoll(expire[1].str());
+    EXPECT_NEAR(at, unixNow() + 600, 5);
+    // The parser service hands out the same address.
+    EXPECT_NE(ServiceRouter::parserReply(page).find("expire=" + expire[1].str()), std::string::npos);
+
+    EXPECT_EQ(get(fresh, "bytes=0-99").status, 206);
+    EXPECT_EQ(nextRecord(), "media clip 22 206 0-99 100");
+
+    const std::string past = std::to_string(unixNow() - 10);
+    const Reply expired = get("/videoplayback?id=clip&itag=22&expire=" + past +
+                              "&signature=" + streamSignature("clip", 22, std::stoll(past)));
+    EXPECT_EQ(expired.status, 403);
+    EXPECT_EQ(expired.body, "Forbidden: the stream address has expired.\n");
+    EXPECT_EQ(nextRecord(), "media clip 22 403 - " + std::to_string(expired.body.size()));
+
+    // Nor can an address be prolonged, or its expiry left out.
+    const std::string prolonged =
+        std::regex_replace(fresh, std::regex("expire=[0-9]+"), "expire=" + std::to_string(at + 1));
+    for (const std::string& edited : {prolonged, signedStream})
+        EXPECT_EQ(get(edited).body, "Forbidden: the stream address is not signed.\n") << edited;
 }
 
 TEST_F(Service, MalformedRequestsGetAClearAnswer)

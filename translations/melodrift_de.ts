@@ -399,5 +399,9 @@
         <source>None</source>
         <translation>Keine</translation>
     </message>
+    <message id="DownloadItem.Retrying">
+        <source>Retrying (%1 of %2) …</source>
+        <translation>Neuer Versuch (%1 von %2) …</translation>
+    </message>
 </context>
 </TS>

@@ -399,5 +399,9 @@
         <source>None</source>
         <translation>None</translation>
     </message>
+    <message id="DownloadItem.Retrying">
+        <source>Retrying (%1 of %2) …</source>
+        <translation>Retrying (%1 of %2) …</translation>
+    </message>
 </context>
 </TS>

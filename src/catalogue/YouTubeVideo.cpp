@@ -191,6 +191,23 @@ void YouTubeVideo::parseUrlsAsync(const QObject* context, std::function<void(con
         std::move(then));
 }
 
+std::shared_ptr<YouTubeVideo> YouTubeVideo::fresh() const
+{
+    auto again = initFromURL(link(), parserService_);
+    again->setTitle(title());
+    return again;
+}
+
+std::shared_ptr<YouTubeUrl> YouTubeVideo::streamOfFormat(const QString& formatId) const
+{
+    if (formatId.isEmpty())
+        return nullptr;
+    for (const auto& stream : Urls() + separateUrls())
+        if (stream->formatId() == formatId)
+            return stream;
+    return nullptr;
+}
+
 int YouTubeVideo::GetQuality(const QString& quality)
 {
     static const char* const ranks[] = {"small", "medium", "large", "hd720"};

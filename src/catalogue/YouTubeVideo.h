@@ -50,6 +50,12 @@ public:
     // Calls off an extraction under way (it ends with an error), where the
     // engine can; the service's reading ends by itself.
     virtual void abortParsing() {}
+    // A new record of the same video through the same engine, its streams
+    // still to be extracted: stream addresses expire.
+    virtual std::shared_ptr<YouTubeVideo> fresh() const;
+    // The stream of this format among the extracted ones (any kind); none when
+    // there is none.
+    std::shared_ptr<YouTubeUrl> streamOfFormat(const QString& formatId) const;
     // parseUrls on the shared worker pool, then done, or onError with the error.
     // Both run on the worker thread.
     void parseUrlsAsync(std::function<void()> done, std::function<void(const youtube_error&)> onError);

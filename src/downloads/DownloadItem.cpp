@@ -1,5 +1,10 @@
 #include "downloads/DownloadItem.h"
 
+#include "core/youtube_error.h"
+#include "platform/WorkerPool.h"
+
+#include <QCoreApplication>
+
 #include "downloads/AudioDownloadItem.h"
 #include "downloads/VideoDownloadItem.h"
 
@@ -182,16 +187,7 @@ void DownloadItem::startDownload()
     httpDownload_->setConnections(pictureConnections());
     httpDownload_->setChunkSize(url_->chunkSize());
     httpDownload_->setRetries(retries_);
-    // The job holds the transfer, so the transfer's events hold the job weakly.
-    const std::weak_ptr<DownloadItem> self = shared_from_this();
-    httpDownload_->updateEvent.set([self](HTTPDownload& d) {
-        if (const auto item = self.lock())
-            item->downloadUpdateEvent(d);
-    });
-    httpDownload_->finishEvent.set([self](HTTPDownload& d) {
-        if (const auto item = self.lock())
-            item->downloadFinishEvent(d);
-    });
+    listenTo(*httpDownload_);
     // Held shared while the job lives, so that another instance's wipe passes it by.
     tempfileLock_ = ::open(QFile::encodeName(tempfile()).constData(), O_RDONLY | O_CLOEXEC);
     if (tempfileLock_ >= 0)
@@ -202,8 +198,75 @@ void DownloadItem::startDownload()
     throwUpdateEvent();
 }
 
+void DownloadItem::listenTo(HTTPDownload& download)
+{
+    // The job holds the transfer, so the transfer's events hold the job weakly.
+    const std::weak_ptr<DownloadItem> self = shared_from_this();
+    download.updateEvent.set([self](HTTPDownload& d) {
+        if (const auto item = self.lock())
+            item->downloadUpdateEvent(d);
+    });
+    download.finishEvent.set([self](HTTPDownload& d) {
+        if (const auto item = self.lock())
+            item->downloadFinishEvent(d);
+    });
+    download.expiredEvent.set([self](HTTPDownload& d) {
+        if (const auto item = self.lock())
+            item->downloadExpiredEvent(d);
+    });
+}
+
+void DownloadItem::showRetrying(const HTTPDownload& download)
+{
+    if (state_ != State::Downloading)
+        return;
+    if (const auto retry = download.retrying())
+        statusString_.set(platform::Localization::string("DownloadItem.Retrying").arg(retry->first).arg(retry->second));
+    else
+        statusString_.set(platform::Localization::string("DownloadItem.Downloading"));
+}
+
+void DownloadItem::downloadExpiredEvent(HTTPDownload& download)
+{
+    if (state_ != State::Downloading)
+        return;
+    const QString formatId = streamOf(download)->formatId();
+    const QString answer = QStringLiteral("The server answered with status %1.").arg(download.statusCode());
+    if (++reextractions_ > mostReextractions || formatId.isEmpty()) {
+        stopTransfers();
+        fail(answer);
+        return;
+    }
+    Log::line(QStringLiteral("The stream's address expired: the video's streams are read again"));
+    const auto again = video_->fresh();
+    const std::weak_ptr<DownloadItem> self = weak_from_this();
+    platform::WorkerPool::run(
+        QCoreApplication::instance(),
+        [again] {
+            try {
+                again->parseUrls();
+                return QString();
+            } catch (const youtube_error& e) {
+                return QString::fromUtf8(e.what());
+            }
+        },
+        [self, again, transfer = download.shared_from_this(), formatId, answer](const QString& error) {
+            const auto item = self.lock();
+            if (!item || item->state() != State::Downloading)
+                return;
+            const auto stream = error.isEmpty() ? again->streamOfFormat(formatId) : nullptr;
+            if (!stream) {
+                item->stopTransfers();
+                item->fail(error.isEmpty() ? answer : error);
+                return;
+            }
+            transfer->continueAt(stream->url());
+        });
+}
+
 void DownloadItem::downloadUpdateEvent(HTTPDownload& download)
 {
+    showRetrying(download);
     const auto offset = download.offset();
     const auto length = download.length();
     setProgress(offset ? std::optional<qint64>(static_cast<qint64>(*offset)) : std::nullopt, length);

@@ -62,6 +62,11 @@ public:
 
     virtual void downloadUpdateEvent(HTTPDownload& download);
     virtual void downloadFinishEvent(HTTPDownload& download);
+    // The stream's address expired on the way: its streams are read again and
+    // the transfer goes on at the new address of the same format; at most
+    // three times a job, then it fails with the server's answer.
+    void downloadExpiredEvent(HTTPDownload& download);
+    static constexpr int mostReextractions = 3;
 
     State state() const { return state_; }
     // Saves a sound track (else a video).
@@ -118,6 +123,14 @@ protected:
         if (httpDownload_)
             httpDownload_->cancel();
     }
+    // Every transfer of the job (a joined video has two).
+    virtual void stopTransfers() { stopTransfer(); }
+    // The stream a transfer of the job fetches.
+    virtual std::shared_ptr<YouTubeUrl> streamOf(const HTTPDownload&) const { return url_; }
+    // The status says when a piece of the transfer is being asked for again.
+    void showRetrying(const HTTPDownload& download);
+    // Its events, for a transfer of the job's own.
+    void listenTo(HTTPDownload& download);
 
 private:
     std::shared_ptr<HTTPDownload> httpDownload_;
@@ -137,5 +150,6 @@ private:
     int tempfileLock_ = -1;
     std::chrono::milliseconds transferTimeout_{60000};
     int connections_ = 0; // 0: the setting
+    int reextractions_ = 0;
     int retries_ = HTTPDownload::defaultRetries;
 };

@@ -56,15 +56,7 @@ void JoinedVideoDownloadItem::startDownload()
     soundDownload_->setConnections(1);
     soundDownload_->setChunkSize(sound_->chunkSize());
     soundDownload_->setRetries(retries());
-    const std::weak_ptr<DownloadItem> self = shared_from_this();
-    soundDownload_->updateEvent.set([self](HTTPDownload& d) {
-        if (const auto item = self.lock())
-            item->downloadUpdateEvent(d);
-    });
-    soundDownload_->finishEvent.set([self](HTTPDownload& d) {
-        if (const auto item = self.lock())
-            item->downloadFinishEvent(d);
-    });
+    listenTo(*soundDownload_);
     // Held shared, so that another instance's start-up wipe passes it by.
     soundLock_ = ::open(QFile::encodeName(soundFile_).constData(), O_RDONLY | O_CLOEXEC);
     if (soundLock_ >= 0)
@@ -74,10 +66,23 @@ void JoinedVideoDownloadItem::startDownload()
 
 void JoinedVideoDownloadItem::downloadUpdateEvent(HTTPDownload& download)
 {
+    showRetrying(download);
     Part& part = &download == soundDownload_.get() ? soundPart_ : picturePart_;
     part.offset = download.offset();
     part.length = download.length();
     showProgress();
+}
+
+void JoinedVideoDownloadItem::stopTransfers()
+{
+    stopTransfer();
+    if (soundDownload_)
+        soundDownload_->cancel();
+}
+
+std::shared_ptr<YouTubeUrl> JoinedVideoDownloadItem::streamOf(const HTTPDownload& download) const
+{
+    return &download == soundDownload_.get() ? sound_ : DownloadItem::streamOf(download);
 }
 
 void JoinedVideoDownloadItem::showProgress()

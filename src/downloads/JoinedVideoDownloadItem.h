@@ -22,6 +22,8 @@ public:
     void startDownload() override;
     void downloadUpdateEvent(HTTPDownload& download) override;
     void downloadFinishEvent(HTTPDownload& download) override;
+    void stopTransfers() override;
+    std::shared_ptr<YouTubeUrl> streamOf(const HTTPDownload& download) const override;
     void cancel() override;
 
     std::shared_ptr<YouTubeUrl> sound() const { return sound_; }

@@ -64,6 +64,32 @@ struct stand_in : service_process {
     }
 };
 
+// What the stand-in says it sent of each media answer.
+struct media_answer {
+    QString id;
+    int status = 0;
+    qint64 first = -1, last = -1; // the range, inclusive; -1 for an error's
+    qint64 sent = 0;
+};
+
+std::vector<media_answer> mediaAnswers(const QByteArray& printed)
+{
+    std::vector<media_answer> answers;
+    for (const QByteArray& line : printed.split('\n')) {
+        const QList<QByteArray> f = line.split(' ');
+        if (f.size() != 6 || f[0] != "media")
+            continue;
+        media_answer a{QString::fromUtf8(f[1]), f[3].toInt()};
+        if (const qsizetype dash = f[4].indexOf('-'); dash > 0) {
+            a.first = f[4].left(dash).toLongLong();
+            a.last = f[4].mid(dash + 1).toLongLong();
+        }
+        a.sent = f[5].toLongLong();
+        answers.push_back(a);
+    }
+    return answers;
+}
+
 // The last line a run printed: where the file went, on success.
 QString lastLine(const QString& output)
 {
@@ -272,6 +298,76 @@ TEST_F(EndToEnd, SecondProgramLeavesTheFirstOnesDownloadAlone)
     ASSERT_EQ(r.status, 0) << r.output.toStdString();
     EXPECT_EQ(media::contents(lastLine(r.output)), media::contents(mediaFile(first->id, 22)));
     // (The second one's converted stream stays in the cache until the next start.)
+}
+
+// A stream cut short three times is asked for again from its last byte each
+// time and arrives whole; an address that expires on the way is read again from
+// the watch page and the rest fetched there; a service that throttles wide
+// ranges gets none.
+TEST_F(EndToEnd, TransfersGoOnWhereTheyBrokeAndAskForNarrowPieces)
+{
+    const video* v = bestIs(22);
+    ASSERT_TRUE(v);
+    const QByteArray whole = media::contents(mediaFile(v->id, 22));
+    {
+        stand_in s({"--cut-stream", v->id + ":300000:3"});
+        const QString file = user.saved(s.base(), {"--connections", "1", "video", "--no-convert", s.watch(v->id)});
+        EXPECT_EQ(media::contents(file), whole);
+        QFile::remove(file);
+        s.stop();
+        const auto answers = mediaAnswers(s.printed());
+        ASSERT_EQ(answers.size(), 4u) << s.printed().toStdString();
+        // Each one asked for the rest from where the last one broke (what the
+        // connection still held when it closed is what came).
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(answers[i].sent, 300000);
+            EXPECT_GT(answers[i + 1].first, answers[i].first);
+            EXPECT_LE(answers[i + 1].first, answers[i].first + 300000);
+        }
+        EXPECT_EQ(answers.back().last, whole.size() - 1);
+    }
+    {
+        // Late, and cut once: the second request comes after the address expired.
+        stand_in s({"--expire", "1", "--latency", "media=1500", "--cut-stream", v->id + ":200000:1"});
+        const QString file = user.saved(s.base(), {"--connections", "1", "video", "--no-convert", s.watch(v->id)});
+        EXPECT_EQ(media::contents(file), whole);
+        QFile::remove(file);
+        s.stop();
+        const auto answers = mediaAnswers(s.printed());
+        EXPECT_TRUE(std::ranges::any_of(answers, [](const media_answer& a) { return a.status == 403; }))
+            << s.printed().toStdString();
+        EXPECT_EQ(answers.back().status, 206);
+        EXPECT_GT(answers.back().first, 0);
+    }
+    {
+        // yt-dlp says how wide a piece may be; a wide one would crawl.
+        stand_in s({"--throttle", "64"});
+        const QString program = user.home() + "/narrow yt-dlp";
+        QFile script(program);
+        ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\nfor a; do last=$a; done\n"
+                     "info=$(mktemp)\n"
+                     "/usr/bin/yt-dlp --ignore-config -J \"$last\" | /usr/bin/python3 -c '\n"
+                     "import json, sys\n"
+                     "info = json.load(sys.stdin)\n"
+                     "for f in info[\"formats\"]:\n"
+                     "    f[\"downloader_options\"] = {\"http_chunk_size\": 262144}\n"
+                     "json.dump(info, open(sys.argv[1], \"w\"))' \"$info\"\n"
+                     "exec /usr/bin/yt-dlp --load-info-json \"$info\" \"$@\"\n");
+        script.close();
+        script.setPermissions(script.permissions() | QFile::ExeOwner);
+        Settings::setEngineChoice({engine::Kind::ytDlp, program, {}});
+        const QString file = user.saved(s.base(), {"video", "--no-convert", s.watch(v->id)});
+        Settings::setEngineChoice({});
+        EXPECT_EQ(media::contents(file), whole);
+        s.stop();
+        const auto answers = mediaAnswers(s.printed());
+        ASSERT_GE(answers.size(), 10u) << s.printed().toStdString();
+        for (const media_answer& a : answers) {
+            EXPECT_EQ(a.status, 206);
+            EXPECT_LE(a.last - a.first + 1, 262144);
+        }
+    }
 }
 
 // A service in the wrong hands: what it names on this machine is never read, and

@@ -83,6 +83,13 @@ public:
         extracted_ = true;
     }
 
+    std::shared_ptr<YouTubeVideo> fresh() const override
+    {
+        auto again = std::make_shared<AutoVideo>(engine_, link(), parserService());
+        again->setTitle(title());
+        return again;
+    }
+
     void abortParsing() override
     {
         cancelled_ = true;

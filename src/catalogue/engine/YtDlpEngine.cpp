@@ -100,6 +100,13 @@ public:
             cancel->cancel();
     }
 
+    std::shared_ptr<YouTubeVideo> fresh() const override
+    {
+        auto again = std::make_shared<YtDlpVideo>(link(), runs_);
+        again->setTitle(title());
+        return again;
+    }
+
 private:
     const Runs runs_;
     std::mutex once_;

@@ -403,5 +403,21 @@
         <source>Retrying (%1 of %2) …</source>
         <translation>Neuer Versuch (%1 von %2) …</translation>
     </message>
+    <message id="Downloads.Pause">
+        <source>Pause</source>
+        <translation>Anhalten</translation>
+    </message>
+    <message id="Downloads.Resume">
+        <source>Resume</source>
+        <translation>Fortsetzen</translation>
+    </message>
+    <message id="Downloads.Interrupted">
+        <source>Interrupted</source>
+        <translation>Unterbrochen</translation>
+    </message>
+    <message id="DownloadItem.Paused">
+        <source>Paused</source>
+        <translation>Angehalten</translation>
+    </message>
 </context>
 </TS>

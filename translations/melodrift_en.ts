@@ -403,5 +403,21 @@
         <source>Retrying (%1 of %2) …</source>
         <translation>Retrying (%1 of %2) …</translation>
     </message>
+    <message id="Downloads.Pause">
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message id="Downloads.Resume">
+        <source>Resume</source>
+        <translation>Resume</translation>
+    </message>
+    <message id="Downloads.Interrupted">
+        <source>Interrupted</source>
+        <translation>Interrupted</translation>
+    </message>
+    <message id="DownloadItem.Paused">
+        <source>Paused</source>
+        <translation>Paused</translation>
+    </message>
 </context>
 </TS>

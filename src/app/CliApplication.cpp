@@ -7,6 +7,7 @@
 #include "downloads/DownloadHistory.h"
 #include "downloads/DownloadItem.h"
 #include "downloads/HistoryQueue.h"
+#include "downloads/PartialJob.h"
 #include "downloads/Settings.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
@@ -32,6 +33,7 @@ const char* const commandsText = R"(Commands:
   audio ADDRESS          save the video's sound track as MP3 in the Downloads folder
   video ADDRESS          save the video in the Downloads folder (as MP4 when converted)
   history                list every download, newest first: date, kind, title, file, size, state
+  resume                 go on with every download an earlier run left unfinished
   tools                  show the yt-dlp and the JavaScript runtime that run: version, whose, age, path
   tools update           get the current yt-dlp and Deno releases, verified, into Melodrift's own folder)";
 
@@ -255,6 +257,8 @@ int CliApplication::run()
     }
     if (command == QLatin1String("history"))
         return words.isEmpty() ? history() : usage(QStringLiteral("history takes no words."));
+    if (command == QLatin1String("resume"))
+        return words.isEmpty() ? resumeAll() : usage(QStringLiteral("resume takes no words."));
     if (command == QLatin1String("search"))
         return words.isEmpty() ? usage(QStringLiteral("search needs words.")) : search(words);
     if (command != QLatin1String("streams") && command != QLatin1String("audio") && command != QLatin1String("video"))
@@ -364,6 +368,24 @@ int CliApplication::history()
     }
 }
 
+namespace {
+
+// The downloads of earlier runs that were cut off and can go on: not finished,
+// their bytes kept, and no program holding them. The cache's left-overs go first.
+QList<std::pair<DownloadRecord, PartialJob>> interruptedDownloads()
+{
+    DownloadHistory store;
+    DownloadItem::Cleanup(&store);
+    QList<std::pair<DownloadRecord, PartialJob>> found;
+    for (const DownloadRecord& entry : store.unfinished())
+        if (!PartialJob::isHeld(entry.partial))
+            if (const auto job = PartialJob::read(entry.partial))
+                found.append({entry, *job});
+    return found;
+}
+
+} // namespace
+
 int CliApplication::download(const QString& address, bool audio, std::optional<bool> convert)
 {
     // Refused before anything is fetched.
@@ -372,17 +394,62 @@ int CliApplication::download(const QString& address, bool audio, std::optional<b
         complain(QStringLiteral("Cannot save into %1: %2.").arg(folder, why));
         return 1;
     }
+    // The same command for the same video as a run that was cut off goes on where it stopped.
+    const QUrl url(address, QUrl::StrictMode);
+    for (const auto& [entry, job] : interruptedDownloads())
+        if (QUrl(entry.link) == url && entry.audio == audio)
+            return resume(entry, job, folder);
+
     const auto video = videoAt(address);
     if (!video)
         return 1;
-    // Left-overs of earlier runs go; what another running instance holds stays.
-    DownloadItem::Cleanup();
     const std::shared_ptr<DownloadItem> job = DownloadItem::initBest(video, audio, convert);
     if (!job) {
         complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(address));
         return 1;
     }
     job->setDownloadFolder(folder);
+    return record(job);
+}
+
+int CliApplication::resumeAll()
+{
+    const auto interrupted = interruptedDownloads();
+    if (interrupted.isEmpty()) {
+        print(QStringLiteral("No download was cut off.\n"));
+        return 0;
+    }
+    int status = 0;
+    for (const auto& [entry, job] : interrupted) {
+        print(entry.title + QLatin1Char('\n'));
+        status = std::max(status, resume(entry, job, output_.isEmpty() ? job.folder : output_));
+    }
+    return status;
+}
+
+int CliApplication::resume(const DownloadRecord& entry, const PartialJob& partialJob, const QString& folder)
+{
+    const auto [done, total] = partialJob.progress(entry.partial);
+    if (total > 0)
+        print(QStringLiteral("Going on where an earlier run stopped (%1 %).\n").arg(done * 100 / total));
+    // The streams are read again: their addresses expire.
+    const auto video = videoAt(entry.link);
+    if (!video)
+        return 1;
+    auto job = DownloadItem::initResumed(video, partialJob, entry.partial);
+    if (!job) // its streams are no longer offered: begun anew
+        job = DownloadItem::initBest(video, entry.audio);
+    if (!job) {
+        complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(entry.link));
+        return 1;
+    }
+    job->setDownloadFolder(folder.isEmpty() ? Settings::downloadFolder() : folder);
+    job->setResumedEntry(entry.id);
+    return record(job);
+}
+
+int CliApplication::record(const std::shared_ptr<DownloadItem>& job)
+{
     // Written when the job is added and when it ends, as the window writes it,
     // so that a kill loses nothing that ended; the store waits for its writes.
     HistoryQueue history;

@@ -9,6 +9,8 @@
 #include <optional>
 
 class DownloadItem;
+struct DownloadRecord;
+struct PartialJob;
 class YouTubeVideo;
 
 // melodrift-cli: searches, lists streams and downloads with the same catalogue
@@ -27,6 +29,10 @@ private:
     int updateTools(const QString& chosen);
     int streams(const QString& address);
     int download(const QString& address, bool audio, std::optional<bool> convert);
+    int resumeAll();
+    int resume(const DownloadRecord& entry, const PartialJob& job, const QString& folder);
+    // Follows the job to its end, written to the history when added and when ended.
+    int record(const std::shared_ptr<DownloadItem>& job);
 
     // The video at a watch-page address with its streams, or nothing after
     // saying why.

@@ -34,6 +34,8 @@ const char* const migrations[] = {
     "  size INTEGER NOT NULL DEFAULT -1,"
     "  state TEXT NOT NULL,"
     "  reason TEXT NOT NULL DEFAULT '')",
+    // 2: where an unfinished download's bytes are, to go on from there.
+    "ALTER TABLE downloads ADD COLUMN partial TEXT NOT NULL DEFAULT ''",
 };
 static_assert(std::size(migrations) == DownloadHistory::schemaVersion);
 
@@ -163,13 +165,13 @@ qint64 DownloadHistory::add(const DownloadRecord& entry)
     if (!open_)
         return 0;
     QSqlQuery query(QSqlDatabase::database(connection_, false));
-    query.prepare(QStringLiteral("INSERT INTO downloads (added, ended, audio, kind, title, link, file, size, state, reason) "
-                                 "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
+    query.prepare(QStringLiteral("INSERT INTO downloads (added, ended, audio, kind, title, link, file, size, state, "
+                                 "reason, partial) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
     for (const QVariant& value :
          {QVariant(entry.added.isValid() ? entry.added.toMSecsSinceEpoch() : QDateTime::currentMSecsSinceEpoch()),
           timeValue(entry.ended), QVariant(entry.audio ? 1 : 0), text(entry.kind), text(entry.title),
           text(entry.link), text(entry.file), QVariant(entry.size), QVariant(stateName(entry.state)),
-          text(entry.reason)})
+          text(entry.reason), text(entry.partial)})
         query.addBindValue(value);
     if (!query.exec()) {
         Log::line(QStringLiteral("The download history cannot be written: ") + query.lastError().text());
@@ -183,11 +185,12 @@ void DownloadHistory::update(const DownloadRecord& entry)
     if (!open_ || entry.id == 0)
         return;
     QSqlQuery query(QSqlDatabase::database(connection_, false));
-    query.prepare(QStringLiteral("UPDATE downloads SET ended = ?, kind = ?, file = ?, size = ?, state = ?, reason = ? "
-                                 "WHERE id = ?"));
+    query.prepare(QStringLiteral("UPDATE downloads SET ended = ?, kind = ?, file = ?, size = ?, state = ?, reason = ?, "
+                                 "partial = ? WHERE id = ?"));
     const QDateTime ended = entry.ended.isValid() || !entry.hasEnded() ? entry.ended : QDateTime::currentDateTimeUtc();
     for (const QVariant& value : {timeValue(ended), text(entry.kind), text(entry.file), QVariant(entry.size),
-                                  QVariant(stateName(entry.state)), text(entry.reason), QVariant(entry.id)})
+                                  QVariant(stateName(entry.state)), text(entry.reason),
+                                  text(entry.hasEnded() ? QString() : entry.partial), QVariant(entry.id)})
         query.addBindValue(value);
     if (!query.exec())
         Log::line(QStringLiteral("The download history cannot be written: ") + query.lastError().text());
@@ -238,6 +241,22 @@ QList<DownloadRecord> DownloadHistory::newerThan(qint64 id) const
     return select(QStringLiteral("WHERE id > ? ORDER BY id DESC"), {id});
 }
 
+QList<DownloadRecord> DownloadHistory::unfinished() const
+{
+    return select(QStringLiteral("WHERE state = ? AND partial != '' ORDER BY id"), {stateName(DownloadRecord::State::Running)});
+}
+
+void DownloadHistory::forgetPartials(const QDateTime& addedBefore)
+{
+    if (!open_)
+        return;
+    QSqlQuery query(QSqlDatabase::database(connection_, false));
+    query.prepare(QStringLiteral("UPDATE downloads SET partial = '' WHERE partial != '' AND added < ?"));
+    query.addBindValue(addedBefore.toMSecsSinceEpoch());
+    if (!query.exec())
+        Log::line(QStringLiteral("The download history cannot be written: ") + query.lastError().text());
+}
+
 QList<DownloadRecord> DownloadHistory::select(const QString& where, const QVariantList& values) const
 {
     QList<DownloadRecord> entries;
@@ -245,7 +264,7 @@ QList<DownloadRecord> DownloadHistory::select(const QString& where, const QVaria
         return entries;
     QSqlQuery query(QSqlDatabase::database(connection_, false));
     query.setForwardOnly(true);
-    query.prepare(QStringLiteral("SELECT id, added, ended, audio, kind, title, link, file, size, state, reason "
+    query.prepare(QStringLiteral("SELECT id, added, ended, audio, kind, title, link, file, size, state, reason, partial "
                                  "FROM downloads ") + where);
     for (const QVariant& value : values)
         query.addBindValue(value);
@@ -265,6 +284,7 @@ QList<DownloadRecord> DownloadHistory::select(const QString& where, const QVaria
         entry.size = query.value(8).toLongLong();
         entry.state = stateOf(query.value(9).toString());
         entry.reason = query.value(10).toString();
+        entry.partial = query.value(11).toString();
         entries.append(entry);
     }
     return entries;

@@ -16,7 +16,7 @@
 // beside itself and never deleted, and a new one is begun.
 class DownloadHistory {
 public:
-    static constexpr int schemaVersion = 1;
+    static constexpr int schemaVersion = 2;
 
     // The store at path; the default is history.sqlite in the user's data folder.
     explicit DownloadHistory(const QString& path = defaultPath());
@@ -47,6 +47,10 @@ public:
     QList<DownloadRecord> olderThan(qint64 id, int count) const;
     // Every entry newer than the entry id, newest first.
     QList<DownloadRecord> newerThan(qint64 id) const;
+    // The downloads not finished whose bytes are still kept, oldest first.
+    QList<DownloadRecord> unfinished() const;
+    // Those added before then keep their bytes no longer.
+    void forgetPartials(const QDateTime& addedBefore);
 
 private:
     QList<DownloadRecord> select(const QString& where, const QVariantList& values) const;

@@ -1,23 +1,23 @@
 #include "downloads/DownloadItem.h"
 
 #include "core/youtube_error.h"
-#include "platform/WorkerPool.h"
-
-#include <QCoreApplication>
-
 #include "downloads/AudioDownloadItem.h"
-#include "downloads/VideoDownloadItem.h"
-
+#include "downloads/DownloadHistory.h"
+#include "downloads/JoinedVideoDownloadItem.h"
 #include "downloads/Settings.h"
+#include "downloads/VideoDownloadItem.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
 #include "platform/Text.h"
 #include "platform/UserFolders.h"
+#include "platform/WorkerPool.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QSet>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -108,6 +108,101 @@ std::shared_ptr<DownloadItem> DownloadItem::initWithStream(const std::shared_ptr
     return VideoDownloadItem::init(video, stream);
 }
 
+std::shared_ptr<DownloadItem> DownloadItem::initResumed(const std::shared_ptr<YouTubeVideo>& video,
+                                                        const PartialJob& job, const QString& partial)
+{
+    const auto stream = video->streamOfFormat(job.format);
+    if (!stream)
+        return nullptr;
+    std::shared_ptr<DownloadItem> item;
+    if (job.audio) {
+        item = AudioDownloadItem::initWithBitrate(video, stream, audioBitrate);
+    } else if (!job.soundFormat.isEmpty()) {
+        const auto sound = video->streamOfFormat(job.soundFormat);
+        if (!sound)
+            return nullptr;
+        item = JoinedVideoDownloadItem::init(video, stream, sound);
+    } else {
+        const auto made = VideoDownloadItem::init(video, stream);
+        if (job.convert)
+            made->setConvert(*job.convert);
+        item = made;
+    }
+    item->adoptPartial(partial, job);
+    if (!job.folder.isEmpty())
+        item->setDownloadFolder(job.folder);
+    return item;
+}
+
+PartialJob DownloadItem::partialJob() const
+{
+    PartialJob job;
+    job.link = video_->link().toString();
+    job.title = video_->title();
+    job.audio = isAudio();
+    job.format = url_->formatId();
+    job.folder = downloadFolder();
+    return job;
+}
+
+void DownloadItem::adoptPartial(const QString& partial, const PartialJob&)
+{
+    tempfile_.set(partial);
+    resume_ = true;
+}
+
+bool DownloadItem::takeStreams(const YouTubeVideo& again)
+{
+    const auto stream = again.streamOfFormat(url_->formatId());
+    if (!stream)
+        return false;
+    url_->setUrl(stream->url());
+    return true;
+}
+
+void DownloadItem::pause()
+{
+    if (state_ != State::Downloading)
+        return;
+    Log::line(QStringLiteral("Paused: ") + video_->title());
+    stopTransfers();
+    setState(State::Paused, "DownloadItem.Paused");
+    throwUpdateEvent();
+}
+
+void DownloadItem::resume()
+{
+    if (state_ != State::Paused)
+        return;
+    setState(State::Waiting, "DownloadItem.Waiting");
+    throwUpdateEvent();
+    // The streams' addresses may have expired meanwhile: read again.
+    const auto again = video_->fresh();
+    const std::weak_ptr<DownloadItem> self = weak_from_this();
+    platform::WorkerPool::run(
+        QCoreApplication::instance(),
+        [again] {
+            try {
+                again->parseUrls();
+                return QString();
+            } catch (const youtube_error& e) {
+                return QString::fromUtf8(e.what());
+            }
+        },
+        [self, again](const QString& error) {
+            const auto item = self.lock();
+            if (!item || item->state() != State::Waiting)
+                return;
+            if (!error.isEmpty() || !item->takeStreams(*again)) {
+                item->fail(error.isEmpty() ? QStringLiteral("The stream is no longer offered.") : error);
+                return;
+            }
+            item->dropTransfers();
+            item->resume_ = true;
+            item->startDownload();
+        });
+}
+
 DownloadItem::~DownloadItem()
 {
     if (httpDownload_)
@@ -133,8 +228,31 @@ QString DownloadItem::getCacheFile()
     return candidate;
 }
 
-void DownloadItem::Cleanup()
+namespace {
+
+// The partial file a record beside it belongs to; the path itself for any other.
+QString ownerOf(const QString& path)
 {
+    for (const QLatin1String suffix : {QLatin1String(".ranges"), QLatin1String(".job")})
+        if (path.endsWith(suffix))
+            return path.chopped(suffix.size());
+    return path;
+}
+
+} // namespace
+
+void DownloadItem::Cleanup(DownloadHistory* history)
+{
+    // What an unfinished download of the history still has stays, for a month.
+    QSet<QString> spared;
+    if (history) {
+        history->forgetPartials(QDateTime::currentDateTimeUtc().addDays(-keptUnfinishedDays));
+        for (const DownloadRecord& entry : history->unfinished()) {
+            const auto job = PartialJob::read(entry.partial);
+            for (const QString& file : job ? job->files(entry.partial) : QStringList{entry.partial})
+                spared.insert(QFileInfo(file).absoluteFilePath());
+        }
+    }
     const QString folder = platform::UserFolders::cache();
     QDirIterator entries(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
     while (entries.hasNext()) {
@@ -145,16 +263,11 @@ void DownloadItem::Cleanup()
                 Log::line(QStringLiteral("cleanup failed: ") + path);
             continue;
         }
-        // A running job of another instance holds its file: leave it.
-        const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
-        if (fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) != 0) {
-            ::close(fd);
+        // A running job of another instance holds its file (and with it its records): leave them.
+        if (spared.contains(info.absoluteFilePath()) || PartialJob::isHeld(ownerOf(path)))
             continue;
-        }
         if (!QFile::remove(path))
             Log::line(QStringLiteral("cleanup failed: ") + path);
-        if (fd >= 0)
-            ::close(fd);
     }
 }
 
@@ -187,6 +300,9 @@ void DownloadItem::startDownload()
     httpDownload_->setConnections(pictureConnections());
     httpDownload_->setChunkSize(url_->chunkSize());
     httpDownload_->setRetries(retries_);
+    httpDownload_->setResume(resume_);
+    // What it needs to go on, should this program end before the job does.
+    partialJob().write(tempfile());
     listenTo(*httpDownload_);
     // Held shared while the job lives, so that another instance's wipe passes it by.
     tempfileLock_ = ::open(QFile::encodeName(tempfile()).constData(), O_RDONLY | O_CLOEXEC);

@@ -3,6 +3,7 @@
 #include "catalogue/YouTubeUrl.h"
 #include "catalogue/YouTubeVideo.h"
 #include "downloads/HTTPDownload.h"
+#include "downloads/PartialJob.h"
 #include "downloads/Settings.h"
 #include "platform/Event.h"
 #include "platform/Property.h"
@@ -19,9 +20,11 @@
 // view, which it tells after every change. The audio and video jobs carry on
 // from there. All of it runs on the main thread, but for what the jobs bring
 // back from their own threads.
+class DownloadHistory;
+
 class DownloadItem : public std::enable_shared_from_this<DownloadItem> {
 public:
-    enum class State { Waiting, Downloading, TransferDone, Converting, Copying, Done, Canceled, Failed };
+    enum class State { Waiting, Downloading, TransferDone, Converting, Copying, Done, Canceled, Failed, Paused };
 
     static std::shared_ptr<DownloadItem> create(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url);
 
@@ -35,6 +38,10 @@ public:
     // The job of one stream the user chose.
     static std::shared_ptr<DownloadItem> initWithStream(const std::shared_ptr<YouTubeVideo>& video,
                                                         const std::shared_ptr<YouTubeUrl>& stream, bool audio);
+    // The job that goes on with the partial file of an earlier one, of a video
+    // whose streams are read; none when its streams are no longer offered.
+    static std::shared_ptr<DownloadItem> initResumed(const std::shared_ptr<YouTubeVideo>& video, const PartialJob& job,
+                                                     const QString& partial);
     virtual ~DownloadItem();
     DownloadItem(const DownloadItem&) = delete;
     DownloadItem& operator=(const DownloadItem&) = delete;
@@ -43,8 +50,11 @@ public:
     static QString getCacheFolder();
     // A path in it that no file has yet.
     static QString getCacheFile();
-    // Empties the cache folder, leaving alone files another running job holds.
-    static void Cleanup();
+    // Empties the cache folder, leaving alone files another running job holds
+    // and, with a history, those of downloads it lists as unfinished (for a
+    // month; older ones it forgets).
+    static void Cleanup(DownloadHistory* history = nullptr);
+    static constexpr int keptUnfinishedDays = 30;
 
     // At most once; a cancelled job is never restarted.
     virtual void startDownload();
@@ -59,6 +69,17 @@ public:
     // Final: a job cancelled never moves on.
     virtual void cancel();
     void throwUpdateEvent();
+    // Stops the transfer while it downloads, keeping what came and freeing the connections.
+    void pause();
+    // Goes on after a pause: the streams read again (addresses expire), the rest fetched.
+    void resume();
+    // What the job needs to go on later, should it stop before its end.
+    virtual PartialJob partialJob() const;
+    // Before start: the transfer goes on with this partial file of an earlier run.
+    virtual void adoptPartial(const QString& partial, const PartialJob& job);
+    // The history entry of an interrupted download it goes on with; 0: none.
+    qint64 resumedEntry() const { return resumedEntry_; }
+    void setResumedEntry(qint64 id) { resumedEntry_ = id; }
 
     virtual void downloadUpdateEvent(HTTPDownload& download);
     virtual void downloadFinishEvent(HTTPDownload& download);
@@ -125,6 +146,12 @@ protected:
     }
     // Every transfer of the job (a joined video has two).
     virtual void stopTransfers() { stopTransfer(); }
+    // A paused job's transfers go; resume makes them anew.
+    virtual void dropTransfers() { httpDownload_.reset(); }
+    // The same streams in a later extraction (their addresses expire): false when gone.
+    virtual bool takeStreams(const YouTubeVideo& again);
+    // Goes on with what the partial files hold.
+    bool resuming() const { return resume_; }
     // The stream a transfer of the job fetches.
     virtual std::shared_ptr<YouTubeUrl> streamOf(const HTTPDownload&) const { return url_; }
     // The status says when a piece of the transfer is being asked for again.
@@ -151,5 +178,7 @@ private:
     std::chrono::milliseconds transferTimeout_{60000};
     int connections_ = 0; // 0: the setting
     int reextractions_ = 0;
+    bool resume_ = false;
+    qint64 resumedEntry_ = 0;
     int retries_ = HTTPDownload::defaultRetries;
 };

@@ -37,5 +37,7 @@ DownloadRecord DownloadRecord::of(const DownloadItem& job)
     default: record.state = State::Running; break;
     }
     record.reason = job.failureReason();
+    if (!record.hasEnded())
+        record.partial = job.tempfile();
     return record;
 }

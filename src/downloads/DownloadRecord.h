@@ -21,8 +21,14 @@ struct DownloadRecord {
     QString file;     // where it was saved (or was to be)
     qint64 size = -1; // bytes, once saved: the store reads it when it writes the end
     State state = State::Running;
-    QString reason;        // why it failed
+    QString reason; // why it failed
+    // While it runs, or when it was cut off: where its bytes are (the stream's partial file).
+    QString partial;
     bool fileGone = false; // not kept: whether a saved file was missing when last looked at
+    // Not kept: an unfinished one whose program is gone, and what its partial files hold.
+    bool interrupted = false;
+    qint64 doneBytes = 0;
+    qint64 totalBytes = -1;
 
     bool hasEnded() const { return state != State::Running; }
 

@@ -20,7 +20,7 @@ namespace {
 // What a connection holds for the reader: a few hundred KiB, whatever the piece.
 constexpr qint64 readBufferBytes = 256 * 1024;
 // The record is written at least this often while bytes arrive.
-constexpr qint64 recordEveryMs = 2000;
+constexpr qint64 recordEveryMs = 500;
 constexpr qint64 largestRecord = 8LL << 20;
 
 // Growing pauses before a piece is asked for again: 1, 2, 4 … at most 30 s.
@@ -101,6 +101,7 @@ void HTTPDownload::discard(const QString& localfile)
 {
     QFile::remove(localfile);
     QFile::remove(recordOf(localfile));
+    QFile::remove(localfile + QStringLiteral(".job"));
 }
 
 HTTPDownload::~HTTPDownload()
@@ -231,7 +232,23 @@ bool HTTPDownload::answer(Piece& piece)
             waiting_ = asked.missing(chunkSize_);
             fill();
         } else if (range->total != have_.total()) {
-            fail({QStringLiteral("http.download"), *status, QStringLiteral("The stream changed its size on the server.")});
+            if (!resume_) {
+                fail({QStringLiteral("http.download"), *status,
+                      QStringLiteral("The stream changed its size on the server.")});
+                return false;
+            }
+            // Another stream than the one the file holds: begun anew.
+            Log::line(QStringLiteral("The stream is no longer the one the file holds: begun anew"));
+            resume_ = false;
+            stopAll();
+            have_ = ByteRanges();
+            mode_ = Mode::probing;
+            output_.resize(0);
+            QFile::remove(recordOf(localfile_));
+            offset_.set(std::nullopt);
+            lastThrowedStatus_.reset();
+            pieces_.emplace_back(0, chunkSize_, true);
+            launch(pieces_.back());
             return false;
         }
         return true;
@@ -433,7 +450,8 @@ void HTTPDownload::complete()
               QStringLiteral("The file holds %1 of the stream's %2 bytes.").arg(QFileInfo(localfile_).size()).arg(*total)});
         return;
     }
-    QFile::remove(recordOf(localfile_));
+    // Kept with the file until its job ends: a paused job's finished stream is not fetched again.
+    saveRecord(true);
     retrying_.set(std::nullopt);
     if (length().value_or(0) > 0)
         report();

@@ -67,7 +67,7 @@ public:
     static QString generateUuidString();
     // Where the record of a file's bytes is kept.
     static QString recordOf(const QString& localfile) { return localfile + QStringLiteral(".ranges"); }
-    // The file and its record go.
+    // The file and its records go.
     static void discard(const QString& localfile);
 
     // Set when the download failed: a status other than 200/206 (domain

@@ -1,8 +1,10 @@
 #include "downloads/HistoryQueue.h"
 
 #include "downloads/DownloadItem.h"
+#include "downloads/PartialJob.h"
 #include "platform/MainThread.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <future>
@@ -11,8 +13,17 @@ namespace {
 
 QList<DownloadRecord> lookedAt(QList<DownloadRecord> entries)
 {
-    for (DownloadRecord& entry : entries)
+    for (DownloadRecord& entry : entries) {
         entry.fileGone = entry.state == DownloadRecord::State::Done && !QFileInfo::exists(entry.file);
+        // Not finished, and no program holds its bytes: it was cut off, and can go on.
+        if (entry.state != DownloadRecord::State::Running || entry.partial.isEmpty() ||
+            !QFileInfo::exists(entry.partial) || PartialJob::isHeld(entry.partial))
+            continue;
+        if (const auto job = PartialJob::read(entry.partial)) {
+            entry.interrupted = true;
+            std::tie(entry.doneBytes, entry.totalBytes) = job->progress(entry.partial);
+        }
+    }
     return entries;
 }
 
@@ -41,11 +52,17 @@ void HistoryQueue::post(std::function<void(DownloadHistory&)> task)
 
 HistoryQueue::Ticket HistoryQueue::added(const DownloadItem& job)
 {
-    auto ticket = std::make_shared<qint64>(0);
+    auto ticket = std::make_shared<qint64>(job.resumedEntry());
     DownloadRecord record = DownloadRecord::of(job);
     record.state = DownloadRecord::State::Running;
-    post([this, ticket, record](DownloadHistory& store) {
-        *ticket = store.add(record);
+    post([this, ticket, record](DownloadHistory& store) mutable {
+        // A job that goes on with an interrupted one is that one's entry.
+        if (*ticket != 0) {
+            record.id = *ticket;
+            store.update(record);
+        } else {
+            *ticket = store.add(record);
+        }
         own_.insert(*ticket);
     });
     return ticket;
@@ -72,9 +89,16 @@ void HistoryQueue::remove(const Ticket& ticket)
     post([ticket](DownloadHistory& store) { store.remove(*ticket); });
 }
 
-void HistoryQueue::remove(qint64 id)
+void HistoryQueue::remove(qint64 id, const QString& partial)
 {
-    post([id](DownloadHistory& store) { store.remove(id); });
+    post([id, partial](DownloadHistory& store) {
+        store.remove(id);
+        if (partial.isEmpty() || PartialJob::isHeld(partial))
+            return;
+        const auto job = PartialJob::read(partial);
+        for (const QString& file : job ? job->files(partial) : QStringList{partial})
+            QFile::remove(file);
+    });
 }
 
 void HistoryQueue::removeEnded()

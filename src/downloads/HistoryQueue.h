@@ -39,7 +39,8 @@ public:
     void ended(const Ticket& ticket, const DownloadItem& job, const QObject* receiver = nullptr,
                Answer<DownloadRecord> done = nullptr);
     void remove(const Ticket& ticket);
-    void remove(qint64 id);
+    // An earlier entry goes; with partial, the bytes of that interrupted download too.
+    void remove(qint64 id, const QString& partial = {});
     // Every ended entry goes, this program's and others'; the files stay.
     void removeEnded();
 

@@ -56,6 +56,7 @@ void JoinedVideoDownloadItem::startDownload()
     soundDownload_->setConnections(1);
     soundDownload_->setChunkSize(sound_->chunkSize());
     soundDownload_->setRetries(retries());
+    soundDownload_->setResume(resuming());
     listenTo(*soundDownload_);
     // Held shared, so that another instance's start-up wipe passes it by.
     soundLock_ = ::open(QFile::encodeName(soundFile_).constData(), O_RDONLY | O_CLOEXEC);
@@ -71,6 +72,41 @@ void JoinedVideoDownloadItem::downloadUpdateEvent(HTTPDownload& download)
     part.offset = download.offset();
     part.length = download.length();
     showProgress();
+}
+
+PartialJob JoinedVideoDownloadItem::partialJob() const
+{
+    PartialJob job = DownloadItem::partialJob();
+    job.soundFormat = sound_->formatId();
+    job.soundPartial = soundFile_;
+    return job;
+}
+
+void JoinedVideoDownloadItem::adoptPartial(const QString& partial, const PartialJob& job)
+{
+    DownloadItem::adoptPartial(partial, job);
+    if (!job.soundPartial.isEmpty()) {
+        HTTPDownload::discard(soundFile_);
+        soundFile_ = job.soundPartial;
+    }
+}
+
+void JoinedVideoDownloadItem::dropTransfers()
+{
+    DownloadItem::dropTransfers();
+    soundDownload_.reset();
+    pictureDone_.reset();
+    picturePart_ = {};
+    soundPart_ = {};
+}
+
+bool JoinedVideoDownloadItem::takeStreams(const YouTubeVideo& again)
+{
+    const auto sound = again.streamOfFormat(sound_->formatId());
+    if (!sound || !DownloadItem::takeStreams(again))
+        return false;
+    sound_->setUrl(sound->url());
+    return true;
 }
 
 void JoinedVideoDownloadItem::stopTransfers()

@@ -25,6 +25,8 @@ public:
     void stopTransfers() override;
     std::shared_ptr<YouTubeUrl> streamOf(const HTTPDownload& download) const override;
     void cancel() override;
+    PartialJob partialJob() const override;
+    void adoptPartial(const QString& partial, const PartialJob& job) override;
 
     std::shared_ptr<YouTubeUrl> sound() const { return sound_; }
     // The file's suffix for the two streams' containers.
@@ -42,9 +44,11 @@ private:
     void showProgress();
     void bothDone();
     void dropSound();
+    void dropTransfers() override;
+    bool takeStreams(const YouTubeVideo& again) override;
 
     const std::shared_ptr<YouTubeUrl> sound_;
-    const QString soundFile_;
+    QString soundFile_;
     std::shared_ptr<HTTPDownload> soundDownload_;
     // The picture's finished transfer, until the sound's is finished too.
     std::shared_ptr<HTTPDownload> pictureDone_;

@@ -145,6 +145,13 @@ std::optional<QString> VideoDownloadItem::copyToDest()
     return output ? std::nullopt : std::optional<QString>(why);
 }
 
+PartialJob VideoDownloadItem::partialJob() const
+{
+    PartialJob job = DownloadItem::partialJob();
+    job.convert = convert_;
+    return job;
+}
+
 void VideoDownloadItem::cancel()
 {
     // A cancel stops a running conversion and a copy too: a cancelled job never finishes.

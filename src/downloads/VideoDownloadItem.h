@@ -21,6 +21,7 @@ public:
     // Decides per job, where the stored setting would; for one run of the
     // command-line front end.
     void setConvert(bool convert) { convert_ = convert; }
+    PartialJob partialJob() const override;
 
     void downloadFinishEvent(HTTPDownload& download) override;
     void cancel() override;

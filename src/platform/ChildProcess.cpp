@@ -332,6 +332,13 @@ void ChildProcess::terminate()
     }
 }
 
+void ChildProcess::kill()
+{
+    std::lock_guard lock(mutex_);
+    if (started_ && !reaped_)
+        signalAll(pid_, SIGKILL);
+}
+
 bool ChildProcess::terminateRequested() const
 {
     std::lock_guard lock(mutex_);

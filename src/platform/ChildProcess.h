@@ -59,6 +59,8 @@ public:
     // it keeps the process from being launched.
     void terminate();
     bool terminateRequested() const;
+    // Ends it at once (SIGKILL), as a crash or the system would: nothing of it runs on.
+    void kill();
     void setKillDelay(std::chrono::milliseconds delay) { killDelay_ = delay; }
     // A process still running at this time, while its output is being read, is
     // terminated as above; timedOut() tells so afterwards.

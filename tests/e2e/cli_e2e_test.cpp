@@ -5,6 +5,7 @@
 #include "service_process.h"
 #include "test_home.h"
 
+#include "downloads/ByteRanges.h"
 #include "downloads/Settings.h"
 
 #include <QDir>
@@ -368,6 +369,61 @@ TEST_F(EndToEnd, TransfersGoOnWhereTheyBrokeAndAskForNarrowPieces)
             EXPECT_LE(a.last - a.first + 1, 262144);
         }
     }
+}
+
+// A run killed half-way leaves its bytes and a record of them; the same command
+// again fetches only the rest, and `resume` does the same for every such run.
+TEST_F(EndToEnd, AKilledRunGoesOnWithWhatItHad)
+{
+    const video* v = bestIs(22);
+    ASSERT_TRUE(v);
+    const QByteArray whole = media::contents(mediaFile(v->id, 22));
+    stand_in s({"--per-connection", "256"});
+    const QStringList command{"--connections", "1", "video", "--no-convert", s.watch(v->id)};
+    const auto killedOnTheWay = [&] {
+        const auto running = user.start(s.base(), command);
+        EXPECT_TRUE(running);
+        // A third of it in the file, and in its record.
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] {
+                const QStringList records = QDir(user.cache()).entryList({"*.ranges"}, QDir::Files);
+                const auto read = records.isEmpty() ? std::nullopt : ByteRanges::fromRecord(media::contents(user.cache() + "/" + records.first()));
+                return read && read->doneBytes() > whole.size() / 3;
+            },
+            20000));
+        running->kill();
+        cli::finish(running.get());
+    };
+    killedOnTheWay();
+    const QString file = user.saved(s.base(), command);
+    EXPECT_EQ(media::contents(file), whole);
+    QFile::remove(file);
+    s.stop();
+    qint64 sent = 0;
+    for (const media_answer& a : mediaAnswers(s.printed()))
+        sent += a.sent;
+    // What the record said it had is not fetched again (what came after it, up to half a second's worth, is).
+    EXPECT_LT(sent, whole.size() + 256 * 1024) << s.printed().toStdString();
+    EXPECT_TRUE(user.run(s.base(), {"history"}).output.contains("  done"));
+
+    stand_in again({"--per-connection", "256"});
+    const QStringList other{"--connections", "1", "video", "--no-convert", again.watch(v->id)};
+    // (The finished run's record stays in the cache until the next wipe.)
+    const QStringList before = QDir(user.cache()).entryList({"*.ranges"}, QDir::Files);
+    const auto running = user.start(again.base(), other);
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] {
+            const QStringList now = QDir(user.cache()).entryList({"*.ranges"}, QDir::Files);
+            return std::ranges::any_of(now, [&](const QString& name) { return !before.contains(name); });
+        },
+        20000));
+    running->kill();
+    cli::finish(running.get());
+    const result resumed = user.run(again.base(), {"resume"});
+    EXPECT_EQ(resumed.status, 0) << resumed.output.toStdString();
+    EXPECT_TRUE(resumed.output.contains("Going on where an earlier run stopped")) << resumed.output.toStdString();
+    EXPECT_EQ(media::contents(lastLine(resumed.output)), whole);
+    EXPECT_EQ(user.run(again.base(), {"resume"}).output, "No download was cut off.\n");
 }
 
 // A service in the wrong hands: what it names on this machine is never read, and

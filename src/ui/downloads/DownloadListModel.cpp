@@ -4,6 +4,7 @@
 
 #include <QFileInfo>
 #include <QHash>
+#include <QLocale>
 
 #include <utility>
 
@@ -28,6 +29,19 @@ State stateOf(DownloadRecord::State state)
     return State::Waiting;
 }
 
+// "Interrupted · 45 % · 50 MB of 110 MB": a download cut off with its program.
+QString interruptedText(const DownloadRecord& record)
+{
+    const QLocale locale;
+    QStringList parts{Localization::string("Downloads.Interrupted")};
+    if (record.totalBytes > 0)
+        parts << QStringLiteral("%1 %").arg(record.doneBytes * 100 / record.totalBytes)
+              << Localization::string("Downloads.BytesOfTotal")
+                     .arg(locale.formattedDataSize(record.doneBytes, 0, QLocale::DataSizeSIFormat),
+                          locale.formattedDataSize(record.totalBytes, 0, QLocale::DataSizeSIFormat));
+    return parts.join(QStringLiteral(" \u00b7 "));
+}
+
 } // namespace
 
 DownloadListModel::DownloadListModel(std::shared_ptr<HistoryQueue> history, QObject* parent)
@@ -48,6 +62,16 @@ void DownloadListModel::addDownload(const std::shared_ptr<DownloadItem>& item)
 {
     // The history's first page is asked for before this job's entry is written.
     start();
+    // One that goes on with an interrupted download takes that one's row.
+    if (const qint64 entry = item->resumedEntry()) {
+        const auto it = std::find_if(past_.begin(), past_.end(), [entry](const DownloadRecord& e) { return e.id == entry; });
+        if (it != past_.end()) {
+            const int row = static_cast<int>(rows_.size() + (it - past_.begin()));
+            beginRemoveRows(QModelIndex(), row, row);
+            past_.erase(it);
+            endRemoveRows();
+        }
+    }
     DownloadRecord record = DownloadRecord::of(*item);
     record.added = QDateTime::currentDateTimeUtc();
     beginInsertRows(QModelIndex(), 0, 0);
@@ -211,8 +235,9 @@ void DownloadListModel::removeEndedRow(int row)
             history_->remove(rows_[static_cast<std::size_t>(row)].ticket);
         rows_.erase(rows_.begin() + row);
     } else {
+        const DownloadRecord& entry = past_[row - jobs];
         if (history_)
-            history_->remove(past_[row - jobs].id);
+            history_->remove(entry.id, entry.interrupted ? entry.partial : QString());
         past_.removeAt(row - jobs);
     }
     endRemoveRows();
@@ -272,10 +297,13 @@ QVariant DownloadListModel::data(const QModelIndex& index, int role) const
             return Localization::string(record.fileGone ? "Downloads.FileGone" : "DownloadItem.Done");
         case DownloadRecord::State::Failed: return Localization::string("DownloadItem.Failed");
         case DownloadRecord::State::Canceled: return Localization::string("DownloadItem.Canceled");
-        case DownloadRecord::State::Running: return Localization::string("Downloads.NotFinished");
+        case DownloadRecord::State::Running:
+            if (record.interrupted)
+                return interruptedText(record);
+            return Localization::string("Downloads.NotFinished");
         }
         return {};
-    case StateRole: return static_cast<int>(state);
+    case StateRole: return static_cast<int>(record.interrupted ? State::Paused : state);
     case ProgressValueRole: return job ? optional(job->progressValue()) : QVariant();
     case ProgressMaxRole: return job ? optional(job->progressMaxValue()) : QVariant();
     case FailureReasonRole: return record.state == DownloadRecord::State::Failed ? record.reason : QString();
@@ -300,6 +328,9 @@ QVariant DownloadListModel::data(const QModelIndex& index, int role) const
     case FileGoneRole: return record.fileGone;
     case LinkRole: return record.link;
     case AudioRole: return record.audio;
+    case HasPauseRole: return job && job->state() == State::Downloading;
+    case HasResumeRole: return job ? job->state() == State::Paused : record.interrupted;
+    case RecordRole: return QVariant::fromValue(record);
     default: return {};
     }
 }

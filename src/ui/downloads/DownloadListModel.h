@@ -42,6 +42,9 @@ public:
         HasRemoveRole,
         LinkRole,                      // the video's watch page
         AudioRole,
+        HasPauseRole,                  // a job that downloads
+        HasResumeRole,                 // a paused job, or an interrupted download of an earlier run
+        RecordRole,                    // the row's DownloadRecord
     };
     using Clock = std::function<TransferRate::Clock::time_point()>;
 
@@ -60,7 +63,8 @@ public:
     void addDownload(const std::shared_ptr<DownloadItem>& item);
     // This run's job in the row while it runs; nothing once it ended, nor for an earlier one.
     std::shared_ptr<DownloadItem> item(int row) const;
-    // An ended row, or an earlier run's, leaves the list and the history; its file stays.
+    // An ended row, or an earlier run's, leaves the list and the history; its
+    // file stays (the bytes of an interrupted one go).
     void removeEndedRow(int row);
     // Every ended row does.
     void clearEnded();

@@ -101,6 +101,10 @@ void DownloadsController::buildView()
                 [this, cell] { showInFolderClicked(tableView_->rowForView(cell)); });
         connect(cell, &downloadlist::MainCell::retryClicked, this,
                 [this, cell] { retryClicked(tableView_->rowForView(cell)); });
+        connect(cell, &downloadlist::MainCell::pauseClicked, this,
+                [this, cell] { pauseClicked(tableView_->rowForView(cell)); });
+        connect(cell, &downloadlist::MainCell::resumeClicked, this,
+                [this, cell] { resumeClicked(tableView_->rowForView(cell)); });
         connect(cell, &downloadlist::MainCell::removeClicked, this,
                 [this, cell] { removeClicked(tableView_->rowForView(cell)); });
         return cell;
@@ -179,6 +183,23 @@ void DownloadsController::showInFolderClicked(int row)
     const QModelIndex index = model_->index(row);
     if (index.data(DownloadListModel::HasShowInFolderRole).toBool())
         platform::Desktop::showInFolder(index.data(DownloadListModel::FileRole).toString());
+}
+
+void DownloadsController::pauseClicked(int row)
+{
+    if (const auto item = model_->item(row))
+        item->pause();
+}
+
+void DownloadsController::resumeClicked(int row)
+{
+    const QModelIndex index = model_->index(row);
+    if (!index.data(DownloadListModel::HasResumeRole).toBool())
+        return;
+    if (const auto item = model_->item(row))
+        item->resume();
+    else
+        emit resumeRequested(index.data(DownloadListModel::RecordRole).value<DownloadRecord>());
 }
 
 void DownloadsController::retryClicked(int row)

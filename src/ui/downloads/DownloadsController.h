@@ -1,5 +1,7 @@
 #pragma once
 
+#include "downloads/DownloadRecord.h"
+
 #include <QObject>
 #include <QPointer>
 
@@ -42,6 +44,8 @@ public:
     void playButtonClicked(int row);
     void showInFolderClicked(int row);
     void retryClicked(int row);
+    void pauseClicked(int row);
+    void resumeClicked(int row);
     void removeClicked(int row);
     void clearFinished();
     void openDownloadsFolder();
@@ -49,6 +53,8 @@ public:
 signals:
     // A new job for the video at the watch page, of the same kind.
     void retryRequested(const QUrl& link, bool audio);
+    // An interrupted download of an earlier run is to go on.
+    void resumeRequested(const DownloadRecord& entry);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

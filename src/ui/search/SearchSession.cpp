@@ -5,7 +5,10 @@
 #include "catalogue/engine/YtDlp.h"
 #include "catalogue/tools/ToolKeeper.h"
 #include "catalogue/tools/Toolbox.h"
+#include "core/youtube_error.h"
 #include "downloads/DownloadItem.h"
+#include "downloads/DownloadRecord.h"
+#include "downloads/PartialJob.h"
 #include "downloads/Settings.h"
 #include "platform/Localization.h"
 #include "platform/Log.h"
@@ -159,6 +162,38 @@ void SearchSession::download(const std::shared_ptr<YouTubeVideo>& video, bool au
 void SearchSession::downloadAgain(const QUrl& link, bool audio)
 {
     download(engine_->videoAt(link), audio);
+}
+
+void SearchSession::resumeEntry(const DownloadRecord& entry)
+{
+    const auto video = engine_->videoAt(QUrl(entry.link));
+    video->setTitle(entry.title);
+    // Its streams are read and its partial job looked at: off this thread.
+    platform::WorkerPool::run(
+        this,
+        [video, partial = entry.partial]() -> std::pair<QString, std::optional<PartialJob>> {
+            try {
+                video->parseUrls();
+            } catch (const youtube_error& e) {
+                return {QString::fromUtf8(e.what()), std::nullopt};
+            }
+            return {QString(), PartialJob::read(partial)};
+        },
+        [this, video, entry](const std::pair<QString, std::optional<PartialJob>>& found) {
+            if (!found.first.isEmpty()) {
+                emit downloadFailed(video, found.first);
+                return;
+            }
+            auto job = found.second ? DownloadItem::initResumed(video, *found.second, entry.partial) : nullptr;
+            if (!job) // its streams are no longer offered: begun anew, its old bytes left for the wipe
+                job = DownloadItem::initBest(video, entry.audio);
+            if (!job) {
+                emit downloadFailed(video, Localization::string("Search.NoStream"));
+                return;
+            }
+            job->setResumedEntry(entry.id);
+            emit jobMade(job);
+        });
 }
 
 void SearchSession::downloadStream(const std::shared_ptr<YouTubeVideo>& video,

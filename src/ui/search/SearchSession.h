@@ -12,6 +12,7 @@
 #include <memory>
 
 class DownloadItem;
+struct DownloadRecord;
 class YouTubeSearch;
 class YouTubeUrl;
 class YouTubeVideo;
@@ -54,6 +55,9 @@ public:
     // The job of one stream the user chose.
     void downloadStream(const std::shared_ptr<YouTubeVideo>& video, const std::shared_ptr<YouTubeUrl>& stream,
                         bool audio);
+    // A new job going on with an interrupted download of an earlier run: its
+    // streams read again and its bytes kept (begun anew when its streams are gone).
+    void resumeEntry(const DownloadRecord& entry);
     // yt-dlp from now on (stored too); the last search runs again.
     void switchToYtDlp();
     // Gets yt-dlp and Deno; the last search runs again once they are there.

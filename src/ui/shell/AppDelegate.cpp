@@ -2,6 +2,7 @@
 
 #include "catalogue/tools/ToolKeeper.h"
 #include "catalogue/tools/Toolbox.h"
+#include "downloads/DownloadHistory.h"
 #include "downloads/DownloadItem.h"
 #include "downloads/HistoryQueue.h"
 #include "downloads/Settings.h"
@@ -135,7 +136,14 @@ void AppDelegate::applicationDidFinishLaunching()
     menu_->setSelectedRow(1);
     menu_->setSubViewNewSearch();
     // The wipe touches the disk: off this thread, and the rest follows it.
-    platform::WorkerPool::run(this, &DownloadItem::Cleanup, [this] { finishLaunching(); });
+    platform::WorkerPool::run(
+        this,
+        [] {
+            // What an unfinished download still has stays for the next try.
+            DownloadHistory history;
+            DownloadItem::Cleanup(&history);
+        },
+        [this] { finishLaunching(); });
 }
 
 void AppDelegate::finishLaunching()

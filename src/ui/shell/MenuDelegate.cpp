@@ -21,6 +21,8 @@ MenuDelegate::MenuDelegate(const platform::ServiceEndpoints& endpoints, AlertPre
     downloadController_ = new DownloadsController(std::move(history), &alerts, this);
     connect(downloadController_, &DownloadsController::retryRequested, newSearchController_,
             &NewSearchController::downloadAgain);
+    connect(downloadController_, &DownloadsController::resumeRequested, newSearchController_->session(),
+            &SearchSession::resumeEntry);
     // Both views belong to the placeholder from the start, shown or not, and
     // with it to the window it is put in.
     newSearchController_->view()->setParent(placeHolderView_);

@@ -95,6 +95,8 @@ MainCell::MainCell(QWidget* parent)
       statusLabel_(new QLabel),
       detailLabel_(new ElidedLabel),
       progressBar_(new QProgressBar),
+      pauseButton_(button("Downloads.Pause")),
+      resumeButton_(button("Downloads.Resume")),
       cancelButton_(button("Downloads.Cancel")),
       playButton_(button("Downloads.Play")),
       showInFolderButton_(button("Downloads.ShowInFolder")),
@@ -125,11 +127,14 @@ MainCell::MainCell(QWidget* parent)
     layout->addWidget(statusLabel_, 2, 0);
     layout->addWidget(detailLabel_, 2, 1);
     int column = 2;
-    for (QPushButton* action : {cancelButton_, playButton_, showInFolderButton_, retryButton_, removeButton_})
+    for (QPushButton* action :
+         {pauseButton_, resumeButton_, cancelButton_, playButton_, showInFolderButton_, retryButton_, removeButton_})
         layout->addWidget(action, 0, column++, 3, 1, Qt::AlignVCenter);
     layout->setColumnStretch(1, 1);
 
     connect(cancelButton_, &QPushButton::clicked, this, &MainCell::cancelClicked);
+    connect(pauseButton_, &QPushButton::clicked, this, &MainCell::pauseClicked);
+    connect(resumeButton_, &QPushButton::clicked, this, &MainCell::resumeClicked);
     connect(playButton_, &QPushButton::clicked, this, &MainCell::playClicked);
     connect(showInFolderButton_, &QPushButton::clicked, this, &MainCell::showInFolderClicked);
     connect(retryButton_, &QPushButton::clicked, this, &MainCell::retryClicked);
@@ -182,6 +187,8 @@ void MainCell::setObjectValue(const QModelIndex& index)
         progressBar_->setRange(0, 0);
     }
     cancelButton_->setVisible(index.data(DownloadListModel::HasCancelButtonRole).toBool());
+    pauseButton_->setVisible(index.data(DownloadListModel::HasPauseRole).toBool());
+    resumeButton_->setVisible(index.data(DownloadListModel::HasResumeRole).toBool());
     playButton_->setVisible(index.data(DownloadListModel::HasPlayButtonRole).toBool());
     showInFolderButton_->setVisible(index.data(DownloadListModel::HasShowInFolderRole).toBool());
     retryButton_->setVisible(index.data(DownloadListModel::HasRetryRole).toBool());

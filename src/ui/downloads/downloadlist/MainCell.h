@@ -17,7 +17,7 @@ namespace downloadlist {
 // One row of the downloads view: its title, status, progress (with bytes,
 // speed and time left while it downloads); once ended, what was saved (kind,
 // file name, size, date) or why it failed; and the row's actions: Cancel, Play,
-// Show in folder, Retry, Remove from list, each while the row offers it. With
+// Show in folder, Retry, Remove from list, Pause and Resume, each while the row offers it. With
 // the focus in the row, Delete removes it and Enter plays it.
 class MainCell : public ModelCell {
     Q_OBJECT
@@ -27,6 +27,8 @@ public:
     void setObjectValue(const QModelIndex& index) override;
 
     QPushButton* cancelButton() const { return cancelButton_; }
+    QPushButton* pauseButton() const { return pauseButton_; }
+    QPushButton* resumeButton() const { return resumeButton_; }
     QPushButton* playButton() const { return playButton_; }
     QPushButton* showInFolderButton() const { return showInFolderButton_; }
     QPushButton* retryButton() const { return retryButton_; }
@@ -42,6 +44,8 @@ public:
 
 signals:
     void cancelClicked();
+    void pauseClicked();
+    void resumeClicked();
     void playClicked();
     void showInFolderClicked();
     void retryClicked();
@@ -56,6 +60,8 @@ private:
     QLabel* statusLabel_;
     ElidedLabel* detailLabel_;
     QProgressBar* progressBar_;
+    QPushButton* pauseButton_;
+    QPushButton* resumeButton_;
     QPushButton* cancelButton_;
     QPushButton* playButton_;
     QPushButton* showInFolderButton_;

@@ -419,5 +419,9 @@
         <source>Paused</source>
         <translation>Angehalten</translation>
     </message>
+    <message id="Settings.Connections">
+        <source>Connections per download:</source>
+        <translation>Verbindungen je Download:</translation>
+    </message>
 </context>
 </TS>

@@ -419,5 +419,9 @@
         <source>Paused</source>
         <translation>Paused</translation>
     </message>
+    <message id="Settings.Connections">
+        <source>Connections per download:</source>
+        <translation>Connections per download:</translation>
+    </message>
 </context>
 </TS>

@@ -37,8 +37,8 @@ QString interruptedText(const DownloadRecord& record)
     if (record.totalBytes > 0)
         parts << QStringLiteral("%1 %").arg(record.doneBytes * 100 / record.totalBytes)
               << Localization::string("Downloads.BytesOfTotal")
-                     .arg(locale.formattedDataSize(record.doneBytes, 0, QLocale::DataSizeSIFormat),
-                          locale.formattedDataSize(record.totalBytes, 0, QLocale::DataSizeSIFormat));
+                     .arg(locale.formattedDataSize(record.doneBytes, 1, QLocale::DataSizeSIFormat),
+                          locale.formattedDataSize(record.totalBytes, 1, QLocale::DataSizeSIFormat));
     return parts.join(QStringLiteral(" \u00b7 "));
 }
 

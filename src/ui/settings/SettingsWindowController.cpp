@@ -22,6 +22,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSpinBox>
 #include <QVBoxLayout>
 #include <QWidget>
 
@@ -46,6 +47,7 @@ struct SettingsWindowController::PendingWrite {
     std::optional<QString> ytDlp;  // empty: the newest found
     std::optional<QString> signIn; // empty: none
     std::optional<bool> keepCurrent;
+    std::optional<int> connections;
     std::atomic<int> unwritten{0};
 
     void write()
@@ -59,7 +61,10 @@ struct SettingsWindowController::PendingWrite {
             now.ytDlp = ytDlp;
             now.signIn = signIn;
             now.keepCurrent = keepCurrent;
+            now.connections = connections;
         }
+        if (now.connections)
+            Settings::setConnectionsPerDownload(*now.connections);
         if (now.convert)
             Settings::setConvertVideos(*now.convert);
         if (now.keepCurrent)
@@ -233,6 +238,16 @@ SettingsWindowController::SettingsWindowController(tools::ToolKeeper* keeper, QO
     folderRow->addWidget(folderLabel_, 1);
     folderRow->addWidget(changeFolderButton_, 0, Qt::AlignTop);
     layout->addLayout(folderRow);
+    connections_ = new QSpinBox;
+    connections_->setRange(1, 8);
+    auto* connectionsLabel = new QLabel(Localization::string("Settings.Connections"));
+    connectionsLabel->setBuddy(connections_);
+    connections_->setAccessibleName(connectionsLabel->text());
+    auto* connectionsRow = new QHBoxLayout;
+    connectionsRow->addWidget(connectionsLabel);
+    connectionsRow->addWidget(connections_);
+    connectionsRow->addStretch(1);
+    layout->addLayout(connectionsRow);
     layout->addStretch(1);
     window_->setMinimumWidth(window_->sizeHint().width() + 40);
 
@@ -255,6 +270,10 @@ SettingsWindowController::SettingsWindowController(tools::ToolKeeper* keeper, QO
         const QString browser = signIn_->itemData(index).toString();
         store([&browser](PendingWrite& pending) { pending.signIn = browser; });
         emit signInChosen(browser);
+    });
+    connect(connections_, &QSpinBox::valueChanged, this, [this](int connections) {
+        if (!showingStored_)
+            store([connections](PendingWrite& pending) { pending.connections = connections; });
     });
     connect(keepCurrent_, &QCheckBox::toggled, this, [this](bool keep) {
         if (!showingStored_)
@@ -358,6 +377,7 @@ void SettingsWindowController::windowDidLoad()
 {
     // A click whose write has not landed yet is what the store will hold.
     std::optional<bool> convert, keepCurrent;
+    std::optional<int> connections;
     std::optional<engine::Kind> kind;
     std::optional<QString> program, signIn;
     {
@@ -367,6 +387,7 @@ void SettingsWindowController::windowDidLoad()
         program = pending_->ytDlp;
         signIn = pending_->signIn;
         keepCurrent = pending_->keepCurrent;
+        connections = pending_->connections;
     }
     const engine::Choice stored = Settings::engineChoice();
     showingStored_ = true;
@@ -374,6 +395,7 @@ void SettingsWindowController::windowDidLoad()
     engineMatrix_->button(idOf(kind.value_or(stored.kind)))->setChecked(true);
     signIn_->setCurrentIndex(std::max(0, signIn_->findData(signIn.value_or(stored.signIn))));
     keepCurrent_->setChecked(keepCurrent.value_or(Settings::keepToolsCurrent()));
+    connections_->setValue(connections.value_or(Settings::connectionsPerDownload()));
     showingStored_ = false;
     folderLabel_->setText(Settings::downloadFolder());
     showTools(program.value_or(stored.ytDlp));

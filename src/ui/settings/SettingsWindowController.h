@@ -15,6 +15,7 @@ class QCheckBox;
 class QComboBox;
 class QLabel;
 class QPushButton;
+class QSpinBox;
 class QWidget;
 namespace tools {
 class ToolKeeper;
@@ -48,6 +49,8 @@ public:
     QCheckBox* keepCurrent() const { return keepCurrent_; }
     // "None" first, then the browsers yt-dlp can sign in as.
     QComboBox* signIn() const { return signIn_; }
+    // How many connections one download may use at once (1 to 8).
+    QSpinBox* connections() const { return connections_; }
 
     void showWindow();
     // The yt-dlp program to run from now on; empty: the newer of Melodrift's own and PATH's.
@@ -93,6 +96,7 @@ private:
     QLabel* updateStatus_;
     QCheckBox* keepCurrent_;
     QComboBox* signIn_;
+    QSpinBox* connections_;
     int toolsAsked_ = 0;
     QString program_; // the yt-dlp shown, where it was found
     QString chosen_;  // the program chosen, as stored

@@ -6,15 +6,17 @@
 #include <QUrl>
 
 #include <cstdio>
+#include <cstdlib>
 
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: %s URL FILE\n", argv[0]);
+    if (argc != 3 && argc != 4) {
+        std::fprintf(stderr, "usage: %s URL FILE [CONNECTIONS]\n", argv[0]);
         return 2;
     }
     const auto download = HTTPDownload::init(QString::fromLocal8Bit(argv[2]), QUrl(QString::fromLocal8Bit(argv[1])));
+    download->setConnections(argc == 4 ? std::atoi(argv[3]) : 1);
     download->start();
     download->waitForFinish();
     if (const auto error = download->error()) {

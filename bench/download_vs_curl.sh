@@ -38,11 +38,17 @@ for file in big small; do
   url="http://127.0.0.1:$port/$file"
   echo "== $file: wall time, $runs runs each"
   hyperfine --style basic --runs "$runs" --warmup 1 \
-    -n HTTPDownload "$driver $url $work/out/driver" \
+    -n "the loopback floor (cat of the file)" "cat $work/www/$file > $work/out/cat" \
+    -n "HTTPDownload, 1 connection" "$driver $url $work/out/driver 1" \
+    -n "HTTPDownload, 4 connections" "$driver $url $work/out/driver4 4" \
     -n curl "curl -s -o $work/out/curl $url"
-  cmp "$work/out/driver" "$work/www/$file" && cmp "$work/out/curl" "$work/www/$file"
-  for client in driver curl; do
-    if [ $client = driver ]; then cmd=("$driver" "$url" "$work/out/driver"); else cmd=(curl -s -o "$work/out/curl" "$url"); fi
+  cmp "$work/out/driver" "$work/www/$file" && cmp "$work/out/driver4" "$work/www/$file" && cmp "$work/out/curl" "$work/www/$file"
+  for client in driver driver4 curl; do
+    case $client in
+      driver) cmd=("$driver" "$url" "$work/out/driver" 1) ;;
+      driver4) cmd=("$driver" "$url" "$work/out/driver4" 4) ;;
+      *) cmd=(curl -s -o "$work/out/curl" "$url") ;;
+    esac
     peak=$(/usr/bin/time -f %M "${cmd[@]}" 2>&1 >/dev/null | tail -n1)
     echo "peak memory $client ($file): ${peak} KiB"
   done

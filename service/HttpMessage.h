@@ -17,6 +17,7 @@ struct HttpRequest {
     std::string host;   // the Host header, empty without one
     std::string range;  // the Range header, empty without one
     std::string body;
+    std::uint64_t connection = 0; // which connection of the server's it came on, from 1
 };
 
 // How a response leaves: whole, cut off part-way through its body, stalled after

@@ -50,14 +50,14 @@ std::string_view reason(int status)
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-std::string head(const HttpResponse& response)
+std::string head(const HttpResponse& response, bool keep)
 {
     std::string out = "HTTP/1.1 " + std::to_string(response.status) + " " + std::string(reason(response.status)) +
                       "\r\nContent-Type: " + response.contentType +
                       "\r\nContent-Length: " + std::to_string(response.contentLength()) + "\r\n";
     for (const auto& [name, value] : response.headers)
         out += name + ": " + value + "\r\n";
-    out += "Connection: close\r\n\r\n";
+    out += keep ? "Connection: keep-alive\r\n\r\n" : "Connection: close\r\n\r\n";
     return out;
 }
 
@@ -153,8 +153,8 @@ void HttpServer::acceptLoop()
         connection.fd = fd;
         ++open_;
         try {
-            connection.thread = std::thread([this, &connection] {
-                serve(connection.fd);
+            connection.thread = std::thread([this, &connection, serial = ++accepted_] {
+                serve(connection.fd, serial);
                 --open_;
                 connection.finished = true;
             });
@@ -185,66 +185,70 @@ bool HttpServer::pauseUntil(std::chrono::steady_clock::time_point until)
     return !stopped_.wait_until(lock, until, [this] { return stopping_; });
 }
 
-void HttpServer::serve(int fd)
+void HttpServer::serve(int fd, std::uint64_t serial)
 {
     Socket socket(fd);
     boost::beast::flat_buffer buffer;
-    http::request_parser<http::string_body> parser;
-    parser.header_limit(static_cast<std::uint32_t>(headerLimit));
-    parser.body_limit(bodyLimit);
+    for (bool keep = true; keep;) {
+        http::request_parser<http::string_body> parser;
+        parser.header_limit(static_cast<std::uint32_t>(headerLimit));
+        parser.body_limit(bodyLimit);
 
-    HttpRequest request;
-    boost::system::error_code error;
-    http::read_header(socket, buffer, parser, error);
-    if (!error && !parser.is_done()) {
-        const auto expect = parser.get()[http::field::expect];
-        if (expect.size() == 12 && std::equal(expect.begin(), expect.end(), "100-continue", [](char a, char b) {
-                return (a | 0x20) == (b | 0x20);
-            }))
-            socket.sendAll("HTTP/1.1 100 Continue\r\n\r\n");
-        http::read(socket, buffer, parser, error);
-    }
-
-    HttpResponse response;
-    if (error == http::error::end_of_stream || error == http::error::partial_message ||
-        (error && error.category() == boost::system::system_category()) || error == boost::asio::error::eof) {
-        ::shutdown(fd, SHUT_RDWR);
-        return; // the client went away
-    }
-    if (error == http::error::body_limit) {
-        response = HttpResponse::text(413, "Request body too large.\n");
-    } else if (error) {
-        response = HttpResponse::text(400, "Bad request: " + error.message() + ".\n");
-    } else {
-        const auto& message = parser.get();
-        request.method = std::string(message.method_string());
-        request.target = std::string(message.target());
-        request.host = std::string(message[http::field::host]);
-        request.range = std::string(message[http::field::range]);
-        request.body = message.body();
-        try {
-            response = handler_(request);
-        } catch (const std::exception& e) {
-            response = HttpResponse::text(500, std::string("Internal error: ") + e.what() + "\n");
-        } catch (...) {
-            response = HttpResponse::text(500, "Internal error.\n");
+        HttpRequest request;
+        request.connection = serial;
+        boost::system::error_code error;
+        http::read_header(socket, buffer, parser, error);
+        if (!error && !parser.is_done()) {
+            const auto expect = parser.get()[http::field::expect];
+            if (expect.size() == 12 && std::equal(expect.begin(), expect.end(), "100-continue", [](char a, char b) {
+                    return (a | 0x20) == (b | 0x20);
+                }))
+                socket.sendAll("HTTP/1.1 100 Continue\r\n\r\n");
+            http::read(socket, buffer, parser, error);
         }
-    }
 
-    if (response.delay.count() > 0 && !pause(response.delay)) {
-        ::shutdown(fd, SHUT_RDWR);
-        return;
+        HttpResponse response;
+        if (error == http::error::end_of_stream || error == http::error::partial_message ||
+            (error && error.category() == boost::system::system_category()) || error == boost::asio::error::eof) {
+            ::shutdown(fd, SHUT_RDWR);
+            return; // the client went away, or is done with the connection
+        }
+        if (error == http::error::body_limit) {
+            response = HttpResponse::text(413, "Request body too large.\n");
+        } else if (error) {
+            response = HttpResponse::text(400, "Bad request: " + error.message() + ".\n");
+        } else {
+            const auto& message = parser.get();
+            request.method = std::string(message.method_string());
+            request.target = std::string(message.target());
+            request.host = std::string(message[http::field::host]);
+            request.range = std::string(message[http::field::range]);
+            request.body = message.body();
+            try {
+                response = handler_(request);
+            } catch (const std::exception& e) {
+                response = HttpResponse::text(500, std::string("Internal error: ") + e.what() + "\n");
+            } catch (...) {
+                response = HttpResponse::text(500, "Internal error.\n");
+            }
+        }
+
+        if (response.delay.count() > 0 && !pause(response.delay)) {
+            ::shutdown(fd, SHUT_RDWR);
+            return;
+        }
+        logRequest(request, response.delivery == Delivery::drop ? 0 : response.status);
+        keep = deliver(fd, request, response,
+                       keepConnections_ && !error && parser.get().keep_alive() && response.delivery == Delivery::whole);
     }
-    logRequest(request, response.delivery == Delivery::drop ? 0 : response.status);
-    deliver(fd, request, response);
 }
 
-void HttpServer::deliver(int fd, const HttpRequest& request, const HttpResponse& response)
+bool HttpServer::deliver(int fd, const HttpRequest& request, const HttpResponse& response, bool keep)
 {
     Socket socket(fd);
     if (response.delivery == Delivery::drop) {
         ::shutdown(fd, SHUT_RDWR);
-        return;
+        return false;
     }
     const bool withBody = request.method != "HEAD";
     const std::uint64_t length = response.contentLength();
@@ -255,7 +259,7 @@ void HttpServer::deliver(int fd, const HttpRequest& request, const HttpResponse&
         bytes = std::min<std::uint64_t>(length / 2, 4096);
 
     std::uint64_t written = 0;
-    bool sent = socket.sendAll(head(response));
+    bool sent = socket.sendAll(head(response, keep));
     if (sent && withBody)
         sent = sendBody(fd, response, bytes, written);
     // Before the client can see the end, so that whoever reads the record after
@@ -265,18 +269,21 @@ void HttpServer::deliver(int fd, const HttpRequest& request, const HttpResponse&
     if (sent && withBody && response.delivery == Delivery::stall) {
         socket.drainUntilClosed();
         ::shutdown(fd, SHUT_RDWR);
-        return;
+        return false;
     }
     if (response.delivery == Delivery::cut) {
         ::shutdown(fd, SHUT_RDWR);
-        return;
+        return false;
     }
+    if (sent && keep)
+        return true;
     // Lets the client read the answer before the connection goes, even when it
     // sent more than was read.
     ::shutdown(fd, SHUT_WR);
     if (sent)
         socket.drainUntilClosed(std::chrono::seconds(1));
     ::shutdown(fd, SHUT_RDWR);
+    return false;
 }
 
 bool HttpServer::sendBody(int fd, const HttpResponse& response, std::uint64_t bytes, std::uint64_t& written)

@@ -14,7 +14,8 @@
 namespace service {
 
 // An HTTP/1.0 and 1.1 server on 127.0.0.1, a thread per connection, one request
-// per connection (answers close it). Request heads are capped at 64 KiB (400
+// per connection (answers close it) unless connections are kept: then an HTTP/1.1
+// client may send the next request on the connection of a whole answer. Request heads are capped at 64 KiB (400
 // beyond) and bodies at 64 MiB (413). Bodies go out in pieces of at most 64 KiB,
 // paced when the response asks for it.
 class HttpServer {
@@ -35,6 +36,8 @@ public:
     // "http://127.0.0.1:PORT"
     std::string base() const;
 
+    // Before start: whole answers leave the connection open for the next request.
+    void keepConnections() { keepConnections_ = true; }
     // Serves every connection with handler until stop. Once only.
     void start(Handler handler);
 
@@ -55,8 +58,9 @@ private:
 
     void acceptLoop();
     void reapFinished();
-    void serve(int fd);
-    void deliver(int fd, const HttpRequest& request, const HttpResponse& response);
+    void serve(int fd, std::uint64_t serial);
+    // False when the connection is over.
+    bool deliver(int fd, const HttpRequest& request, const HttpResponse& response, bool keep);
     bool sendBody(int fd, const HttpResponse& response, std::uint64_t bytes, std::uint64_t& written);
     // Waits, unless the server stops first; false then.
     bool pause(std::chrono::milliseconds delay) { return pauseUntil(std::chrono::steady_clock::now() + delay); }
@@ -70,6 +74,8 @@ private:
     std::thread acceptThread_;
     std::list<Connection> connections_; // the accept thread's, until it has ended
     std::atomic<std::size_t> open_{0};
+    std::uint64_t accepted_ = 0; // the accept thread's
+    bool keepConnections_ = false;
 
     std::mutex mutex_;
     std::condition_variable stopped_;

@@ -62,7 +62,9 @@ HttpResponse MediaEndpoint::answer(const HttpRequest& request, const UrlQuery& q
     const std::string record = "media " + (id.empty() ? std::string("-") : id) + " " +
                                (itag ? std::to_string(*itag) : std::string("-")) + " " +
                                std::to_string(response.status) + " " + range + " ";
-    response.sent = [report = report_, record](std::uint64_t bytes) { report(record + std::to_string(bytes) + "\n"); };
+    response.sent = [report = report_, record, connection = request.connection](std::uint64_t bytes) {
+        report(record + std::to_string(bytes) + " " + std::to_string(connection) + "\n");
+    };
     return response;
 }
 

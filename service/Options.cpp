@@ -78,6 +78,9 @@ struct CommandLine {
                                     QStringLiteral("stream addresses expire SECONDS after their page was made (403 "
                                                    "then)"),
                                     QStringLiteral("SECONDS")};
+    const QCommandLineOption keepAlive{QStringLiteral("keep-alive"),
+                                       QStringLiteral("keep a connection open after a whole answer, for the "
+                                                      "client's next request, as the service's media servers do")};
     const QCommandLineOption feedSize{QStringLiteral("feed-size"),
                                       QStringLiteral("pad every feed answer to N items by repeating matches"),
                                       QStringLiteral("N")};
@@ -95,9 +98,10 @@ struct CommandLine {
             QStringLiteral("The local stand-in of the video service: search feed, watch pages, parser\n"
                            "service, thumbnails and media streams, on 127.0.0.1. The first line written\n"
                            "to standard output is the base address, such as http://127.0.0.1:40123;\n"
-                           "each media answer adds \"media ID ITAG STATUS FIRST-LAST SENT\" once it is over."));
+                           "each media answer adds \"media ID ITAG STATUS FIRST-LAST SENT CONNECTION\" once it\n"
+                           "is over (CONNECTION: which one it came on, counted from 1)."));
         parser.addOptions({port, data, generateOnly, latency, parserMode, failStream, cutStream, stallStream, throttle,
-                           perConnection, expire, feedSize, hostile, help});
+                           perConnection, expire, keepAlive, feedSize, hostile, help});
     }
 
     std::string value(const QCommandLineOption& option) const { return toLocal(parser.value(option)); }
@@ -132,6 +136,7 @@ Options Options::parse(const std::vector<std::string>& arguments)
         fail("Unexpected argument '" + toLocal(line.parser.positionalArguments().constFirst()) + "'.");
 
     options.generateOnly = line.parser.isSet(line.generateOnly);
+    options.keepAlive = line.parser.isSet(line.keepAlive);
     if (line.parser.isSet(line.port)) {
         const std::string text = line.value(line.port);
         const auto port = wholeNumber<unsigned short>(text);

@@ -13,6 +13,7 @@ struct Options {
     unsigned short port = 0;
     std::filesystem::path dataDir; // empty: defaultDataDir()
     bool generateOnly = false;
+    bool keepAlive = false;
     bool help = false;
     Faults faults;
 

@@ -71,6 +71,8 @@ int main(int argc, char** argv)
             return Catalogue(options.dataDir, std::move(videos));
         }();
         HttpServer server(options.port);
+        if (options.keepAlive)
+            server.keepConnections();
         const ServiceRouter router(catalogue, options.faults, server.base());
         server.start([&router](const HttpRequest& request) { return router.handle(request); });
         std::cerr << "melodrift-service: " << catalogue.videos().size() << " videos from " << options.dataDir.string()

@@ -5,6 +5,7 @@
 #include "platform/Version.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 
 int main(int argc, char** argv)
 {
@@ -14,5 +15,10 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QString::fromLatin1(platform::version));
     platform::Localization::install();
     Settings::registerDefaults();
-    return CliApplication(QCoreApplication::arguments()).run();
+    const int status = CliApplication(QCoreApplication::arguments()).run();
+    // What was let go of inside a signal waits for the loop that has ended:
+    // transfers, and the network managers they had.
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return status;
 }

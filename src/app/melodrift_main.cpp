@@ -11,6 +11,7 @@
 #include "ui/widgets/AppStyle.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QCommandLineParser>
 #include <QLoggingCategory>
 
@@ -134,5 +135,9 @@ int main(int argc, char** argv)
     // With the window went its jobs, and a conversion under way with them; what
     // the workers still do (a copy into the Downloads folder, say) ends first.
     platform::WorkerPool::waitForDone();
+    // What was let go of inside a signal waits for the loop that has ended:
+    // transfers, and the network managers they had.
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return status;
 }

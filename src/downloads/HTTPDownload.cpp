@@ -172,8 +172,16 @@ void HTTPDownload::launch(Piece& piece)
     request.url = url_.get();
     request.timeout = timeout_;
     request.readBufferBytes = readBufferBytes;
-    // A manager keeps at most six connections to a host: each piece has its own.
-    request.ownManager = true;
+    // Each piece on a connection of its own, which the next piece takes over.
+    if (!piece.lane) {
+        if (idleLanes_.empty()) {
+            piece.lane = platform::HttpTransfer::newLane();
+        } else {
+            piece.lane = std::move(idleLanes_.back());
+            idleLanes_.pop_back();
+        }
+    }
+    request.lane = piece.lane;
     request.headers = headers_;
     if (mode_ != Mode::whole)
         request.headers.append({"Range", "bytes=" + QByteArray::number(piece.first + piece.written) + '-' +
@@ -354,6 +362,8 @@ bool HTTPDownload::retry(Piece& piece, const QString& why)
 {
     if (piece.transfer)
         piece.transfer->stop();
+    // A connection that broke is not trusted with the next request.
+    piece.lane.reset();
     if (piece.attempts >= retries_)
         return false;
     ++piece.attempts;
@@ -391,6 +401,8 @@ void HTTPDownload::remove(Piece& piece)
         if (&*it == &piece) {
             if (it->pause)
                 it->pause->stop();
+            if (it->lane)
+                idleLanes_.push_back(std::move(it->lane));
             std::list<Piece> gone;
             gone.splice(gone.begin(), pieces_, it);
             platform::MainThread::post([gone = std::make_shared<std::list<Piece>>(std::move(gone))] {

@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 class QTimer;
 
@@ -106,6 +107,7 @@ private:
         int attempts = 0;
         bool probe = false; // the first, which learns whether ranges are served
         bool answered = false;
+        std::shared_ptr<platform::HttpTransfer::Lane> lane;
         std::unique_ptr<platform::HttpTransfer> transfer;
         QTimer* pause = nullptr;
     };
@@ -135,6 +137,8 @@ private:
     Mode mode_ = Mode::probing;
     std::list<Piece> pieces_;
     QList<ByteRanges::Range> waiting_; // ranges not yet asked for
+    // Lanes of pieces that ended, whose open connections serve the next ones.
+    std::vector<std::shared_ptr<platform::HttpTransfer::Lane>> idleLanes_;
     int connections_ = 1;
     qint64 chunkSize_ = defaultChunkSize;
     int retries_ = defaultRetries;

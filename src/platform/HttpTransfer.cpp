@@ -40,7 +40,36 @@ QNetworkAccessManager& threadManager()
     return *managers().localData();
 }
 
+// Transfers of this thread inside one of their hooks: a manager is not
+// destroyed under a reply that is in the middle of a signal.
+thread_local int hooksRunning = 0;
+
 } // namespace
+
+class HttpTransfer::Lane {
+public:
+    Lane() : manager_(new QNetworkAccessManager) {}
+    ~Lane()
+    {
+        // Its replies go with it; inside one of their signals, later.
+        if (hooksRunning > 0)
+            manager_->deleteLater();
+        else
+            delete manager_;
+    }
+    Lane(const Lane&) = delete;
+    Lane& operator=(const Lane&) = delete;
+
+    QNetworkAccessManager& manager() { return *manager_; }
+
+private:
+    QNetworkAccessManager* const manager_;
+};
+
+std::shared_ptr<HttpTransfer::Lane> HttpTransfer::newLane()
+{
+    return std::make_shared<Lane>();
+}
 
 // Shared with the reply's connections: a hook may stop the transfer, or let go
 // of it, and must still return into something alive.
@@ -73,9 +102,8 @@ HttpTransfer::HttpTransfer(const Request& request, std::function<void()> readyRe
     r.setTransferTimeout(static_cast<int>(request.timeout.count()));
     for (const auto& [name, value] : request.headers)
         r.setRawHeader(name, value);
-    if (request.ownManager)
-        own_ = std::make_unique<QNetworkAccessManager>();
-    QNetworkAccessManager& manager = own_ ? *own_ : threadManager();
+    lane_ = request.lane;
+    QNetworkAccessManager& manager = lane_ ? lane_->manager() : threadManager();
     reply_ = request.head ? manager.head(r) : manager.get(r);
     if (request.readBufferBytes > 0)
         reply_->setReadBufferSize(request.readBufferBytes);
@@ -98,9 +126,6 @@ HttpTransfer::HttpTransfer(const Request& request, std::function<void()> readyRe
 HttpTransfer::~HttpTransfer()
 {
     stop();
-    // Its replies go with it; inside one of their signals, later.
-    if (own_ && hooks_->depth > 0)
-        own_.release()->deleteLater();
 }
 
 void HttpTransfer::call(const std::shared_ptr<Hooks>& hooks, std::function<void()> Hooks::*which)
@@ -109,7 +134,9 @@ void HttpTransfer::call(const std::shared_ptr<Hooks>& hooks, std::function<void(
     if (keep->stopped || !(*keep.*which))
         return;
     ++keep->depth;
+    ++hooksRunning;
     (*keep.*which)();
+    --hooksRunning;
     --keep->depth;
 }
 

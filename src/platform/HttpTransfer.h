@@ -21,20 +21,26 @@ namespace platform {
 // where its hooks come too. A hook may stop the transfer or destroy it.
 // Redirects are followed unless they lead from https to http; nothing is
 // cached. The transfers of a thread share one network manager, kept for the
-// thread's life, and with it its open connections, unless one asks for its
-// own. Error codes are QNetworkReply's.
+// thread's life, and with it its open connections, unless one is given a lane.
+// Error codes are QNetworkReply's.
 class HttpTransfer {
 public:
+    // A network manager of one's own, for long transfers given it one after
+    // the other: the thread's manager keeps at most six connections to a host
+    // and makes the next transfers wait, their time-outs running. The
+    // connection a transfer leaves open serves the next one. Used and let go
+    // of on one thread.
+    class Lane;
+    static std::shared_ptr<Lane> newLane();
+
     struct Request {
         QUrl url;
         // Without a byte moving for this long the transfer is given up.
         std::chrono::milliseconds timeout{60000};
         // At most this much is held for the reader; 0: no bound.
         qint64 readBufferBytes = 0;
-        // On a manager of its own rather than the thread's, for a long
-        // transfer: a manager keeps at most six connections to a host and
-        // makes the next transfers wait, their time-outs running.
-        bool ownManager = false;
+        // On this lane rather than the thread's manager (see Lane).
+        std::shared_ptr<Lane> lane;
         // Sent as they are; the caller vouches for them.
         QList<QPair<QByteArray, QByteArray>> headers;
         // When set, each redirect is followed only where this allows it (and
@@ -81,7 +87,7 @@ private:
     // Watched: the thread's manager, and its replies with it, go when the
     // thread ends (the main thread's with the application object).
     QPointer<QNetworkReply> reply_;
-    std::unique_ptr<QNetworkAccessManager> own_;
+    std::shared_ptr<Lane> lane_;
     const std::shared_ptr<Hooks> hooks_;
     QString refusal_; // why the address was refused; then nothing was asked
     std::shared_ptr<QString> redirectRefusal_; // set when a redirect was refused

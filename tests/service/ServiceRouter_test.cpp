@@ -84,9 +84,11 @@ protected:
                                                      recordAdded.notify_all();
                                                  });
     }
-    void serve(Faults faults = {})
+    void serve(Faults faults = {}, bool keepConnections = false)
     {
         server = std::make_unique<HttpServer>(0);
+        if (keepConnections)
+            server->keepConnections();
         route(std::move(faults));
         server->start([this](const HttpRequest& request) { return router->handle(request); });
     }
@@ -203,14 +205,39 @@ TEST_F(Service, CutsTheFirstTimesThenSendsWhole)
         const Reply cut = get(signedStream);
         EXPECT_EQ(cut.header("Content-Length"), "100000");
         EXPECT_TRUE(cut.body == media.substr(0, 1000)) << cut.body.size() << " bytes";
-        EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 1000");
+        EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 1000 " + std::to_string(i + 1));
     }
     const Reply range = get(signedStream, "bytes=500-1999");
     EXPECT_EQ(range.status, 206);
     EXPECT_TRUE(range.body == media.substr(500, 1500)) << range.body.size() << " bytes";
-    EXPECT_EQ(nextRecord(), "media clip 22 206 500-1999 1500");
+    EXPECT_EQ(nextRecord(), "media clip 22 206 500-1999 1500 3");
     EXPECT_TRUE(get(signedStream).body == media);
-    EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 100000");
+    EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 100000 4");
+}
+
+// As media servers do, when asked to: whole answers keep the connection for the
+// next request; a cut one, or a client that says close, ends it.
+TEST_F(Service, KeepsConnectionsWhenAsked)
+{
+    Faults faults;
+    faults.cutStreams["clip"] = {1000, 1};
+    serve(faults, true);
+    const std::string range = "GET " + signedStream + " HTTP/1.1\r\nHost: 127.0.0.1\r\nRange: bytes=0-99\r\n\r\n";
+    const std::string last =
+        "GET " + signedStream + " HTTP/1.1\r\nHost: 127.0.0.1\r\nRange: bytes=100-199\r\nConnection: close\r\n\r\n";
+    // The first answer is cut: the connection goes with it.
+    const Reply cut = roundTrip(range + last);
+    EXPECT_EQ(cut.header("Connection"), "close");
+    EXPECT_EQ(nextRecord(), "media clip 22 206 0-99 100 1");
+    // Two whole ones on one connection, the second asking it to close.
+    const int fd = open(range + last);
+    std::string both;
+    read(fd, both);
+    ::close(fd);
+    EXPECT_EQ(nextRecord(), "media clip 22 206 0-99 100 2");
+    EXPECT_EQ(nextRecord(), "media clip 22 206 100-199 100 2");
+    EXPECT_NE(both.find("Connection: keep-alive"), std::string::npos);
+    EXPECT_TRUE(both.ends_with(media.substr(100, 100)));
 }
 
 TEST(StreamCut, ReadsIdBytesAndTimes)
@@ -292,7 +319,7 @@ TEST_F(Service, StopEndsAThrottledStream)
     EXPECT_EQ(reply.status, 200);
     EXPECT_GT(reply.body.size(), 0u);
     EXPECT_LT(reply.body.size(), media.size());
-    EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 " + std::to_string(reply.body.size()));
+    EXPECT_EQ(nextRecord(), "media clip 22 200 0-99999 " + std::to_string(reply.body.size()) + " 1");
 }
 
 TEST_F(Service, ExpiredAddressesAreRefused)
@@ -312,14 +339,14 @@ TEST_F(Service, ExpiredAddressesAreRefused)
     EXPECT_NE(ServiceRouter::parserReply(page).find("expire=" + expire[1].str()), std::string::npos);
 
     EXPECT_EQ(get(fresh, "bytes=0-99").status, 206);
-    EXPECT_EQ(nextRecord(), "media clip 22 206 0-99 100");
+    EXPECT_EQ(nextRecord(), "media clip 22 206 0-99 100 2");
 
     const std::string past = std::to_string(unixNow() - 10);
     const Reply expired = get("/videoplayback?id=clip&itag=22&expire=" + past +
                               "&signature=" + streamSignature("clip", 22, std::stoll(past)));
     EXPECT_EQ(expired.status, 403);
     EXPECT_EQ(expired.body, "Forbidden: the stream address has expired.\n");
-    EXPECT_EQ(nextRecord(), "media clip 22 403 - " + std::to_string(expired.body.size()));
+    EXPECT_EQ(nextRecord(), "media clip 22 403 - " + std::to_string(expired.body.size()) + " 3");
 
     // Nor can an address be prolonged, or its expiry left out.
     const std::string prolonged =

@@ -3,8 +3,10 @@
 #include "service/TextFold.h"
 #include "service/WholeNumber.h"
 
+#include <chrono>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -63,6 +65,33 @@ std::map<std::string, std::string, std::less<>> readDescriptions(const std::file
     return descriptions;
 }
 
+struct Upload {
+    std::string channel;
+    std::optional<std::chrono::year_month_day> date;
+};
+
+std::map<std::string, Upload, std::less<>> readUploads(const std::filesystem::path& path)
+{
+    std::map<std::string, Upload, std::less<>> uploads;
+    std::ifstream in(path, std::ios::binary);
+    int number = 0;
+    for (std::string line; std::getline(in, line);) {
+        ++number;
+        const std::string_view text = withoutCarriageReturn(line);
+        if (text.empty())
+            continue;
+        const std::string where = path.string() + ":" + std::to_string(number);
+        const auto fields = splitTabs(text);
+        if (fields.size() != 3)
+            throw std::runtime_error(where + ": expected id, channel and upload date separated by tabs");
+        Upload upload{std::string(fields[1]), std::nullopt};
+        if (!fields[2].empty() && !(upload.date = parseIsoDate(fields[2])))
+            throw std::runtime_error(where + ": bad upload date \"" + std::string(fields[2]) + "\" (YYYY-MM-DD)");
+        uploads.insert_or_assign(std::string(fields[0]), std::move(upload));
+    }
+    return uploads;
+}
+
 bool containsWord(const std::u32string& text, const std::u32string& word)
 {
     return text.find(word) != std::u32string::npos;
@@ -73,6 +102,12 @@ bool containsWord(const std::u32string& text, const std::u32string& word)
 Catalogue::Catalogue(std::filesystem::path dir, std::vector<Video> videos)
     : dir_(std::move(dir)), videos_(std::move(videos))
 {
+    for (auto& video : videos_) {
+        if (video.channel.empty())
+            video.channel = channelFromId(video.id);
+        if (!video.uploaded.ok())
+            video.uploaded = uploadDateFromId(video.id);
+    }
 }
 
 std::filesystem::path Catalogue::listPath(const std::filesystem::path& dir)
@@ -83,6 +118,11 @@ std::filesystem::path Catalogue::listPath(const std::filesystem::path& dir)
 std::filesystem::path Catalogue::descriptionsPath(const std::filesystem::path& dir)
 {
     return dir / "descriptions.tsv";
+}
+
+std::filesystem::path Catalogue::uploadsPath(const std::filesystem::path& dir)
+{
+    return dir / "uploads.tsv";
 }
 
 std::filesystem::path Catalogue::mediaPath(const std::filesystem::path& dir, std::string_view id,
@@ -96,6 +136,11 @@ std::filesystem::path Catalogue::thumbnailPath(const std::filesystem::path& dir,
     return dir / "thumbs" / (std::string(id) + ".jpg");
 }
 
+std::filesystem::path Catalogue::webpThumbnailPath(const std::filesystem::path& dir, std::string_view id)
+{
+    return dir / "thumbs" / (std::string(id) + ".webp");
+}
+
 Catalogue Catalogue::load(const std::filesystem::path& dir)
 {
     const auto path = listPath(dir);
@@ -104,6 +149,7 @@ Catalogue Catalogue::load(const std::filesystem::path& dir)
         throw std::runtime_error(path.string() + ": cannot be read");
 
     const auto descriptions = readDescriptions(descriptionsPath(dir));
+    const auto uploads = readUploads(uploadsPath(dir));
     std::vector<Video> videos;
     std::map<std::string, bool, std::less<>> seen;
     int number = 0;
@@ -118,6 +164,11 @@ Catalogue Catalogue::load(const std::filesystem::path& dir)
             throw std::runtime_error(where + ": video \"" + video.id + "\" listed twice");
         if (const auto it = descriptions.find(video.id); it != descriptions.end())
             video.description = it->second;
+        if (const auto it = uploads.find(video.id); it != uploads.end()) {
+            video.channel = it->second.channel;
+            if (it->second.date)
+                video.uploaded = *it->second.date;
+        }
         if (video.kind == VideoKind::normal)
             for (const auto& format : streamFormats())
                 if (std::filesystem::is_regular_file(mediaPath(dir, video.id, format)))

@@ -3,6 +3,7 @@
 #include "service/Catalogue.h"
 #include "service/DemoCatalogue.h"
 #include "service/StreamFormat.h"
+#include "service/Subtitles.h"
 
 #include <algorithm>
 #include <atomic>
@@ -72,6 +73,36 @@ std::string ffmpegProgram()
     return ::access("/usr/bin/ffmpeg", X_OK) == 0 ? "/usr/bin/ffmpeg" : "ffmpeg";
 }
 
+// The hostile subtitle track: more than a reader should take whole (5 MiB).
+constexpr std::uint64_t hostileTrackBytes = 6 * 1024 * 1024;
+
+std::string contents(const std::filesystem::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+// Written beside the file and renamed over it: a service may be reading the folder.
+void writeWhole(const std::filesystem::path& path, const std::string& text)
+{
+    const auto part = path.string() + ".part";
+    {
+        std::ofstream out(part, std::ios::binary | std::ios::trunc);
+        out << text;
+        if (!out.flush())
+            throw std::runtime_error(part + ": cannot be written");
+    }
+    std::filesystem::rename(part, path);
+}
+
+std::string uploadsList()
+{
+    std::string list;
+    for (const auto& video : demoVideos())
+        list += std::string(video.id) + '\t' + std::string(video.channel) + '\t' + isoDate(video.uploaded) + '\n';
+    return list;
+}
+
 class FileLock {
 public:
     explicit FileLock(const std::filesystem::path& path)
@@ -104,25 +135,48 @@ CatalogueGenerator::CatalogueGenerator(std::filesystem::path dir, std::ostream& 
 bool CatalogueGenerator::isComplete() const
 {
     // A catalogue made by an older service may lack videos added since.
-    std::ifstream list(Catalogue::listPath(dir_));
-    std::string text((std::istreambuf_iterator<char>(list)), std::istreambuf_iterator<char>());
+    const std::string text = contents(Catalogue::listPath(dir_));
     for (const auto& video : demoVideos())
         if (text.find(std::string(video.id) + '\t') == std::string::npos)
             return false;
     return true;
 }
 
+bool CatalogueGenerator::hasLaterFiles() const
+{
+    if (contents(Catalogue::uploadsPath(dir_)) != uploadsList())
+        return false;
+    for (const auto& video : demoVideos())
+        if (!std::filesystem::exists(Catalogue::webpThumbnailPath(dir_, video.id)))
+            return false;
+    return true;
+}
+
 bool CatalogueGenerator::ensure()
 {
-    if (isComplete())
+    if (isComplete() && hasLaterFiles())
         return false;
     std::filesystem::create_directories(dir_);
     const FileLock lock(dir_ / ".lock");
-    // Another service may have generated it while this one waited for the lock.
-    if (isComplete())
+    // Another service may have made them while this one waited for the lock.
+    if (!isComplete()) {
+        generate();
+        return true;
+    }
+    if (hasLaterFiles())
         return false;
-    generate();
+    addLaterFiles();
     return true;
+}
+
+void CatalogueGenerator::addLaterFiles()
+{
+    // Its streams stay: only what a catalogue made before these files lacks is made.
+    say("melodrift-service: adding WebP thumbnails and uploads.tsv to the catalogue in " + dir_.string());
+    for (const auto& video : demoVideos())
+        if (!std::filesystem::exists(Catalogue::webpThumbnailPath(dir_, video.id)))
+            makeWebpThumbnail(video);
+    writeWhole(Catalogue::uploadsPath(dir_), uploadsList());
 }
 
 std::filesystem::path CatalogueGenerator::bombPicture() const
@@ -137,6 +191,24 @@ std::filesystem::path CatalogueGenerator::bombPicture() const
     run({"-f", "lavfi", "-i", "color=c=black:s=5600x5600", "-frames:v", "1", "-compression_level", "9", part.string()});
     std::filesystem::rename(part, picture);
     return picture;
+}
+
+std::filesystem::path CatalogueGenerator::hostileSubtitles() const
+{
+    const auto folder = dir_ / "hostile";
+    const auto track = folder / "subtitles.vtt";
+    if (std::filesystem::exists(track))
+        return track;
+    std::filesystem::create_directories(folder);
+    const auto part = folder / ("subtitles." + std::to_string(::getpid()) + ".vtt");
+    {
+        std::ofstream out(part, std::ios::binary | std::ios::trunc);
+        writeHostileTrack(out, hostileTrackBytes);
+        if (!out.flush())
+            throw std::runtime_error(part.string() + ": cannot be written");
+    }
+    std::filesystem::rename(part, track);
+    return track;
 }
 
 void CatalogueGenerator::generate()
@@ -163,6 +235,7 @@ void CatalogueGenerator::generate()
                 }
                 makeStreams(videos[i]);
                 makeThumbnail(videos[i]);
+                makeWebpThumbnail(videos[i]);
                 say("  [" + std::to_string(++done) + "/" + std::to_string(videos.size()) + "] " +
                     std::string(videos[i].title.substr(0, 60)) + (videos[i].title.size() > 60 ? "..." : ""));
             } catch (...) {
@@ -218,30 +291,41 @@ void CatalogueGenerator::makeStreams(const DemoVideo& video) const
 
 void CatalogueGenerator::makeThumbnail(const DemoVideo& video) const
 {
-    const std::string output = Catalogue::thumbnailPath(dir_, video.id).string();
+    makePicture(video, 320, 180, {"-q:v", "4"}, Catalogue::thumbnailPath(dir_, video.id).string());
+}
+
+void CatalogueGenerator::makeWebpThumbnail(const DemoVideo& video) const
+{
+    const auto output = Catalogue::webpThumbnailPath(dir_, video.id);
+    // Renamed into place: this may be added to a catalogue a service is serving.
+    const auto part = output.string() + ".part";
+    makePicture(video, 1280, 720, {"-c:v", "libwebp", "-quality", "80", "-f", "webp"}, part);
+    std::filesystem::rename(part, output);
+}
+
+void CatalogueGenerator::makePicture(const DemoVideo& video, int width, int height,
+                                     const std::vector<std::string>& encoder, const std::string& output) const
+{
+    std::vector<std::string> arguments;
     if (video.itags.empty()) {
-        run({"-f", "lavfi", "-i", lavfiPicture(video.picture, "320x180"), "-frames:v", "1", "-q:v", "4", output});
-        return;
+        arguments = {"-f", "lavfi", "-i",
+                     lavfiPicture(video.picture, std::to_string(width) + "x" + std::to_string(height))};
+    } else {
+        // A frame of the best stream, a little way in.
+        const StreamFormat* format = findStreamFormat(video.itags.front());
+        const std::string at = std::to_string(std::min(2u, video.seconds / 2));
+        arguments = {"-ss", at,
+                     "-i",  Catalogue::mediaPath(dir_, video.id, *format).string(),
+                     "-vf", "scale=" + std::to_string(width) + ":" + std::to_string(height) + ",setsar=1"};
     }
-    // A frame of the best stream, a little way in.
-    const StreamFormat* format = findStreamFormat(video.itags.front());
-    const std::string at = std::to_string(std::min(2u, video.seconds / 2));
-    run({"-ss", at, "-i", Catalogue::mediaPath(dir_, video.id, *format).string(), "-frames:v", "1", "-vf",
-         "scale=320:180,setsar=1", "-q:v", "4", output});
+    arguments.insert(arguments.end(), {"-frames:v", "1"});
+    arguments.insert(arguments.end(), encoder.begin(), encoder.end());
+    arguments.push_back(output);
+    run(arguments);
 }
 
 void CatalogueGenerator::writeLists() const
 {
-    const auto write = [](const std::filesystem::path& path, const std::string& text) {
-        const auto part = path.string() + ".part";
-        {
-            std::ofstream out(part, std::ios::binary | std::ios::trunc);
-            out << text;
-            if (!out.flush())
-                throw std::runtime_error(part + ": cannot be written");
-        }
-        std::filesystem::rename(part, path);
-    };
     std::string list;
     std::string descriptions;
     for (const auto& video : demoVideos()) {
@@ -249,9 +333,10 @@ void CatalogueGenerator::writeLists() const
                 std::string(kindName(video.kind)) + '\t' + std::string(video.title) + '\n';
         descriptions += std::string(video.id) + '\t' + std::string(video.description) + '\n';
     }
-    write(Catalogue::descriptionsPath(dir_), descriptions);
+    writeWhole(Catalogue::descriptionsPath(dir_), descriptions);
+    writeWhole(Catalogue::uploadsPath(dir_), uploadsList());
     // Last: its presence says the catalogue is complete.
-    write(Catalogue::listPath(dir_), list);
+    writeWhole(Catalogue::listPath(dir_), list);
 }
 
 void CatalogueGenerator::say(const std::string& line)

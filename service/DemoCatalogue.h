@@ -2,6 +2,7 @@
 
 #include "service/Video.h"
 
+#include <chrono>
 #include <span>
 #include <string_view>
 
@@ -14,6 +15,8 @@ struct DemoVideo {
     VideoKind kind;
     std::string_view title;
     std::string_view description;
+    std::string_view channel;
+    std::chrono::year_month_day uploaded;
     std::string_view picture; // lavfi video source and its options, size and rate aside
     unsigned tone;            // Hz
     std::span<const int> itags;

@@ -14,6 +14,8 @@ std::optional<RequestKind> parseRequestKind(std::string_view name)
         return RequestKind::parser;
     if (name == "thumbnail")
         return RequestKind::thumbnail;
+    if (name == "subtitles")
+        return RequestKind::subtitles;
     if (name == "media")
         return RequestKind::media;
     return std::nullopt;

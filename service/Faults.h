@@ -13,7 +13,7 @@
 
 namespace service {
 
-enum class RequestKind { feed, watch, parser, thumbnail, media };
+enum class RequestKind { feed, watch, parser, thumbnail, subtitles, media };
 std::optional<RequestKind> parseRequestKind(std::string_view name);
 
 // How the parser service misbehaves: not at all, by closing the connection

@@ -50,6 +50,7 @@ void FeedWriter::writeItem(std::string& out, const Video& video) const
     const Video::Hostile none;
     const Video::Hostile& hostile = video.hostile ? *video.hostile : none;
     const std::string title = hostile.titleXml.empty() ? escapeXml(video.title) : hostile.titleXml;
+    const std::string channel = hostile.channelXml.empty() ? escapeXml(video.channel) : hostile.channelXml;
     const std::string description = escapeXml(video.description);
     const std::string watch = base + "/watch?v=" + escapeXml(video.id);
     const std::string seconds = std::to_string(video.seconds);
@@ -57,11 +58,12 @@ void FeedWriter::writeItem(std::string& out, const Video& video) const
 
     out += "    <item>\n";
     out += "      <guid isPermaLink='false'>" + base + "/feeds/api/videos/" + escapeXml(video.id) + "</guid>\n";
-    out += "      <pubDate>Mon, 19 Nov 2012 21:40:03 +0000</pubDate>\n";
+    out += "      <pubDate>" + rfc822Date(video.uploaded) + "</pubDate>\n";
     out += "      <title>" + title + "</title>\n";
     out += "      <description>" + description + "</description>\n";
     out += "      <link>" + (hostile.link.empty() ? watch + "&amp;feature=youtube_gdata" : hostile.link) + "</link>\n";
-    out += "      <author>noreply@melodrift.invalid (melodrift)</author>\n";
+    // RSS wants an address here, the name after it in parentheses.
+    out += "      <author>noreply@melodrift.invalid (" + channel + ")</author>\n";
     out += "      <media:group>\n";
     out += "        <media:description type='plain'>" + description + "</media:description>\n";
     out += "        <media:player url='" + watch + "&amp;feature=youtube_gdata_player'/>\n";
@@ -69,8 +71,9 @@ void FeedWriter::writeItem(std::string& out, const Video& video) const
     out += "        <media:title type='plain'>" + title + "</media:title>\n";
     out += "        <yt:duration seconds='" + seconds + "'/>\n";
     out += "      </media:group>\n";
-    // The podcast elements, which general feed readers (yt-dlp's among them) take
-    // the length and the picture from.
+    // The podcast elements: general feed readers (yt-dlp's among them) take the
+    // length and the picture from them, podcast readers the bare channel name.
+    out += "      <itunes:author>" + channel + "</itunes:author>\n";
     out += "      <itunes:duration>" + seconds + "</itunes:duration>\n";
     out += "      <itunes:image href='" + thumbnail + "'/>\n";
     out += "    </item>\n";

@@ -10,7 +10,8 @@
 namespace service {
 
 // The search feed: an RSS document with one item per video (title, description,
-// watch-page link, thumbnail and duration), as the service's feed had them.
+// watch-page link, thumbnail and duration, as the service's feed had them; its
+// channel and upload date).
 class FeedWriter {
 public:
     static constexpr std::size_t pageSize = 25;

@@ -25,7 +25,8 @@ Video hostile(std::string id, std::string title)
 
 const char* const hostileEscapeTitle = "Escape \x1b]0;pwned\x07\x1b[2J\x1b[31mRed\x1b[0m Title";
 
-std::vector<Video> hostileVideos(const std::filesystem::path& secret, const std::filesystem::path& bombPicture)
+std::vector<Video> hostileVideos(const std::filesystem::path& secret, const std::filesystem::path& bombPicture,
+                                 const std::filesystem::path& subtitles)
 {
     const std::string local = "file://" + secret.string();
     std::vector<Video> videos = {hostile("TG9jYWxMaW5", "Local Link"), hostile("TG9jYWxTdHJ", "Local Stream"),
@@ -36,6 +37,12 @@ std::vector<Video> hostileVideos(const std::filesystem::path& secret, const std:
     videos[2].hostile->picture = bombPicture;
     // In the feed both ways an escape can come: the raw byte, and a reference.
     videos[3].hostile->titleXml = "Escape \x1b]0;pwned\x07&#27;[2J&#x1B;[31mRed\x1b[0m Title";
+    videos[3].channel = "Escape \x1b]0;owned\x07\x1b[31mRed\x1b[0m Channel";
+    videos[3].hostile->channelXml = "Escape \x1b]0;owned\x07&#x1B;[31mRed\x1b[0m Channel";
+    videos[3].hostile->subtitles = subtitles;
+    // Longer than any file name or tag field.
+    while (videos[4].channel.size() < 40000)
+        videos[4].channel += "A Channel Whose Name Goes On And On ";
     return videos;
 }
 

@@ -62,4 +62,28 @@ std::string escapeHtml(std::string_view utf8)
     return out;
 }
 
+std::string escapeJson(std::string_view utf8)
+{
+    static constexpr char hex[] = "0123456789abcdef";
+    std::string out;
+    out.reserve(utf8.size() + utf8.size() / 8);
+    for (const char c : utf8) {
+        const auto byte = static_cast<unsigned char>(c);
+        switch (c) {
+        case '"': out += "\\\""; continue;
+        case '\\': out += "\\\\"; continue;
+        case '\n': out += "\\n"; continue;
+        default: break;
+        }
+        if (byte < 0x20 || c == '<' || c == '>' || c == '&') {
+            out += "\\u00";
+            out += hex[byte >> 4];
+            out += hex[byte & 0xF];
+        } else {
+            out += c;
+        }
+    }
+    return out;
+}
+
 } // namespace service

@@ -14,4 +14,9 @@ std::string escapeXml(std::string_view text);
 // character beyond ASCII.
 std::string escapeHtml(std::string_view utf8);
 
+// Text for a JSON string inside a <script> element: quotes, backslashes and
+// control characters escaped, and "<", ">" and "&" as \u escapes so that no
+// "</script>" or comment can end the element; other UTF-8 as it stands.
+std::string escapeJson(std::string_view utf8);
+
 } // namespace service

@@ -45,14 +45,15 @@ struct CommandLine {
                                   QStringLiteral("N")};
     const QCommandLineOption data{
         QStringLiteral("data"),
-        QStringLiteral("the catalogue folder (default: %1); generated with ffmpeg when DIR/catalogue.tsv is missing")
+        QStringLiteral("the catalogue folder (default: %1); generated with ffmpeg when DIR/catalogue.tsv is missing, "
+                       "its WebP thumbnails and uploads.tsv added when they are")
             .arg(fromLocal(Options::defaultDataDir().string())),
         QStringLiteral("DIR")};
     const QCommandLineOption generateOnly{QStringLiteral("generate-only"),
                                           QStringLiteral("generate the catalogue if needed, then exit")};
     const QCommandLineOption latency{QStringLiteral("latency"),
                                      QStringLiteral("wait MS milliseconds before answering KIND requests (feed, "
-                                                    "watch, parser, thumbnail, media); repeatable"),
+                                                    "watch, parser, thumbnail, subtitles, media); repeatable"),
                                      QStringLiteral("KIND=MS")};
     const QCommandLineOption parserMode{QStringLiteral("parser"),
                                         QStringLiteral("the parser service works, closes without a reply, or "
@@ -87,19 +88,27 @@ struct CommandLine {
     const QCommandLineOption hostile{
         QStringLiteral("hostile"),
         QStringLiteral("add the videos a hostile service could send: a feed link and a stream at the local FILE, "
-                       "a picture bomb, terminal escapes and \"%1\" in titles (search \"hostile\"); a request "
-                       "that carries FILE's bytes is written down on standard output (\"SECRET ARRIVED in ...\")"),
+                       "a picture bomb, terminal escapes and \"%1\" in titles, terminal escapes in a channel name "
+                       "and one of 40000 bytes, a 6 MiB subtitle track of control characters (search \"hostile\"); "
+                       "a request that carries FILE's bytes is written down on standard output (\"SECRET ARRIVED "
+                       "in ...\")"),
         QStringLiteral("FILE")};
     const QCommandLineOption help{{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("this text")};
 
     CommandLine()
     {
         parser.setApplicationDescription(
-            QStringLiteral("The local stand-in of the video service: search feed, watch pages, parser\n"
-                           "service, thumbnails and media streams, on 127.0.0.1. The first line written\n"
-                           "to standard output is the base address, such as http://127.0.0.1:40123;\n"
-                           "each media answer adds \"media ID ITAG STATUS FIRST-LAST SENT CONNECTION\" once it\n"
-                           "is over (CONNECTION: which one it came on, counted from 1)."));
+            QStringLiteral("The local stand-in of the video service, on 127.0.0.1:\n"
+                           "  /feeds/api/videos?q=WORDS           the search feed (RSS)\n"
+                           "  /watch?v=ID                         watch pages\n"
+                           "  /cgi-bin/zor.parser                 the parser service (a watch page POSTed)\n"
+                           "  /vi/ID/NAME.jpg                     thumbnails, 320x180\n"
+                           "  /vi/ID/NAME.webp                    the same, 1280x720 WebP\n"
+                           "  /api/timedtext?v=ID&lang=L&fmt=vtt  subtitles (WebVTT), L: en or de\n"
+                           "  /videoplayback?...                  media streams, as the watch pages give them\n"
+                           "The first line written to standard output is the base address, such as\n"
+                           "http://127.0.0.1:40123; each media answer adds \"media ID ITAG STATUS FIRST-LAST\n"
+                           "SENT CONNECTION\" once it is over (CONNECTION: which one it came on, from 1)."));
         parser.addOptions({port, data, generateOnly, latency, parserMode, failStream, cutStream, stallStream, throttle,
                            perConnection, expire, keepAlive, feedSize, hostile, help});
     }
@@ -153,7 +162,7 @@ Options Options::parse(const std::vector<std::string>& arguments)
         const auto [kindName, msText] = keyValue("--latency", text);
         const auto kind = parseRequestKind(kindName);
         if (!kind)
-            fail("--latency: unknown kind \"" + kindName + "\" (feed, watch, parser, thumbnail, media)");
+            fail("--latency: unknown kind \"" + kindName + "\" (feed, watch, parser, thumbnail, subtitles, media)");
         const auto ms = wholeNumber<unsigned>(msText);
         if (!ms)
             fail("--latency: \"" + msText + "\" is no number of milliseconds");

@@ -4,6 +4,7 @@
 #include "core/youtube_error.h"
 #include "core/youtube_parser.h"
 #include "service/FeedWriter.h"
+#include "service/Subtitles.h"
 #include "service/UrlQuery.h"
 #include "service/WatchPageWriter.h"
 #include "service/WholeNumber.h"
@@ -84,6 +85,9 @@ HttpResponse ServiceRouter::handle(const HttpRequest& request) const
     } else if (path.starts_with("/vi/")) {
         kind = RequestKind::thumbnail;
         response = isGet(request) ? thumbnail(path) : methodNotAllowed("GET, HEAD");
+    } else if (path == "/api/timedtext") {
+        kind = RequestKind::subtitles;
+        response = isGet(request) ? subtitles(query) : methodNotAllowed("GET, HEAD");
     } else if (path == "/videoplayback") {
         kind = RequestKind::media;
         response = media_.answer(request, UrlQuery(query));
@@ -120,6 +124,9 @@ HttpResponse ServiceRouter::watch(const HttpRequest& request, std::string_view q
                      (std::chrono::system_clock::now() + *faults_.expireAfter).time_since_epoch())
                      .count();
     response.body = WatchPageWriter(baseFor(request), expire).write(*video);
+    // The page is as old as its video: general extractors that find no date
+    // on a page take this one.
+    response.headers.emplace_back("Last-Modified", httpDate(video->uploaded));
     return response;
 }
 
@@ -153,21 +160,49 @@ HttpResponse ServiceRouter::parser(const HttpRequest& request) const
 
 HttpResponse ServiceRouter::thumbnail(std::string_view path) const
 {
-    // "/vi/ID/NAME.jpg": every picture name of a video gives its one thumbnail.
+    // "/vi/ID/NAME.jpg" and "/vi/ID/NAME.webp": every picture name of a video
+    // gives its one thumbnail, small as JPEG, large as WebP.
     const auto rest = path.substr(4);
     const auto slash = rest.find('/');
     const Video* video = slash == std::string_view::npos ? nullptr : catalogue_.find(rest.substr(0, slash));
-    if (!video || !rest.ends_with(".jpg"))
+    const bool webp = rest.ends_with(".webp");
+    if (!video || !(webp || rest.ends_with(".jpg")))
         return HttpResponse::text(404, "No such picture.\n");
     const bool hostile = video->hostile && !video->hostile->picture.empty();
-    const auto file = hostile ? video->hostile->picture : Catalogue::thumbnailPath(catalogue_.dir(), video->id);
+    const auto file = hostile ? video->hostile->picture
+                      : webp  ? Catalogue::webpThumbnailPath(catalogue_.dir(), video->id)
+                              : Catalogue::thumbnailPath(catalogue_.dir(), video->id);
     std::error_code error;
     const auto size = std::filesystem::file_size(file, error);
     if (error)
         return HttpResponse::text(404, "No such picture.\n");
     HttpResponse response;
-    response.contentType = hostile ? "image/png" : "image/jpeg";
+    response.contentType = hostile ? "image/png" : webp ? "image/webp" : "image/jpeg";
     response.file = HttpResponse::FileSlice{file, 0, size};
+    return response;
+}
+
+HttpResponse ServiceRouter::subtitles(std::string_view queryText) const
+{
+    // "/api/timedtext?v=ID&lang=LANG&fmt=vtt": WebVTT is the one format there is.
+    const UrlQuery query(queryText);
+    const auto id = query.value("v");
+    const Video* video = id ? catalogue_.find(*id) : nullptr;
+    const std::string language = query.value("lang").value_or("");
+    if (!video || !hasSubtitles(language) || query.value("fmt").value_or("vtt") != "vtt")
+        return HttpResponse::text(404, "No such subtitles.\n");
+    HttpResponse response;
+    response.contentType = "text/vtt; charset=utf-8";
+    if (video->hostile && !video->hostile->subtitles.empty()) {
+        // Too large to hold: sent from its file as it is read.
+        std::error_code error;
+        const auto size = std::filesystem::file_size(video->hostile->subtitles, error);
+        if (error)
+            return HttpResponse::text(404, "No such subtitles.\n");
+        response.file = HttpResponse::FileSlice{video->hostile->subtitles, 0, size};
+        return response;
+    }
+    response.body = *subtitleTrack(*video, language);
     return response;
 }
 

@@ -10,7 +10,8 @@
 namespace service {
 
 // Answers the service's requests: the search feed, watch pages, the parser
-// service, thumbnails and media streams. Safe to call from many threads at once.
+// service, thumbnails, subtitles and media streams. Safe to call from many
+// threads at once.
 class ServiceRouter {
 public:
     // base: the address pages point at when a request names no usable Host.
@@ -32,6 +33,7 @@ private:
     HttpResponse watch(const HttpRequest& request, std::string_view query) const;
     HttpResponse parser(const HttpRequest& request) const;
     HttpResponse thumbnail(std::string_view path) const;
+    HttpResponse subtitles(std::string_view query) const;
 
     const Catalogue& catalogue_;
     const Faults faults_;

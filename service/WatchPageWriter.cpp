@@ -2,6 +2,7 @@
 
 #include "service/Markup.h"
 #include "service/StreamSignature.h"
+#include "service/Subtitles.h"
 #include "service/UrlQuery.h"
 
 #include <string_view>
@@ -141,6 +142,17 @@ std::string WatchPageWriter::thumbnailAddress(const Video& video) const
     return base_ + "/vi/" + UrlQuery::encode(video.id) + "/default.jpg";
 }
 
+std::string WatchPageWriter::webpThumbnailAddress(const Video& video) const
+{
+    return base_ + "/vi/" + UrlQuery::encode(video.id) + "/maxresdefault.webp";
+}
+
+std::string WatchPageWriter::subtitleAddress(const Video& video, std::string_view language) const
+{
+    return base_ + "/api/timedtext?v=" + UrlQuery::encode(video.id) + "&lang=" + UrlQuery::encode(language) +
+           "&fmt=vtt";
+}
+
 std::string WatchPageWriter::write(const Video& video) const
 {
     switch (video.kind) {
@@ -183,9 +195,10 @@ std::string WatchPageWriter::streamMap(const Video& video) const
 std::string WatchPageWriter::html5Video(const Video& video) const
 {
     // The same streams for players and general extractors that read no stream
-    // map: one source each, labelled with its container and height.
+    // map: one source each, labelled with its container and height. The large
+    // picture as the poster: general extractors take it as the thumbnail.
     std::string out = "<video id=\"html5-player\" controls preload=\"none\" poster=\"" +
-                      escapeHtml(thumbnailAddress(video)) + "\">\n";
+                      escapeHtml(webpThumbnailAddress(video)) + "\">\n";
     for (const int itag : video.itags) {
         const StreamFormat* format = findStreamFormat(itag);
         if (!format)
@@ -195,6 +208,9 @@ std::string WatchPageWriter::html5Video(const Video& video) const
         out += "<source src=\"" + escapeHtml(address) + "\" type=\"" + escapeHtml(format->type) + "\" label=\"" +
                std::string(format->extension) + "-" + height + "p\" res=\"" + height + "\">\n";
     }
+    for (const auto& language : subtitleLanguages())
+        out += "<track kind=\"subtitles\" srclang=\"" + std::string(language.code) + "\" label=\"" +
+               std::string(language.label) + "\" src=\"" + escapeHtml(subtitleAddress(video, language.code)) + "\">\n";
     out += "</video>\n";
     return out;
 }
@@ -213,13 +229,29 @@ std::string WatchPageWriter::head(const Video& video) const
     out += "<meta property=\"og:title\" content=\"" + title + "\">\n";
     out += "<meta property=\"og:image\" content=\"" + thumbnailAddress(video) + "\">\n";
     out += "<meta property=\"og:type\" content=\"video\">\n";
+    out += linkedData(video);
     out += "</head>\n";
+    return out;
+}
+
+std::string WatchPageWriter::linkedData(const Video& video) const
+{
+    std::string out = "<script type=\"application/ld+json\">{\"@context\": \"https://schema.org\", "
+                      "\"@type\": \"VideoObject\", ";
+    out += "\"name\": \"" + escapeJson(video.title) + "\", ";
+    out += "\"description\": \"" + escapeJson(video.description) + "\", ";
+    out += "\"uploadDate\": \"" + isoDate(video.uploaded) + "\", ";
+    out += "\"duration\": \"PT" + std::to_string(video.seconds) + "S\", ";
+    out += "\"thumbnailUrl\": [\"" + escapeJson(thumbnailAddress(video)) + "\", \"" +
+           escapeJson(webpThumbnailAddress(video)) + "\"], ";
+    out += "\"author\": {\"@type\": \"Person\", \"name\": \"" + escapeJson(video.channel) + "\"}}</script>\n";
     return out;
 }
 
 std::string WatchPageWriter::streamPage(const Video& video) const
 {
     const std::string title = escapeHtml(video.title);
+    const std::string channel = escapeHtml(video.channel);
     const std::string id = UrlQuery::encode(video.id);
     std::string out = head(video);
     out += "<body class=\"date-20121121 en_US ltr\" dir=\"ltr\">\n";
@@ -230,7 +262,12 @@ std::string WatchPageWriter::streamPage(const Video& video) const
     out += "<meta itemprop=\"name\" content=\"" + title + "\">\n";
     out += "<meta itemprop=\"duration\" content=\"PT" + std::to_string(video.seconds / 60) + "M" +
            std::to_string(video.seconds % 60) + "S\">\n";
+    // The JPEG first: readers that take one thumbnail take the first.
     out += "<link itemprop=\"thumbnailUrl\" href=\"" + thumbnailAddress(video) + "\">\n";
+    out += "<link itemprop=\"thumbnailUrl\" href=\"" + webpThumbnailAddress(video) + "\">\n";
+    out += "<meta itemprop=\"uploadDate\" content=\"" + isoDate(video.uploaded) + "\">\n";
+    out += "<span itemprop=\"author\" itemscope itemtype=\"http://schema.org/Person\">";
+    out += "<meta itemprop=\"name\" content=\"" + channel + "\"></span>\n";
     out += "<div id=\"watch7-video-container\"><div id=\"watch7-video\">"
            "<div id=\"watch-player\" class=\"flash-player\"></div>\n<script>\n";
     out += "  yt.setConfig({'PLAYER_CONFIG': {\"min_version\": \"8.0.0\", \"args\": {\"fexp\": \"900222\", "
@@ -244,6 +281,8 @@ std::string WatchPageWriter::streamPage(const Video& video) const
     out += "<div id=\"watch-headline-title\"><h1 id=\"watch-headline-title\" class=\"yt\">"
            "<span id=\"eow-title\" class=\"watch-title\" dir=\"ltr\" title=\"" +
            title + "\">" + title + "</span></h1></div>\n";
+    out += "<div id=\"watch7-user-header\">Uploaded by <span class=\"yt-user-name author\">" + channel +
+           "</span> on <span id=\"eow-date\" class=\"watch-video-date\">" + isoDate(video.uploaded) + "</span></div>\n";
     out += "<div id=\"watch-description\"><p id=\"eow-description\" >" + escapeHtml(video.description) +
            "</p></div>\n";
     out += "</div></div>\n</div>\n</div></div>\n</body>\n</html>\n";

@@ -6,13 +6,15 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace service {
 
 // A video's watch page in the layout the service used: title and description
 // metas with character references, the thumbnail link, the play length, the
-// stream map and an HTML5 video of the same streams; or the markup of one of the
-// service's notices.
+// stream map and an HTML5 video of the same streams with its subtitle tracks;
+// channel and upload date as schema.org data (JSON-LD and microdata); or the
+// markup of one of the service's notices.
 class WatchPageWriter {
 public:
     // base: scheme and authority the page's addresses point at. expire: when
@@ -26,6 +28,8 @@ public:
     std::string streamAddress(const Video& video, const StreamFormat& format) const;
     std::string signature(const Video& video, int itag) const;
     std::string thumbnailAddress(const Video& video) const;
+    std::string webpThumbnailAddress(const Video& video) const;
+    std::string subtitleAddress(const Video& video, std::string_view language) const;
 
 private:
     std::string streamPage(const Video& video) const;
@@ -33,6 +37,7 @@ private:
     std::string streamMap(const Video& video) const;
     std::string html5Video(const Video& video) const;
     std::string head(const Video& video) const;
+    std::string linkedData(const Video& video) const;
 
     std::string base_;
     std::optional<std::int64_t> expire_;

@@ -65,8 +65,9 @@ int main(int argc, char** argv)
             if (options.faults.secret.empty())
                 throw std::runtime_error(options.faults.hostileFile.string() + ": no bytes to watch for");
             std::vector<Video> videos = demo.videos();
+            const CatalogueGenerator generator(options.dataDir, std::cerr);
             for (Video& video : hostileVideos(std::filesystem::absolute(options.faults.hostileFile),
-                                              CatalogueGenerator(options.dataDir, std::cerr).bombPicture()))
+                                              generator.bombPicture(), generator.hostileSubtitles()))
                 videos.push_back(std::move(video));
             return Catalogue(options.dataDir, std::move(videos));
         }();

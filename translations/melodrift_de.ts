@@ -423,5 +423,61 @@
         <source>Connections per download:</source>
         <translation>Verbindungen je Download:</translation>
     </message>
+    <message id="Settings.VideoQuality">
+        <source>Video quality:</source>
+        <translation>Videoqualität:</translation>
+    </message>
+    <message id="Settings.QualityBest">
+        <source>Best</source>
+        <translation>Bestmöglich</translation>
+    </message>
+    <message id="Settings.QualityUpTo">
+        <source>Up to %1p</source>
+        <translation>Bis %1p</translation>
+    </message>
+    <message id="Settings.Sound">
+        <source>Save sound as:</source>
+        <translation>Ton speichern als:</translation>
+    </message>
+    <message id="Settings.SoundMp3">
+        <source>MP3 320 kbit/s</source>
+        <translation>MP3 320 kbit/s</translation>
+    </message>
+    <message id="Settings.SoundOriginal">
+        <source>As it came (no re-encoding)</source>
+        <translation>Wie er kam (ohne Umwandlung)</translation>
+    </message>
+    <message id="Settings.TagFiles">
+        <source>Put title, channel and cover into saved files</source>
+        <translation>Titel, Kanal und Titelbild in gespeicherte Dateien schreiben</translation>
+    </message>
+    <message id="Settings.Subtitles">
+        <source>Subtitles:</source>
+        <translation>Untertitel:</translation>
+    </message>
+    <message id="Settings.SubtitlesNone">
+        <source>None</source>
+        <translation>Keine</translation>
+    </message>
+    <message id="Settings.SubtitlesSystem">
+        <source>In the system's language</source>
+        <translation>In der Sprache des Systems</translation>
+    </message>
+    <message id="Settings.AutomaticSubtitles">
+        <source>Also the service's automatic subtitles</source>
+        <translation>Auch die automatischen Untertitel des Dienstes</translation>
+    </message>
+    <message id="Preview.Qualities">
+        <source>Video quality</source>
+        <translation>Videoqualität</translation>
+    </message>
+    <message id="Preview.QualityWithSound">
+        <source>with sound</source>
+        <translation>mit Ton</translation>
+    </message>
+    <message id="Preview.QualityJoined">
+        <source>joined</source>
+        <translation>zusammengefügt</translation>
+    </message>
 </context>
 </TS>

@@ -423,5 +423,61 @@
         <source>Connections per download:</source>
         <translation>Connections per download:</translation>
     </message>
+    <message id="Settings.VideoQuality">
+        <source>Video quality:</source>
+        <translation>Video quality:</translation>
+    </message>
+    <message id="Settings.QualityBest">
+        <source>Best</source>
+        <translation>Best</translation>
+    </message>
+    <message id="Settings.QualityUpTo">
+        <source>Up to %1p</source>
+        <translation>Up to %1p</translation>
+    </message>
+    <message id="Settings.Sound">
+        <source>Save sound as:</source>
+        <translation>Save sound as:</translation>
+    </message>
+    <message id="Settings.SoundMp3">
+        <source>MP3 320 kbit/s</source>
+        <translation>MP3 320 kbit/s</translation>
+    </message>
+    <message id="Settings.SoundOriginal">
+        <source>As it came (no re-encoding)</source>
+        <translation>As it came (no re-encoding)</translation>
+    </message>
+    <message id="Settings.TagFiles">
+        <source>Put title, channel and cover into saved files</source>
+        <translation>Put title, channel and cover into saved files</translation>
+    </message>
+    <message id="Settings.Subtitles">
+        <source>Subtitles:</source>
+        <translation>Subtitles:</translation>
+    </message>
+    <message id="Settings.SubtitlesNone">
+        <source>None</source>
+        <translation>None</translation>
+    </message>
+    <message id="Settings.SubtitlesSystem">
+        <source>In the system's language</source>
+        <translation>In the system's language</translation>
+    </message>
+    <message id="Settings.AutomaticSubtitles">
+        <source>Also the service's automatic subtitles</source>
+        <translation>Also the service's automatic subtitles</translation>
+    </message>
+    <message id="Preview.Qualities">
+        <source>Video quality</source>
+        <translation>Video quality</translation>
+    </message>
+    <message id="Preview.QualityWithSound">
+        <source>with sound</source>
+        <translation>with sound</translation>
+    </message>
+    <message id="Preview.QualityJoined">
+        <source>joined</source>
+        <translation>joined</translation>
+    </message>
 </context>
 </TS>

@@ -30,8 +30,8 @@ namespace {
 const char* const commandsText = R"(Commands:
   search WORDS...        list the videos the search finds: number, length, title, address
   streams ADDRESS        list the streams of the video at a watch-page address, the best marked
-  audio ADDRESS          save the video's sound track as MP3 in the Downloads folder
-  video ADDRESS          save the video in the Downloads folder (as MP4 when converted)
+  audio ADDRESS          save the video's sound track in the Downloads folder: MP3, or as it came
+  video ADDRESS          save the video in the Downloads folder (as MP4 when converted), titled, with its cover
   history                list every download, newest first: date, kind, title, file, size, state
   resume                 go on with every download an earlier run left unfinished
   tools                  show the yt-dlp and the JavaScript runtime that run: version, whose, age, path
@@ -173,6 +173,26 @@ int CliApplication::run()
         QStringLiteral("retries"),
         QStringLiteral("ask for a broken piece of a stream again up to N times before giving up (default 10)"),
         QStringLiteral("N"));
+    const QCommandLineOption qualityOption(
+        QStringLiteral("quality"),
+        QStringLiteral("for video: the highest picture, in lines: 2160, 1440, 1080, 720, 480, or best (default: the "
+                       "stored setting, which is best)"),
+        QStringLiteral("LINES"));
+    const QCommandLineOption soundOption(
+        QStringLiteral("sound"),
+        QStringLiteral("for audio: MP3 at 320 kbit/s, or the best sound as it came, not re-encoded (M4A, Opus, "
+                       "Ogg) (default: the stored setting, which is mp3)"),
+        QStringLiteral("mp3|original"));
+    const QCommandLineOption subtitlesOption(
+        QStringLiteral("subtitles"),
+        QStringLiteral("for video: the subtitles in LANG (en, de, pt-BR …), in the MP4 and beside it as "
+                       "NAME.LANG.srt; none for none (default: the stored setting, which is none)"),
+        QStringLiteral("LANG"));
+    const QCommandLineOption automaticSubtitlesOption(
+        QStringLiteral("auto-subtitles"),
+        QStringLiteral("for video: the service's automatic subtitles when the uploader made none"));
+    const QCommandLineOption noTagsOption(
+        QStringLiteral("no-tags"), QStringLiteral("save bare files: no title, channel, date or cover in them"));
     const QCommandLineOption outputOption(
         QStringLiteral("output"), QStringLiteral("save into DIR for this run (default: the stored Downloads folder)"),
         QStringLiteral("DIR"));
@@ -181,8 +201,9 @@ int CliApplication::run()
     const QCommandLineOption helpOption(QStringLiteral("help"), QStringLiteral("show this text"));
     const QCommandLineOption versionOption(QStringLiteral("version"), QStringLiteral("show the version"));
     parser.addOptions(
-        {convertOption, noConvertOption, serviceOption, engineOption, signInOption, timeoutOption, connectionsOption,
-         retriesOption, outputOption, verboseOption, helpOption, versionOption});
+        {convertOption, noConvertOption, qualityOption, soundOption, subtitlesOption, automaticSubtitlesOption,
+         noTagsOption, serviceOption, engineOption, signInOption, timeoutOption, connectionsOption, retriesOption,
+         outputOption, verboseOption, helpOption, versionOption});
     parser.addPositionalArgument(QStringLiteral("command"),
                                  QStringLiteral("one of the commands above, with its words or address"));
 
@@ -215,14 +236,41 @@ int CliApplication::run()
         if (!number || *retries_ < 0 || *retries_ > 100)
             return usage(QStringLiteral("--retries needs a number from 0 to 100."));
     }
+    options_ = SaveOptions::current();
     // The later of --convert and --no-convert counts.
-    std::optional<bool> convert;
     for (const QString& name : parser.optionNames()) {
         if (name == convertOption.names().constFirst())
-            convert = true;
+            options_.convert = true;
         else if (name == noConvertOption.names().constFirst())
-            convert = false;
+            options_.convert = false;
     }
+    if (parser.isSet(qualityOption)) {
+        const QString lines = parser.value(qualityOption).toLower().remove(QLatin1Char('p'));
+        const int height = lines == QLatin1String("best") ? 0 : lines.toInt();
+        if (std::ranges::find(Settings::videoQualities, height) == std::end(Settings::videoQualities) ||
+            (height == 0 && lines != QLatin1String("best")))
+            return usage(QStringLiteral("--quality takes best, 2160, 1440, 1080, 720 or 480."));
+        options_.quality = height;
+    }
+    if (parser.isSet(soundOption)) {
+        const auto sound = Settings::soundNamed(parser.value(soundOption).toLower());
+        if (!sound)
+            return usage(QStringLiteral("--sound takes mp3 or original."));
+        options_.sound = *sound;
+    }
+    if (parser.isSet(subtitlesOption)) {
+        const QString language = parser.value(subtitlesOption);
+        if (language == QLatin1String("none"))
+            options_.subtitles.clear();
+        else if (Settings::isLanguageCode(language))
+            options_.subtitles = language;
+        else
+            return usage(QStringLiteral("--subtitles takes a language code such as en, de or pt-BR, or none."));
+    }
+    if (parser.isSet(automaticSubtitlesOption))
+        options_.automaticSubtitles = true;
+    if (parser.isSet(noTagsOption))
+        options_.tags = false;
     if (parser.isSet(outputOption)) {
         output_ = QFileInfo(parser.value(outputOption)).absoluteFilePath();
         if (parser.value(outputOption).isEmpty())
@@ -267,7 +315,7 @@ int CliApplication::run()
         return usage(QStringLiteral("%1 needs one watch-page address.").arg(command));
     if (command == QLatin1String("streams"))
         return streams(words[0]);
-    return download(words[0], command == QLatin1String("audio"), convert);
+    return download(words[0], command == QLatin1String("audio"));
 }
 
 int CliApplication::search(const QStringList& words)
@@ -336,6 +384,20 @@ int CliApplication::streams(const QString& address)
                        : media == YouTubeUrl::Media::SoundOnly ? QStringLiteral("  (sound only)")
                                                                : QString()));
     }
+    // The heights `video --quality` chooses among; the one it saves now said so.
+    const QList<YouTubeVideo::Quality> qualities = video->qualities();
+    const auto chosen = options_.quality > 0 ? video->qualityUpTo(options_.quality) : std::nullopt;
+    if (!qualities.isEmpty())
+        print(QStringLiteral("Qualities:\n"));
+    for (const YouTubeVideo::Quality& quality : qualities) {
+        const bool saved = chosen ? chosen->picture == quality.picture
+                                  : quality.picture == best || quality.picture == picture;
+        print(QStringLiteral("  %1  %2  %3%4\n")
+                  .arg(quality.label(), -9)
+                  .arg(quality.sound ? QStringLiteral("picture and sound joined") : QStringLiteral("with sound"), -24)
+                  .arg(quality.bytes > 0 ? sizeText(quality.bytes) : QStringLiteral("size not known"), -14)
+                  .arg(saved ? QStringLiteral("  (saved by video)") : QString()));
+    }
     return 0;
 }
 
@@ -386,7 +448,7 @@ QList<std::pair<DownloadRecord, PartialJob>> interruptedDownloads()
 
 } // namespace
 
-int CliApplication::download(const QString& address, bool audio, std::optional<bool> convert)
+int CliApplication::download(const QString& address, bool audio)
 {
     // Refused before anything is fetched.
     const QString folder = output_.isEmpty() ? Settings::downloadFolder() : output_;
@@ -403,7 +465,7 @@ int CliApplication::download(const QString& address, bool audio, std::optional<b
     const auto video = videoAt(address);
     if (!video)
         return 1;
-    const std::shared_ptr<DownloadItem> job = DownloadItem::initBest(video, audio, convert);
+    const std::shared_ptr<DownloadItem> job = DownloadItem::initBest(video, audio, options_);
     if (!job) {
         complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(address));
         return 1;
@@ -438,7 +500,7 @@ int CliApplication::resume(const DownloadRecord& entry, const PartialJob& partia
         return 1;
     auto job = DownloadItem::initResumed(video, partialJob, entry.partial);
     if (!job) // its streams are no longer offered: begun anew
-        job = DownloadItem::initBest(video, entry.audio);
+        job = DownloadItem::initBest(video, entry.audio, options_);
     if (!job) {
         complain(QStringLiteral("None of the streams at %1 is of a known quality.").arg(entry.link));
         return 1;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "catalogue/engine/Engine.h"
+#include "downloads/SaveOptions.h"
 #include "platform/ServiceEndpoints.h"
 
 #include <QStringList>
@@ -28,7 +29,7 @@ private:
     int listTools(const QString& chosen);
     int updateTools(const QString& chosen);
     int streams(const QString& address);
-    int download(const QString& address, bool audio, std::optional<bool> convert);
+    int download(const QString& address, bool audio);
     int resumeAll();
     int resume(const DownloadRecord& entry, const PartialJob& job, const QString& folder);
     // Follows the job to its end, written to the history when added and when ended.
@@ -49,4 +50,5 @@ private:
     std::optional<int> timeoutSeconds_;
     std::optional<int> connections_;
     std::optional<int> retries_;
+    SaveOptions options_; // the settings, and what this run's options say instead
 };

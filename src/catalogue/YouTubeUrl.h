@@ -44,6 +44,14 @@ public:
     void setHeight(int height) { height_.set(height); }
     double bitrate() const { return bitrate_.get(); }
     void setBitrate(double bitrate) { bitrate_.set(bitrate); }
+    // Frames a second (0: not known), whether the picture is of high dynamic
+    // range, and the stream's size in bytes (0: not known).
+    int fps() const { return fps_; }
+    void setFps(int fps) { fps_ = fps; }
+    bool isHdr() const { return hdr_; }
+    void setHdr(bool hdr) { hdr_ = hdr; }
+    qint64 bytes() const { return bytes_; }
+    void setBytes(qint64 bytes) { bytes_ = bytes; }
     // Headers its download must send.
     Headers httpHeaders() const { return httpHeaders_.get(); }
     void setHttpHeaders(const Headers& headers) { httpHeaders_.set(headers); }
@@ -67,4 +75,7 @@ private:
     platform::Property<Headers> httpHeaders_;
     platform::Property<QString> formatId_;
     std::atomic<qint64> chunkSize_{0};
+    std::atomic<int> fps_{0};
+    std::atomic<bool> hdr_{false};
+    std::atomic<qint64> bytes_{0};
 };

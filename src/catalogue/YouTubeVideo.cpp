@@ -9,7 +9,9 @@
 #include "platform/Text.h"
 #include "platform/WorkerPool.h"
 
+#include <QDateTime>
 #include <QNetworkReply>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <limits>
@@ -62,6 +64,26 @@ std::shared_ptr<YouTubeVideo> YouTubeVideo::initFromXML(const TBXMLElement* item
     const std::optional<QString> seconds =
         TBXML::valueOfAttributeNamed("seconds", TBXML::childElementNamed("yt:duration", group));
     video->setSeconds(seconds ? platform::leadingInteger(*seconds) : 0);
+
+    // For the saved files' tags: the author, the date and the item's picture.
+    About about;
+    const TBXMLElement* author = TBXML::childElementNamed("author", item);
+    QString name = TBXML::stringByDecodingXMLEntities(
+        TBXML::textForElement(TBXML::childElementNamed("name", author) ? TBXML::childElementNamed("name", author) : author));
+    // RSS writes "address (Name)".
+    static const QRegularExpression mailAndName(QStringLiteral("^\\S+@\\S+\\s+\\((.*)\\)$"));
+    if (const auto match = mailAndName.match(name.trimmed()); match.hasMatch())
+        name = match.captured(1);
+    about.channel = platform::withoutControls(name, u' ').simplified().left(200);
+    const QString published = TBXML::textForElement(TBXML::childElementNamed("pubDate", item)).trimmed();
+    QDateTime when = QDateTime::fromString(published, Qt::RFC2822Date);
+    if (!when.isValid())
+        when = QDateTime::fromString(TBXML::textForElement(TBXML::childElementNamed("published", item)).trimmed(),
+                                     Qt::ISODate);
+    if (when.isValid())
+        about.uploadDate = when.toUTC().date().toString(Qt::ISODate);
+    about.cover = thumbnailAddress(item);
+    video->setAbout(about);
     return video;
 }
 
@@ -302,4 +324,99 @@ bool YouTubeVideo::isBetterJoined() const
     for (const auto& u : Urls())
         highest = std::max(highest, u->height());
     return picture->height() > highest;
+}
+
+QString YouTubeVideo::Quality::label() const
+{
+    QString text = QString::number(height) + u'p';
+    if (fps > 30)
+        text += QString::number(fps);
+    if (hdr)
+        text += QStringLiteral(" HDR");
+    return text;
+}
+
+namespace {
+
+// The height a stream's quality label stands for, for streams that do not say theirs.
+int heightOf(const YouTubeUrl& stream)
+{
+    if (stream.height() > 0)
+        return stream.height();
+    static const std::pair<const char*, int> labels[] = {
+        {"hd1080", 1080}, {"hd720", 720}, {"large", 480}, {"medium", 360}, {"small", 240}};
+    for (const auto& [label, height] : labels)
+        if (stream.quality() == QLatin1String(label))
+            return height;
+    return 0;
+}
+
+// Whether a is the better choice of one height than b.
+bool betterAtEqualHeight(const YouTubeVideo::Quality& a, const YouTubeVideo::Quality& b)
+{
+    const bool aMp4 = a.picture->isMP4(), bMp4 = b.picture->isMP4();
+    if (aMp4 != bMp4)
+        return aMp4;
+    const bool aBoth = !a.sound, bBoth = !b.sound;
+    if (aBoth != bBoth)
+        return aBoth;
+    if (a.fps != b.fps)
+        return a.fps > b.fps;
+    return a.picture->bitrate() > b.picture->bitrate();
+}
+
+} // namespace
+
+QList<YouTubeVideo::Quality> YouTubeVideo::qualities() const
+{
+    QList<Quality> all;
+    const auto add = [&all](const std::shared_ptr<YouTubeUrl>& picture, const std::shared_ptr<YouTubeUrl>& sound) {
+        Quality choice{heightOf(*picture), picture->fps(), picture->isHdr(), 0, picture, sound};
+        if (choice.height <= 0)
+            return;
+        if (picture->bytes() > 0 && (!sound || sound->bytes() > 0))
+            choice.bytes = picture->bytes() + (sound ? sound->bytes() : 0);
+        const auto same = std::find_if(all.begin(), all.end(), [&](const Quality& q) { return q.height == choice.height; });
+        if (same == all.end())
+            all.append(choice);
+        else if (betterAtEqualHeight(choice, *same))
+            *same = choice;
+    };
+    for (const auto& stream : Urls())
+        add(stream, nullptr);
+    if (const auto sound = UrlWithBestSound())
+        for (const auto& stream : separateUrls())
+            if (stream->media() == YouTubeUrl::Media::PictureOnly)
+                add(stream, sound);
+    std::sort(all.begin(), all.end(), [](const Quality& a, const Quality& b) { return a.height > b.height; });
+    return all;
+}
+
+std::optional<YouTubeVideo::Quality> YouTubeVideo::qualityUpTo(int height) const
+{
+    const QList<Quality> all = qualities();
+    if (all.isEmpty())
+        return std::nullopt;
+    for (const Quality& choice : all)
+        if (height <= 0 || choice.height <= height)
+            return choice;
+    return all.last();
+}
+
+std::optional<YouTubeVideo::Subtitles> YouTubeVideo::subtitlesIn(const QString& language, bool automatic) const
+{
+    if (language.isEmpty())
+        return std::nullopt;
+    const QList<Subtitles> all = about().subtitles;
+    for (const bool automaticOnes : {false, true}) {
+        if (automaticOnes && !automatic)
+            break;
+        // The very language first, then one of its regions.
+        for (const bool exact : {true, false})
+            for (const Subtitles& track : all)
+                if (track.automatic == automaticOnes &&
+                    (exact ? track.language == language : track.language.startsWith(language + u'-')))
+                    return track;
+    }
+    return std::nullopt;
 }

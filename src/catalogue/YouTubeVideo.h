@@ -27,6 +27,32 @@ class YouTubeVideo : public std::enable_shared_from_this<YouTubeVideo> {
 public:
     using StreamList = QList<std::shared_ptr<YouTubeUrl>>;
 
+    // A subtitle track the video offers, as WebVTT.
+    struct Subtitles {
+        QString language; // "en", "pt-BR"
+        QUrl url;
+        bool automatic = false; // made by the service, not the uploader
+    };
+    // What the service says of the video beyond its title, for the files saved of it.
+    struct About {
+        QString channel;
+        QString uploadDate; // "YYYY-MM-DD"; empty: not said
+        std::optional<QUrl> cover; // the largest picture offered
+        QList<Subtitles> subtitles;
+    };
+    // One height a video can be saved at: a stream with both, or a picture alone
+    // joined with the best sound.
+    struct Quality {
+        int height = 0;
+        int fps = 0;
+        bool hdr = false;
+        qint64 bytes = 0; // both streams together; 0: not known
+        std::shared_ptr<YouTubeUrl> picture; // with the sound when sound is none
+        std::shared_ptr<YouTubeUrl> sound;
+        // "1080p60 HDR"
+        QString label() const;
+    };
+
     virtual ~YouTubeVideo() = default;
     YouTubeVideo(const YouTubeVideo&) = delete;
     YouTubeVideo& operator=(const YouTubeVideo&) = delete;
@@ -85,6 +111,19 @@ public:
     // then best made of it and the best sound.
     bool isBetterJoined() const;
 
+    // Every height the video has, highest first, one choice each: MP4 first at
+    // equal height, then the higher frame rate; a stream with both before a
+    // joined one. Streams of no known height count by their quality label.
+    QList<Quality> qualities() const;
+    // The highest of them no higher than the given height (0: any), else the
+    // lowest there is; none when there is none.
+    std::optional<Quality> qualityUpTo(int height) const;
+    // The subtitles in a language ("en" takes "en-US" when there is no "en"),
+    // the uploader's first; the service's automatic ones only when allowed.
+    std::optional<Subtitles> subtitlesIn(const QString& language, bool automatic) const;
+
+    About about() const { return about_.get(); }
+    void setAbout(const About& about) { about_.set(about); }
     QString title() const { return title_.get(); }
     void setTitle(const QString& title) { title_.set(title); }
     QUrl link() const { return link_.get(); }
@@ -130,4 +169,5 @@ private:
     platform::Property<QString> description_;
     platform::Property<QStringList> localizedQualitys_;
     platform::Property<StreamList> separateUrls_;
+    platform::Property<About> about_;
 };

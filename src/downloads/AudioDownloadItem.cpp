@@ -18,8 +18,20 @@ std::shared_ptr<AudioDownloadItem> AudioDownloadItem::initWithBitrate(std::share
 void AudioDownloadItem::downloadFinishEvent(HTTPDownload& download)
 {
     DownloadItem::downloadFinishEvent(download);
-    if (state() == State::TransferDone)
+    if (state() != State::TransferDone)
+        return;
+    if (options().sound == Settings::Sound::Original) {
+        const FFmpeg::Container container = FFmpeg::soundContainer(url()->type());
+        beginConversion(suffix(), [container](FFmpeg& ffmpeg) { ffmpeg.copySoundAsync(container); });
+    } else {
         beginConversion(QStringLiteral("mp3"), [this](FFmpeg& ffmpeg) { ffmpeg.convertMP3Async(bitrate_); });
+    }
+}
+
+QString AudioDownloadItem::suffix() const
+{
+    return options().sound == Settings::Sound::Original ? FFmpeg::suffix(FFmpeg::soundContainer(url()->type()))
+                                                        : QStringLiteral("mp3");
 }
 
 void AudioDownloadItem::cancel()

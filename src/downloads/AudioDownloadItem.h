@@ -4,7 +4,8 @@
 
 #include <memory>
 
-// A job that ends in an MP3 file of the video's sound, at the given bitrate.
+// A job that ends in a file of the video's sound: MP3 at the given bitrate, or
+// the sound as it came in its own container (no re-encoding), as its options say.
 class AudioDownloadItem : public ConvertingDownloadItem {
 public:
     bool isAudio() const override { return true; }
@@ -15,6 +16,9 @@ public:
     static std::shared_ptr<AudioDownloadItem> initBest(const std::shared_ptr<YouTubeVideo>& video, int bitrate);
 
     int bitrate() const { return bitrate_; }
+    // "mp3", or the suffix of the stream's sound as it came ("m4a", "opus", "ogg").
+    QString suffix() const;
+    QString savedKind() const override { return suffix().toUpper(); }
 
     void downloadFinishEvent(HTTPDownload& download) override;
     void cancel() override;

@@ -27,16 +27,22 @@ protected:
     // the events hold the job weakly.
     static void listen(const std::shared_ptr<ConvertingDownloadItem>& job);
 
-    // Reserves the output name with this suffix, points the converter from the
-    // temporary file to it, runs start, and shows Converting. A name that cannot
-    // be had fails the job instead.
+    // Once the cover and subtitles are there: reserves the output name with this
+    // suffix (and one for the subtitles beside an MP4), points the converter from
+    // the temporary file to it with the file's tags, runs start, and shows
+    // Converting. A name that cannot be had fails the job instead.
     void beginConversion(const QString& suffix, const std::function<void(FFmpeg&)>& start);
     // Stops a running conversion and drops what it wrote.
     void stopConversion();
+    // ffmpeg failed: true when the job goes on another way instead of failing.
+    virtual bool conversionFailed(const QString&) { return false; }
 
     std::shared_ptr<FFmpeg> ffmpeg_;
 
 private:
     const bool releaseConverterWhenDone_;
+    void convert(const QString& suffix, const std::function<void(FFmpeg&)>& start);
+
     std::optional<ReservedFile> output_;
+    std::optional<ReservedFile> subtitleCopy_;
 };

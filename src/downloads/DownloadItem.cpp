@@ -10,6 +10,7 @@
 #include "platform/Log.h"
 #include "platform/Text.h"
 #include "platform/UserFolders.h"
+#include "platform/WebAddress.h"
 #include "platform/WorkerPool.h"
 
 #include <QCoreApplication>
@@ -18,6 +19,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSet>
+
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -93,19 +96,49 @@ std::shared_ptr<DownloadItem> DownloadItem::create(std::shared_ptr<YouTubeVideo>
 }
 
 std::shared_ptr<DownloadItem> DownloadItem::initBest(const std::shared_ptr<YouTubeVideo>& video, bool audio,
-                                                     std::optional<bool> convert)
+                                                     const SaveOptions& options)
 {
-    if (audio)
-        return AudioDownloadItem::initBest(video, audioBitrate);
-    return VideoDownloadItem::initBest(video, convert);
+    std::shared_ptr<DownloadItem> job;
+    if (audio) {
+        job = AudioDownloadItem::initBest(video, audioBitrate);
+    } else if (options.quality > 0) {
+        // The best no higher than asked; above it only when there is nothing lower.
+        if (const auto quality = video->qualityUpTo(options.quality))
+            return initWithQuality(video, *quality, options);
+    } else {
+        job = VideoDownloadItem::initBest(video, options.convert);
+    }
+    if (job)
+        job->setOptions(options);
+    return job;
 }
 
 std::shared_ptr<DownloadItem> DownloadItem::initWithStream(const std::shared_ptr<YouTubeVideo>& video,
-                                                           const std::shared_ptr<YouTubeUrl>& stream, bool audio)
+                                                           const std::shared_ptr<YouTubeUrl>& stream, bool audio,
+                                                           const SaveOptions& options)
 {
-    if (audio)
-        return AudioDownloadItem::initWithBitrate(video, stream, audioBitrate);
-    return VideoDownloadItem::init(video, stream);
+    std::shared_ptr<DownloadItem> job;
+    if (audio) {
+        job = AudioDownloadItem::initWithBitrate(video, stream, audioBitrate);
+    } else {
+        const auto video_job = VideoDownloadItem::init(video, stream);
+        if (options.convert)
+            video_job->setConvert(*options.convert);
+        job = video_job;
+    }
+    job->setOptions(options);
+    return job;
+}
+
+std::shared_ptr<DownloadItem> DownloadItem::initWithQuality(const std::shared_ptr<YouTubeVideo>& video,
+                                                            const YouTubeVideo::Quality& quality,
+                                                            const SaveOptions& options)
+{
+    if (!quality.sound)
+        return initWithStream(video, quality.picture, false, options);
+    const auto job = JoinedVideoDownloadItem::init(video, quality.picture, quality.sound);
+    job->setOptions(options);
+    return job;
 }
 
 std::shared_ptr<DownloadItem> DownloadItem::initResumed(const std::shared_ptr<YouTubeVideo>& video,
@@ -128,6 +161,15 @@ std::shared_ptr<DownloadItem> DownloadItem::initResumed(const std::shared_ptr<Yo
             made->setConvert(*job.convert);
         item = made;
     }
+    SaveOptions options = SaveOptions::current();
+    options.convert = job.convert;
+    if (job.sound)
+        options.sound = *job.sound;
+    if (job.tags)
+        options.tags = *job.tags;
+    if (job.subtitles)
+        options.subtitles = *job.subtitles;
+    item->setOptions(options);
     item->adoptPartial(partial, job);
     if (!job.folder.isEmpty())
         item->setDownloadFolder(job.folder);
@@ -142,6 +184,10 @@ PartialJob DownloadItem::partialJob() const
     job.audio = isAudio();
     job.format = url_->formatId();
     job.folder = downloadFolder();
+    job.convert = options_.convert;
+    job.sound = options_.sound;
+    job.tags = options_.tags;
+    job.subtitles = options_.subtitles;
     return job;
 }
 
@@ -207,7 +253,86 @@ DownloadItem::~DownloadItem()
 {
     if (httpDownload_)
         httpDownload_->cancel();
+    dropExtras();
     releaseTempfile();
+}
+
+std::optional<YouTubeVideo::Subtitles> DownloadItem::wantedSubtitles() const
+{
+    if (isAudio() || options_.subtitles.isEmpty())
+        return std::nullopt;
+    return video_->subtitlesIn(options_.subtitles, options_.automaticSubtitles);
+}
+
+void DownloadItem::startExtras()
+{
+    if (extrasStarted_)
+        return;
+    extrasStarted_ = true;
+    const YouTubeVideo::About about = video_->about();
+    const std::optional<QUrl> cover = options_.tags ? about.cover : std::nullopt;
+    const auto subtitles = wantedSubtitles();
+    if (!cover && !subtitles) {
+        extras_ = SaveExtras::Files{};
+        return;
+    }
+    extrasCancel_ = std::make_shared<platform::CancelToken>();
+    const std::optional<QUrl> subtitlesUrl = subtitles ? std::optional<QUrl>(subtitles->url) : std::nullopt;
+    const std::weak_ptr<DownloadItem> self = weak_from_this();
+    platform::WorkerPool::run(
+        QCoreApplication::instance(),
+        [cover, subtitlesUrl, beside = tempfile(), cancel = extrasCancel_] {
+            return SaveExtras::fetch(cover, subtitlesUrl, beside, cancel);
+        },
+        [self](const SaveExtras::Files& files) {
+            const auto job = self.lock();
+            if (!job || job->isCanceled() || job->state_ == State::Failed) {
+                SaveExtras::remove(files);
+                return;
+            }
+            job->extras_ = files;
+            if (auto next = std::exchange(job->afterExtras_, nullptr))
+                next();
+        });
+}
+
+void DownloadItem::whenExtrasReady(std::function<void()> next)
+{
+    startExtras();
+    if (extras_)
+        next();
+    else
+        afterExtras_ = std::move(next);
+}
+
+FileTags DownloadItem::fileTags() const
+{
+    FileTags tags;
+    if (options_.tags) {
+        const YouTubeVideo::About about = video_->about();
+        tags.title = FileTags::clean(video_->title());
+        tags.artist = FileTags::clean(about.channel);
+        tags.date = about.uploadDate;
+        if (platform::isWebAddress(video_->link()))
+            tags.address = FileTags::clean(video_->link().toString(QUrl::FullyEncoded));
+    }
+    if (extras_) {
+        tags.coverFile = extras_->cover;
+        tags.subtitleFile = extras_->subtitles;
+        if (const auto subtitles = wantedSubtitles(); subtitles && !extras_->subtitles.isEmpty())
+            tags.subtitleLanguage = subtitles->language;
+    }
+    return tags;
+}
+
+void DownloadItem::dropExtras()
+{
+    if (extrasCancel_)
+        extrasCancel_->cancel();
+    afterExtras_ = nullptr;
+    if (extras_)
+        SaveExtras::remove(*extras_);
+    extras_.reset();
 }
 
 QString DownloadItem::getCacheFolder()
@@ -309,6 +434,7 @@ void DownloadItem::startDownload()
     if (tempfileLock_ >= 0)
         ::flock(tempfileLock_, LOCK_SH);
     httpDownload_->start();
+    startExtras();
 
     setState(State::Downloading, "DownloadItem.Downloading");
     throwUpdateEvent();
@@ -415,6 +541,7 @@ void DownloadItem::cancel()
         httpDownload_->cancel();
     }
     hasCancelButton_ = false;
+    dropExtras();
     setProgress(std::nullopt, std::nullopt);
     setState(State::Canceled, "DownloadItem.Canceled");
     // Not wanted any more: nothing of it is kept (a pause keeps it).
@@ -426,6 +553,7 @@ void DownloadItem::cancel()
 
 void DownloadItem::finish()
 {
+    dropExtras();
     setState(State::Done, "DownloadItem.Done");
     hasCancelButton_ = false;
     hasPlayButton_ = true;
@@ -437,6 +565,7 @@ void DownloadItem::fail(const QString& reason)
 {
     Log::line(QStringLiteral("Failed: ") + reason);
     failureReason_.set(reason);
+    dropExtras();
     setState(State::Failed, "DownloadItem.Failed");
     hasCancelButton_ = false;
     hasPlayButton_ = false;

@@ -3,7 +3,10 @@
 #include "catalogue/YouTubeUrl.h"
 #include "catalogue/YouTubeVideo.h"
 #include "downloads/HTTPDownload.h"
+#include "downloads/FileTags.h"
 #include "downloads/PartialJob.h"
+#include "downloads/SaveExtras.h"
+#include "downloads/SaveOptions.h"
 #include "downloads/Settings.h"
 #include "platform/Event.h"
 #include "platform/Property.h"
@@ -12,6 +15,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -31,13 +35,20 @@ public:
     // The sound tracks' bitrate, kbit/s.
     static constexpr int audioBitrate = 320;
     // The job a press of Download audio or Download video makes of a video
-    // whose streams are read: its best stream (MP3 at 320 kbit/s for sound);
-    // none when no stream will do. convert: for this job, else the setting.
+    // whose streams are read: its best stream, or the best no higher than the
+    // options' quality (MP3 at 320 kbit/s for sound, or its best sound as it
+    // came); none when no stream will do.
     static std::shared_ptr<DownloadItem> initBest(const std::shared_ptr<YouTubeVideo>& video, bool audio,
-                                                  std::optional<bool> convert = std::nullopt);
+                                                  const SaveOptions& options = SaveOptions::current());
     // The job of one stream the user chose.
     static std::shared_ptr<DownloadItem> initWithStream(const std::shared_ptr<YouTubeVideo>& video,
-                                                        const std::shared_ptr<YouTubeUrl>& stream, bool audio);
+                                                        const std::shared_ptr<YouTubeUrl>& stream, bool audio,
+                                                        const SaveOptions& options = SaveOptions::current());
+    // The job of one quality the user chose: the stream with both, or the
+    // picture joined with the sound.
+    static std::shared_ptr<DownloadItem> initWithQuality(const std::shared_ptr<YouTubeVideo>& video,
+                                                         const YouTubeVideo::Quality& quality,
+                                                         const SaveOptions& options = SaveOptions::current());
     // The job that goes on with the partial file of an earlier one, of a video
     // whose streams are read; none when its streams are no longer offered.
     static std::shared_ptr<DownloadItem> initResumed(const std::shared_ptr<YouTubeVideo>& video, const PartialJob& job,
@@ -55,6 +66,12 @@ public:
     // month; older ones it forgets).
     static void Cleanup(DownloadHistory* history = nullptr);
     static constexpr int keptUnfinishedDays = 30;
+
+    // How it saves; set before it starts.
+    const SaveOptions& options() const { return options_; }
+    void setOptions(const SaveOptions& options) { options_ = options; }
+    // What the kind column says of it before its file is there: "MP3", "M4A" …; empty: the stream's.
+    virtual QString savedKind() const { return {}; }
 
     // At most once; a cancelled job is never restarted.
     virtual void startDownload();
@@ -158,6 +175,15 @@ protected:
     void showRetrying(const HTTPDownload& download);
     // Its events, for a transfer of the job's own.
     void listenTo(HTTPDownload& download);
+    // Fetches the cover and the subtitles the saved file takes, beside the transfer.
+    void startExtras();
+    // Runs next (on this thread) once they are there, at once when none are wanted.
+    void whenExtrasReady(std::function<void()> next);
+    // What ffmpeg writes into the file of this job: the tags when wanted, the
+    // cover and the subtitles that came.
+    FileTags fileTags() const;
+    // The subtitles the saved video takes; none for sound.
+    std::optional<YouTubeVideo::Subtitles> wantedSubtitles() const;
 
 private:
     std::shared_ptr<HTTPDownload> httpDownload_;
@@ -181,4 +207,10 @@ private:
     bool resume_ = false;
     qint64 resumedEntry_ = 0;
     int retries_ = HTTPDownload::defaultRetries;
+    SaveOptions options_ = SaveOptions::current();
+    bool extrasStarted_ = false;
+    std::optional<SaveExtras::Files> extras_;
+    std::function<void()> afterExtras_;
+    std::shared_ptr<platform::CancelToken> extrasCancel_;
+    void dropExtras();
 };

@@ -29,7 +29,11 @@ DownloadRecord DownloadRecord::of(const DownloadItem& job)
     record.file = saved.isEmpty() ? job.destinationfile() : saved;
     // The name's suffix only: no file is looked at.
     const QString suffix = QFileInfo(saved).suffix().toUpper();
-    record.kind = !suffix.isEmpty() ? suffix : record.audio ? QStringLiteral("MP3") : containerOf(job.url()->type());
+    const QString planned = job.savedKind();
+    record.kind = !suffix.isEmpty()  ? suffix
+                  : !planned.isEmpty() ? planned
+                  : record.audio       ? QStringLiteral("MP3")
+                                       : containerOf(job.url()->type());
     switch (job.state()) {
     case DownloadItem::State::Done: record.state = State::Done; break;
     case DownloadItem::State::Failed: record.state = State::Failed; break;

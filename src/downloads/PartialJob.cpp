@@ -44,6 +44,12 @@ bool PartialJob::write(const QString& partial) const
     line("soundPartial", soundPartial);
     line("folder", folder);
     line("convert", !convert ? QString() : *convert ? QStringLiteral("1") : QStringLiteral("0"));
+    if (sound)
+        line("sound", *sound == Settings::Sound::Original ? QStringLiteral("original") : QStringLiteral("mp3"));
+    if (tags)
+        line("tags", *tags ? QStringLiteral("1") : QStringLiteral("0"));
+    if (subtitles)
+        line("subtitles", *subtitles);
     return out.commit();
 }
 
@@ -78,6 +84,12 @@ std::optional<PartialJob> PartialJob::read(const QString& partial)
             job.folder = value;
         else if (key == "convert" && !value.isEmpty())
             job.convert = value == QLatin1String("1");
+        else if (key == "sound")
+            job.sound = Settings::soundNamed(value);
+        else if (key == "tags" && !value.isEmpty())
+            job.tags = value == QLatin1String("1");
+        else if (key == "subtitles" && (value.isEmpty() || Settings::isLanguageCode(value)))
+            job.subtitles = value;
     }
     // The sound's partial lies beside the picture's, in the cache, or nowhere.
     if (!job.soundPartial.isEmpty() && QFileInfo(job.soundPartial).absolutePath() != QFileInfo(partial).absolutePath())

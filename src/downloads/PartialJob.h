@@ -1,5 +1,7 @@
 #pragma once
 
+#include "downloads/Settings.h"
+
 #include <QString>
 
 #include <optional>
@@ -16,6 +18,10 @@ struct PartialJob {
     QString soundPartial; // where the sound's bytes are
     QString folder;       // the Downloads folder it saves into
     std::optional<bool> convert;
+    // How it saves; none in a record of an earlier version: the settings then.
+    std::optional<Settings::Sound> sound;
+    std::optional<bool> tags;
+    std::optional<QString> subtitles;
 
     static QString pathOf(const QString& partial) { return partial + QStringLiteral(".job"); }
     bool write(const QString& partial) const;

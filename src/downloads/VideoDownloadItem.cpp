@@ -55,11 +55,33 @@ void VideoDownloadItem::downloadFinishEvent(HTTPDownload& download)
     if (state() != State::TransferDone)
         return;
 
-    if (convert_.value_or(Settings::convertVideos()) && !url()->isMP4()) {
+    if (options().convert.value_or(Settings::convertVideos()) && !url()->isMP4()) {
         beginConversion(QStringLiteral("mp4"), [](FFmpeg& ffmpeg) { ffmpeg.convertH264VideoAsync(); });
         return;
     }
+    // Tags and subtitles go in as ffmpeg copies the stream: the step that writes the file anyway.
+    if (url()->isMP4() && (options().tags || wantedSubtitles())) {
+        titling_ = true;
+        beginConversion(QStringLiteral("mp4"), [](FFmpeg& ffmpeg) { ffmpeg.remuxAsync(); });
+        return;
+    }
+    copy();
+}
 
+bool VideoDownloadItem::conversionFailed(const QString& why)
+{
+    if (!titling_ || why == QLatin1String("cancelled"))
+        return false;
+    // A stream ffmpeg cannot read as MP4 is still the video: saved bare, as it came.
+    Log::line(QStringLiteral("Saved without tags: ") + why);
+    titling_ = false;
+    setState(State::TransferDone, "DownloadItem.Done");
+    copy();
+    return true;
+}
+
+void VideoDownloadItem::copy()
+{
     setState(State::Copying, "DownloadItem.Copying");
     throwUpdateEvent();
     // On a worker, which holds the job until it is done; its end on the
@@ -143,13 +165,6 @@ std::optional<QString> VideoDownloadItem::copyToDest()
         }
     }
     return output ? std::nullopt : std::optional<QString>(why);
-}
-
-PartialJob VideoDownloadItem::partialJob() const
-{
-    PartialJob job = DownloadItem::partialJob();
-    job.convert = convert_;
-    return job;
 }
 
 void VideoDownloadItem::cancel()

@@ -20,8 +20,12 @@ public:
 
     // Decides per job, where the stored setting would; for one run of the
     // command-line front end.
-    void setConvert(bool convert) { convert_ = convert; }
-    PartialJob partialJob() const override;
+    void setConvert(bool convert)
+    {
+        SaveOptions changed = options();
+        changed.convert = convert;
+        setOptions(changed);
+    }
 
     void downloadFinishEvent(HTTPDownload& download) override;
     void cancel() override;
@@ -32,9 +36,14 @@ public:
     // How long the copy waits for the temporary file to become readable.
     static constexpr int copyWaitSeconds = 10;
 
+protected:
+    bool conversionFailed(const QString& why) override;
+
 private:
+    // Copies the stream as it came into the Downloads folder, on a worker.
+    void copy();
+    bool titling_ = false; // ffmpeg copies the stream to title it
     VideoDownloadItem(std::shared_ptr<YouTubeVideo> video, std::shared_ptr<YouTubeUrl> url);
 
-    std::optional<bool> convert_;
     std::atomic<bool> copyCanceled_{false};
 };

@@ -8,12 +8,10 @@
 
 namespace platform {
 
-namespace {
-
 // The formats the service's pictures come in, told by their first bytes. Only
 // these are decoded: a reader left to guess would hand network bytes to every
 // installed image plugin (SVG's among them).
-const char* formatOf(const QByteArray& bytes)
+const char* ImageDecoder::formatOf(const QByteArray& bytes)
 {
     if (bytes.startsWith("\xFF\xD8\xFF"))
         return "jpeg";
@@ -26,12 +24,15 @@ const char* formatOf(const QByteArray& bytes)
     return nullptr;
 }
 
-} // namespace
-
 // A named format is read by its own reader alone, never guessed. A picture that
 // declares more than the largest size is refused before a pixel is decoded; one
 // larger than the cells show is scaled down while it is read.
 Image ImageDecoder::decode(const QByteArray& bytes)
+{
+    return decode(bytes, imaging::largestShown);
+}
+
+Image ImageDecoder::decode(const QByteArray& bytes, QSize largest)
 {
     const char* format = formatOf(bytes);
     if (!format)
@@ -47,8 +48,8 @@ Image ImageDecoder::decode(const QByteArray& bytes)
     const QSize declared = reader.size();
     if (!declared.isValid() || declared.width() > imaging::largestDeclared || declared.height() > imaging::largestDeclared)
         return {};
-    if (declared.width() > imaging::largestShown.width() || declared.height() > imaging::largestShown.height())
-        reader.setScaledSize(declared.scaled(imaging::largestShown, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
+    if (declared.width() > largest.width() || declared.height() > largest.height())
+        reader.setScaledSize(declared.scaled(largest, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
     QImage image = reader.read();
     return image.isNull() ? Image() : std::make_shared<const QImage>(std::move(image));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QSize>
 
 #include <memory>
 
@@ -17,6 +18,10 @@ public:
     // when larger. Empty for anything else and for one that declares more
     // than 4096 pixels either way. Safe on any thread.
     static Image decode(const QByteArray& bytes);
+    // The same, scaled down to fit largest instead; a format name of the bytes
+    // ("jpeg", "png", "gif", "webp") when one is wanted.
+    static Image decode(const QByteArray& bytes, QSize largest);
+    static const char* formatOf(const QByteArray& bytes);
 };
 
 } // namespace platform

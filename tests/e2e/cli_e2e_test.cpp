@@ -18,6 +18,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <set>
 #include <thread>
@@ -149,6 +150,26 @@ public:
         return lastLine(r.output);
     }
 
+    // Makes the yt-dlp engine answer for a watch page with what Debian's yt-dlp
+    // reads there, reshaped: a recorded answer given to the real yt-dlp with
+    // --load-info-json (the stand-in's pages hold no more than one HTML5 video).
+    void answerWith(const QString& watch, const QString& name, const std::function<void(QJsonObject&)>& reshape) const
+    {
+        QByteArray answer;
+        const ChildProcess::Exit recorded = media::run("yt-dlp", {"--ignore-config", "-J", watch}, &answer);
+        EXPECT_TRUE(recorded.exited && recorded.code == 0);
+        QJsonObject info = QJsonDocument::fromJson(answer).object();
+        reshape(info);
+        const QString json = home() + "/" + name + ".json";
+        const QString program = home() + "/" + name;
+        QFile file(json), script(program);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(info).toJson()) > 0);
+        EXPECT_TRUE(script.open(QIODevice::WriteOnly) &&
+                    script.write("#!/bin/sh\nexec /usr/bin/yt-dlp --load-info-json '" + json.toUtf8() + "' \"$@\"\n") > 0);
+        script.setPermissions(script.permissions() | QFile::ExeOwner);
+        Settings::setEngineChoice({engine::Kind::ytDlp, program, {}});
+    }
+
 private:
     test_home home_;
 };
@@ -210,12 +231,18 @@ TEST_F(EndToEnd, Mp4StreamIsCopiedAndWebmConverted)
     const video* webm = bestIs(43);
     ASSERT_TRUE(mp4 && webm);
 
-    EXPECT_EQ(media::contents(user.saved(s.base(), {"video", "--convert", s.watch(mp4->id)})),
+    // Copied bare, byte for byte; titled, its streams are still those that came.
+    EXPECT_EQ(media::contents(user.saved(s.base(), {"video", "--convert", "--no-tags", s.watch(mp4->id)})),
               media::contents(mediaFile(mp4->id, 22)));
+    const QString titled = user.saved(s.base(), {"video", s.watch(mp4->id)});
+    for (const char* stream : {"v:0", "a:0"})
+        EXPECT_EQ(media::packetHash(titled, stream), media::packetHash(mediaFile(mp4->id, 22), stream)) << stream;
+    EXPECT_EQ(media::probe(titled, "format_tags=title"), mp4->title);
+    EXPECT_EQ(media::probe(titled, "format_tags=comment"), s.watch(mp4->id));
     const QString converted = user.saved(s.base(), {"video", "--convert", s.watch(webm->id)});
     EXPECT_TRUE(converted.endsWith(".mp4"));
     EXPECT_EQ(media::probe(converted, "stream=codec_name", "v:0"), "h264");
-    EXPECT_EQ(media::contents(user.saved(s.base(), {"video", "--no-convert", s.watch(webm->id)})),
+    EXPECT_EQ(media::contents(user.saved(s.base(), {"video", "--no-convert", "--no-tags", s.watch(webm->id)})),
               media::contents(mediaFile(webm->id, 43)));
 }
 
@@ -229,7 +256,7 @@ TEST_F(EndToEnd, ParserServiceDownOrWrongStillDownloads)
         ASSERT_EQ(listed.status, 0) << mode << ": " << listed.output.toStdString();
         EXPECT_TRUE(listed.output.contains(QRegularExpression("^\\* hd720", QRegularExpression::MultilineOption)))
             << listed.output.toStdString();
-        EXPECT_EQ(media::contents(user.saved(s.base(), {"video", "--no-convert", s.watch(v->id)})),
+        EXPECT_EQ(media::contents(user.saved(s.base(), {"video", "--no-convert", "--no-tags", s.watch(v->id)})),
                   media::contents(mediaFile(v->id, 22))) << mode;
     }
 }
@@ -292,7 +319,7 @@ TEST_F(EndToEnd, SecondProgramLeavesTheFirstOnesDownloadAlone)
     // Every stream answers late, so the first download is under way, its file
     // open in the cache, when the second program starts.
     stand_in s({"--latency", "media=1500"});
-    const auto running = user.start(s.base(), {"video", "--no-convert", s.watch(first->id)});
+    const auto running = user.start(s.base(), {"video", "--no-convert", "--no-tags", s.watch(first->id)});
     ASSERT_TRUE(running);
     ASSERT_TRUE(QTest::qWaitFor([&] { return !QDir(user.cache()).entryList(QDir::Files).isEmpty(); }, 20000));
     const result other = user.run(s.base(), {"audio", s.watch(second->id)});
@@ -315,7 +342,7 @@ TEST_F(EndToEnd, TransfersGoOnWhereTheyBrokeAndAskForNarrowPieces)
     const QByteArray whole = media::contents(mediaFile(v->id, 22));
     {
         stand_in s({"--cut-stream", v->id + ":300000:3"});
-        const QString file = user.saved(s.base(), {"--connections", "1", "video", "--no-convert", s.watch(v->id)});
+        const QString file = user.saved(s.base(), {"--connections", "1", "video", "--no-convert", "--no-tags", s.watch(v->id)});
         EXPECT_EQ(media::contents(file), whole);
         QFile::remove(file);
         s.stop();
@@ -333,7 +360,7 @@ TEST_F(EndToEnd, TransfersGoOnWhereTheyBrokeAndAskForNarrowPieces)
     {
         // Late, and cut once: the second request comes after the address expired.
         stand_in s({"--expire", "1", "--latency", "media=1500", "--cut-stream", v->id + ":200000:1"});
-        const QString file = user.saved(s.base(), {"--connections", "1", "video", "--no-convert", s.watch(v->id)});
+        const QString file = user.saved(s.base(), {"--connections", "1", "video", "--no-convert", "--no-tags", s.watch(v->id)});
         EXPECT_EQ(media::contents(file), whole);
         QFile::remove(file);
         s.stop();
@@ -362,7 +389,7 @@ TEST_F(EndToEnd, TransfersGoOnWhereTheyBrokeAndAskForNarrowPieces)
         script.close();
         script.setPermissions(script.permissions() | QFile::ExeOwner);
         Settings::setEngineChoice({engine::Kind::ytDlp, program, {}});
-        const QString file = user.saved(s.base(), {"video", "--no-convert", s.watch(v->id)});
+        const QString file = user.saved(s.base(), {"video", "--no-convert", "--no-tags", s.watch(v->id)});
         Settings::setEngineChoice({});
         EXPECT_EQ(media::contents(file), whole);
         s.stop();
@@ -386,7 +413,7 @@ TEST_F(EndToEnd, AKilledRunGoesOnWithWhatItHad)
     ASSERT_TRUE(v);
     const QByteArray whole = media::contents(mediaFile(v->id, 22));
     stand_in s({"--per-connection", "256"});
-    const QStringList command{"--connections", "1", "video", "--no-convert", s.watch(v->id)};
+    const QStringList command{"--connections", "1", "video", "--no-convert", "--no-tags", s.watch(v->id)};
     const auto killedOnTheWay = [&] {
         const auto running = user.start(s.base(), command);
         EXPECT_TRUE(running);
@@ -414,7 +441,7 @@ TEST_F(EndToEnd, AKilledRunGoesOnWithWhatItHad)
     EXPECT_TRUE(user.run(s.base(), {"history"}).output.contains("  done"));
 
     stand_in again({"--per-connection", "256"});
-    const QStringList other{"--connections", "1", "video", "--no-convert", again.watch(v->id)};
+    const QStringList other{"--connections", "1", "video", "--no-convert", "--no-tags", again.watch(v->id)};
     // (The finished run's record stays in the cache until the next wipe.)
     const QStringList before = QDir(user.cache()).entryList({"*.ranges"}, QDir::Files);
     const auto running = user.start(again.base(), other);
@@ -504,7 +531,7 @@ TEST_F(EndToEnd, YtDlpFindsListsAndSavesWhatTheClassicEngineDoes)
         << listed.output.toStdString();
 
     // (Its sound track: this extraction, then the classic runs' converter; the desktop yt-dlp run saves one.)
-    EXPECT_EQ(media::contents(user.saved(s.base(), ytDlp + QStringList{"video", "--no-convert", s.watch(v->id)})),
+    EXPECT_EQ(media::contents(user.saved(s.base(), ytDlp + QStringList{"video", "--no-convert", "--no-tags", s.watch(v->id)})),
               media::contents(mediaFile(v->id, 22)));
 }
 
@@ -586,40 +613,29 @@ TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
         return v.kind == "normal" && !mediaFile(v.id, 22).isEmpty() && !mediaFile(v.id, 18).isEmpty();
     });
     ASSERT_TRUE(v);
-    // Writes what the stand-in at base offers, reshaped, and a yt-dlp that answers with it.
+    // The stand-in's answer, reshaped as the real service's; a sound with a bad signature when asked.
     const auto record = [&](const stand_in& at, const QString& name, const QString& badSignature) {
-        QByteArray answer;
-        const ChildProcess::Exit recorded =
-            media::run("yt-dlp", {"--ignore-config", "-J", at.watch(v->id)}, &answer);
-        EXPECT_TRUE(recorded.exited && recorded.code == 0);
-        QJsonObject info = QJsonDocument::fromJson(answer).object();
-        QJsonArray formats;
-        for (const QJsonValue& value : info.value("formats").toArray()) {
-            QJsonObject format = value.toObject();
-            QString url = format.value("url").toString();
-            if (url.contains("itag=22&")) {
-                format["vcodec"] = "avc1.640028";
-                format["acodec"] = "none";
-                format["height"] = 1080;
-            } else if (url.contains("itag=18&")) {
-                format["vcodec"] = "none";
-                format["acodec"] = "mp4a.40.2";
-                format["ext"] = "m4a";
-                format["abr"] = 96;
-                if (!badSignature.isEmpty())
-                    format["url"] = url.replace(QRegularExpression("signature=[^&]*"), "signature=" + badSignature);
+        user.answerWith(at.watch(v->id), name, [&](QJsonObject& info) {
+            QJsonArray formats;
+            for (const QJsonValue& value : info.value("formats").toArray()) {
+                QJsonObject format = value.toObject();
+                QString url = format.value("url").toString();
+                if (url.contains("itag=22&")) {
+                    format["vcodec"] = "avc1.640028";
+                    format["acodec"] = "none";
+                    format["height"] = 1080;
+                } else if (url.contains("itag=18&")) {
+                    format["vcodec"] = "none";
+                    format["acodec"] = "mp4a.40.2";
+                    format["ext"] = "m4a";
+                    format["abr"] = 96;
+                    if (!badSignature.isEmpty())
+                        format["url"] = url.replace(QRegularExpression("signature=[^&]*"), "signature=" + badSignature);
+                }
+                formats.append(format);
             }
-            formats.append(format);
-        }
-        info["formats"] = formats;
-        const QString json = user.home() + "/" + name + ".json";
-        const QString program = user.home() + "/" + name;
-        QFile file(json), script(program);
-        EXPECT_TRUE(file.open(QIODevice::WriteOnly) && file.write(QJsonDocument(info).toJson()) > 0);
-        EXPECT_TRUE(script.open(QIODevice::WriteOnly) &&
-                    script.write("#!/bin/sh\nexec /usr/bin/yt-dlp --load-info-json '" + json.toUtf8() + "' \"$@\"\n") > 0);
-        script.setPermissions(script.permissions() | QFile::ExeOwner);
-        Settings::setEngineChoice({engine::Kind::ytDlp, program, {}});
+            info["formats"] = formats;
+        });
     };
     record(s, "recorded", {});
 
@@ -660,4 +676,107 @@ TEST_F(EndToEnd, YtDlpsBetterPictureAndSoundApartAreJoinedWithoutEncoding)
     EXPECT_TRUE(cancelled.output.contains("Cancelled.")) << cancelled.output.toStdString();
     EXPECT_EQ(QDir(user.downloads()).entryList(QDir::Files), QStringList{v->title + ".mp4"});
     EXPECT_TRUE(QDir(user.cache()).entryList(QDir::Files | QDir::NoDotAndDotDot).isEmpty());
+}
+
+// What is saved: the height asked for, the sound as MP3 or as it came, every file
+// titled with what the service said of it, with its cover, and the subtitles
+// asked for in the video and beside it.
+TEST_F(EndToEnd, SavedFilesAreTitledWithCoverAndSubtitlesAtTheQualityAsked)
+{
+    stand_in s;
+    const video* v = find(videos, [](const video& v) {
+        return v.kind == "normal" && !mediaFile(v.id, 22).isEmpty() && !mediaFile(v.id, 18).isEmpty();
+    });
+    ASSERT_TRUE(v);
+    QString channel, date;
+    // Two heights and a sound alone, as the real service offers them: the 720p
+    // stream as a 1080p60 picture alone, the 360p one as 720p with sound, and its sound.
+    user.answerWith(s.watch(v->id), "heights", [&](QJsonObject& info) {
+        QJsonArray formats;
+        for (const QJsonValue& value : info.value("formats").toArray()) {
+            QJsonObject format = value.toObject();
+            const QString url = format.value("url").toString();
+            if (url.contains("itag=22&")) {
+                format["vcodec"] = "avc1.640028";
+                format["acodec"] = "none";
+                format["height"] = 1080;
+                format["fps"] = 60;
+                formats.append(format);
+            } else if (url.contains("itag=18&")) {
+                format["vcodec"] = "avc1.42001E";
+                format["acodec"] = "mp4a.40.2";
+                format["height"] = 720;
+                formats.append(format);
+                format["format_id"] = "sound";
+                format["vcodec"] = "none";
+                format["ext"] = "m4a";
+                format["abr"] = 96;
+                format.remove("height");
+                formats.append(format);
+            }
+        }
+        info["formats"] = formats;
+        // Debian's yt-dlp reads no channel off a page of an HTML5 video; the real service's answers have one.
+        info["channel"] = channel = QString::fromUtf8("Harbour Films \u2013 Archive");
+        // What it read on the page: the date, the pictures and the subtitles.
+        date = info.value("upload_date").toString();
+        EXPECT_TRUE(info.value("subtitles").toObject().contains("en")) << QJsonDocument(info).toJson().toStdString();
+        bool webp = false;
+        for (const QJsonValue& picture : info.value("thumbnails").toArray())
+            webp = webp || picture.toObject().value("url").toString().endsWith(".webp");
+        EXPECT_TRUE(webp) << QJsonDocument(info).toJson().toStdString();
+    });
+    ASSERT_FALSE(channel.isEmpty());
+    ASSERT_EQ(date.size(), 8);
+    const QString isoDate = date.left(4) + "-" + date.mid(4, 2) + "-" + date.mid(6, 2);
+
+    const result listed = user.run(s.base(), {"streams", s.watch(v->id)});
+    EXPECT_TRUE(listed.output.contains(QRegularExpression(R"(^  1080p60 +picture and sound joined .*\(saved by video\)$)",
+                                                         QRegularExpression::MultilineOption)))
+        << listed.output.toStdString();
+    EXPECT_TRUE(listed.output.contains(QRegularExpression(R"(^  720p +with sound )", QRegularExpression::MultilineOption)))
+        << listed.output.toStdString();
+
+    // The best, joined, titled, with the cover and the subtitles inside and beside.
+    const QString best = user.saved(s.base(), {"video", "--subtitles", "en", s.watch(v->id)});
+    EXPECT_EQ(media::packetHash(best, "v:0"), media::packetHash(mediaFile(v->id, 22), "v:0"));
+    EXPECT_EQ(media::packetHash(best, "a:0"), media::packetHash(mediaFile(v->id, 18), "a:0"));
+    EXPECT_EQ(media::probe(best, "format_tags=title"), v->title);
+    EXPECT_EQ(media::probe(best, "format_tags=artist"), channel);
+    EXPECT_EQ(media::probe(best, "format_tags=date"), isoDate);
+    EXPECT_EQ(media::probe(best, "stream=codec_name", "s:0"), "mov_text");
+    EXPECT_EQ(media::probe(best, "stream_disposition=attached_pic", "v:1"), "1");
+    EXPECT_EQ(media::probe(best, "stream=codec_name", "v:1"), "mjpeg");
+    const QByteArray srt = media::contents(best.chopped(4) + ".en.srt");
+    EXPECT_TRUE(srt.startsWith("1\n00:00:0") || srt.startsWith("1\r\n00:00:0")) << srt.left(200).toStdString();
+
+    // No higher than asked: the 720p stream with its sound, as it came.
+    const QString lower = user.saved(s.base(), {"video", "--quality", "720", s.watch(v->id)});
+    EXPECT_EQ(media::packetHash(lower, "v:0"), media::packetHash(mediaFile(v->id, 18), "v:0"));
+    EXPECT_EQ(media::probe(lower, "stream=codec_name", "s:0"), "");
+
+    // MP3 with ID3v2.3 tags, the cover as APIC and the watch page as a URL frame.
+    const QString mp3 = user.saved(s.base(), {"audio", s.watch(v->id)});
+    EXPECT_EQ(media::probe(mp3, "format_tags=title"), v->title);
+    EXPECT_EQ(media::probe(mp3, "format_tags=artist"), channel);
+    EXPECT_EQ(media::probe(mp3, "stream=codec_name", "v:0"), "mjpeg");
+    const QByteArray head = media::contents(mp3).left(64 * 1024);
+    EXPECT_TRUE(head.startsWith(QByteArray("ID3\x03", 4)));
+    EXPECT_TRUE(head.contains("WOAS") && head.contains(s.watch(v->id).toUtf8()));
+
+    // The sound as it came: its packets unchanged, in M4A, titled, with the cover.
+    const QString m4a = user.saved(s.base(), {"audio", "--sound", "original", s.watch(v->id)});
+    EXPECT_TRUE(m4a.endsWith(".m4a")) << m4a.toStdString();
+    EXPECT_EQ(media::packetHash(m4a, "a:0"), media::packetHash(mediaFile(v->id, 18), "a:0"));
+    EXPECT_EQ(media::probe(m4a, "format_tags=title"), v->title);
+    EXPECT_EQ(media::probe(m4a, "stream_disposition=attached_pic", "v:0"), "1");
+    EXPECT_TRUE(user.run(s.base(), {"history"}).output.contains(QRegularExpression(R"(^\S+ \S+  M4A  )",
+                                                                                   QRegularExpression::MultilineOption)));
+
+    // Bare when asked: nothing but the sound.
+    const QString bare = user.saved(s.base(), {"audio", "--no-tags", s.watch(v->id)});
+    EXPECT_EQ(media::probe(bare, "format_tags=title"), "");
+    EXPECT_EQ(media::probe(bare, "stream=codec_name", "v:0"), "");
+    // Nothing of the covers and subtitles stays in the cache.
+    EXPECT_TRUE(QDir(user.cache()).entryList({"*.jpg", "*.vtt"}, QDir::Files).isEmpty());
 }

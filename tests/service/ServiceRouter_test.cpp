@@ -1,11 +1,13 @@
 // The service as a client sees it: raw requests over loopback to an HttpServer
 // serving a ServiceRouter on a one-video catalogue made by the test, with the
-// records of its media answers; and the range reader its streams answer with.
+// records of its media answers; the range reader its streams answer with, and
+// the catalogue's upload records.
 #include "service/ByteRange.h"
 #include "service/Catalogue.h"
 #include "service/HttpServer.h"
 #include "service/ServiceRouter.h"
 #include "service/StreamSignature.h"
+#include "service/Subtitles.h"
 
 #include <gtest/gtest.h>
 
@@ -14,6 +16,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -21,6 +24,7 @@
 #include <fstream>
 #include <mutex>
 #include <regex>
+#include <set>
 #include <thread>
 
 using namespace service;
@@ -49,6 +53,34 @@ struct Reply {
     }
 };
 
+struct Cue {
+    std::uint64_t fromMs = 0, toMs = 0;
+    std::string text;
+};
+
+std::vector<Cue> cuesOf(const std::string& track)
+{
+    static const std::regex cue(
+        "(\\d\\d):(\\d\\d):(\\d\\d)\\.(\\d{3}) --> (\\d\\d):(\\d\\d):(\\d\\d)\\.(\\d{3})\n([^\n]*)\n");
+    const auto ms = [](const std::smatch& m, int first) {
+        return ((std::stoull(m[first]) * 60 + std::stoull(m[first + 1])) * 60 + std::stoull(m[first + 2])) * 1000 +
+               std::stoull(m[first + 3]);
+    };
+    std::vector<Cue> cues;
+    for (std::sregex_iterator it(track.begin(), track.end(), cue), end; it != end; ++it)
+        cues.push_back({ms(*it, 1), ms(*it, 5), (*it)[9]});
+    return cues;
+}
+
+std::string between(const std::string& text, const std::string& start, const std::string& end)
+{
+    const auto at = text.find(start);
+    if (at == std::string::npos)
+        return {};
+    const auto from = at + start.size();
+    return text.substr(from, text.find(end, from) - from);
+}
+
 std::int64_t unixNow()
 {
     return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch())
@@ -76,7 +108,7 @@ protected:
 
     void route(Faults faults = {})
     {
-        catalogue = Catalogue(dir, {Video{"clip", 30, VideoKind::normal, "Café & Crème", "A tone.", {22}, {}}});
+        catalogue = Catalogue(dir, {clip});
         router = std::make_unique<ServiceRouter>(catalogue, std::move(faults), server ? server->base() : "",
                                                  [this](std::string_view line) {
                                                      std::lock_guard lock(recordsMutex);
@@ -150,6 +182,8 @@ protected:
     }
 
     const std::string signedStream = "/videoplayback?id=clip&itag=22&signature=" + streamSignature("clip", 22);
+    // What route() serves; a test may change it first.
+    Video clip{"clip", 30, VideoKind::normal, "Café & Crème", "A tone.", {22}, {}};
     fs::path dir;
     std::string media;
     Catalogue catalogue;
@@ -404,4 +438,161 @@ TEST(ByteRange, AnswersWhatTheHeaderAsks)
             EXPECT_EQ(range.length(), c.last - c.first + 1);
         }
     }
+}
+
+TEST_F(Service, FeedAndPageNameTheChannelAndUploadDate)
+{
+    using namespace std::chrono_literals;
+    clip.channel = "Chaîne <Test> & Co";
+    clip.uploaded = 2012y / 2 / 29;
+    clip.title = "Clip </script><script>alert(1)</script>";
+    serve();
+
+    const std::string feed = get("/feeds/api/videos?q=clip").body;
+    EXPECT_NE(feed.find("<pubDate>Wed, 29 Feb 2012 12:00:00 +0000</pubDate>"), std::string::npos) << feed;
+    EXPECT_NE(feed.find("<author>noreply@melodrift.invalid (Chaîne &lt;Test&gt; &amp; Co)</author>"), std::string::npos)
+        << feed;
+    EXPECT_NE(feed.find("<itunes:author>Chaîne &lt;Test&gt; &amp; Co</itunes:author>"), std::string::npos) << feed;
+
+    const Reply watch = get("/watch?v=clip");
+    EXPECT_EQ(watch.header("Last-Modified"), "Wed, 29 Feb 2012 12:00:00 GMT");
+    const std::string& page = watch.body;
+    // The title cannot end the linked data's script early.
+    const std::string linked = between(page, "<script type=\"application/ld+json\">", "</script>");
+    EXPECT_TRUE(linked.ends_with(R"("author": {"@type": "Person", "name": "Chaîne \u003cTest\u003e \u0026 Co"}})"))
+        << linked;
+    EXPECT_NE(linked.find(R"("uploadDate": "2012-02-29")"), std::string::npos) << linked;
+    EXPECT_NE(linked.find("/vi/clip/maxresdefault.webp"), std::string::npos) << linked;
+    EXPECT_NE(page.find("<meta itemprop=\"uploadDate\" content=\"2012-02-29\">"), std::string::npos);
+    EXPECT_NE(page.find("<meta itemprop=\"name\" content=\"Cha&#238;ne &lt;Test&gt; &amp; Co\">"), std::string::npos);
+    for (const auto& language : subtitleLanguages())
+        EXPECT_NE(page.find("<track kind=\"subtitles\" srclang=\"" + std::string(language.code) + "\""),
+                  std::string::npos)
+            << language.code;
+    // The parser service still takes the small JPEG, the first thumbnail link.
+    const std::string parsed = ServiceRouter::parserReply(page);
+    EXPECT_TRUE(parsed.starts_with("DONE: ")) << parsed;
+    EXPECT_NE(parsed.find("/vi/clip/default.jpg"), std::string::npos) << parsed;
+}
+
+TEST_F(Service, ServesLargeWebpThumbnailsAndSubtitleTracks)
+{
+    std::ofstream(Catalogue::thumbnailPath(dir, "clip"), std::ios::binary) << "small jpeg";
+    std::ofstream(Catalogue::webpThumbnailPath(dir, "clip"), std::ios::binary) << "large webp";
+    serve();
+    const Reply webp = get("/vi/clip/maxresdefault.webp");
+    EXPECT_EQ(webp.header("Content-Type"), "image/webp");
+    EXPECT_EQ(webp.body, "large webp");
+    EXPECT_EQ(get("/vi/clip/default.jpg").body, "small jpeg");
+
+    // Followed from the page, as a player or extractor would.
+    const std::string page = get("/watch?v=clip").body;
+    std::smatch track;
+    ASSERT_TRUE(
+        std::regex_search(page, track, std::regex("<track [^>]*srclang=\"en\"[^>]* src=\"http://[^/]*([^\"]*)\"")));
+    const Reply english = get(std::regex_replace(track[1].str(), std::regex("&amp;"), "&"));
+    EXPECT_EQ(english.status, 200);
+    EXPECT_EQ(english.header("Content-Type"), "text/vtt; charset=utf-8");
+    EXPECT_TRUE(english.body.starts_with("WEBVTT\n\n")) << english.body.substr(0, 40);
+
+    // Cue after cue from the start to the end of the video (30 s is no whole
+    // number of cues), each naming the second it starts at, one beyond ASCII.
+    for (const auto& [language, word] : {std::pair{"en", "Second "}, std::pair{"de", "Sekunde "}}) {
+        SCOPED_TRACE(language);
+        const std::string body = get("/api/timedtext?v=clip&fmt=vtt&lang=" + std::string(language)).body;
+        const auto cues = cuesOf(body);
+        ASSERT_FALSE(cues.empty()) << body;
+        std::uint64_t at = 0;
+        for (const Cue& cue : cues) {
+            EXPECT_EQ(cue.fromMs, at);
+            EXPECT_GT(cue.toMs, cue.fromMs);
+            EXPECT_LE(cue.toMs - cue.fromMs, cueSeconds * 1000);
+            EXPECT_NE(cue.text.find(word + std::to_string(cue.fromMs / 1000)), std::string::npos) << cue.text;
+            at = cue.toMs;
+        }
+        EXPECT_EQ(at, 30000u);
+        EXPECT_TRUE(std::ranges::any_of(body, [](char c) { return static_cast<unsigned char>(c) >= 0x80; }));
+    }
+
+    for (const char* target : {"/api/timedtext?v=other&lang=en&fmt=vtt", "/api/timedtext?v=clip&lang=fr&fmt=vtt",
+                               "/api/timedtext?v=clip&fmt=vtt", "/api/timedtext?v=clip&lang=en&fmt=srv3",
+                               "/vi/other/maxresdefault.webp", "/vi/clip/maxresdefault.png"})
+        EXPECT_EQ(get(target).status, 404) << target;
+}
+
+// A hostile track is larger than anyone should hold: it goes out from its file.
+TEST_F(Service, SendsAHostileSubtitleTrackWhole)
+{
+    const fs::path file = dir / "hostile.vtt";
+    {
+        std::ofstream out(file, std::ios::binary);
+        writeHostileTrack(out, 5 * 1024 * 1024 + 1);
+    }
+    std::ifstream in(file, std::ios::binary);
+    const std::string written((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    clip.hostile.emplace().subtitles = file;
+    serve();
+    const Reply track = get("/api/timedtext?v=clip&lang=de&fmt=vtt");
+    EXPECT_GT(track.body.size(), 5u * 1024 * 1024);
+    EXPECT_TRUE(track.body == written) << track.body.size() << " bytes";
+    EXPECT_TRUE(track.body.starts_with("WEBVTT\n\n"));
+    EXPECT_NE(track.body.find('\x1b'), std::string::npos);
+    EXPECT_FALSE(cuesOf(track.body.substr(0, 100000)).empty());
+    EXPECT_EQ(get("/api/timedtext?v=clip&lang=xx&fmt=vtt").status, 404);
+}
+
+TEST(Catalogue, ReadsUploadsAndMakesUpWhatIsMissing)
+{
+    using namespace std::chrono_literals;
+    std::string pattern = (fs::temp_directory_path() / "melodrift-catalogue-test-XXXXXX").string();
+    const fs::path dir = ::mkdtemp(pattern.data());
+    std::ofstream(Catalogue::listPath(dir)) << "a\t10\tnormal\tA\nb\t10\tnormal\tB\nc\t10\tnormal\tC\n";
+    // A catalogue made before uploads.tsv.
+    const Catalogue old = Catalogue::load(dir);
+    for (const Video& video : old.videos()) {
+        EXPECT_EQ(video.channel, channelFromId(video.id));
+        EXPECT_EQ(video.uploaded, uploadDateFromId(video.id));
+    }
+    // Empty fields, and a video not listed, get their id's.
+    std::ofstream(Catalogue::uploadsPath(dir)) << "a\tÄ & Co\t2012-02-29\r\nb\t\t\n";
+    const Catalogue catalogue = Catalogue::load(dir);
+    EXPECT_EQ(catalogue.find("a")->channel, "Ä & Co");
+    EXPECT_EQ(catalogue.find("a")->uploaded, 2012y / 2 / 29);
+    EXPECT_EQ(catalogue.find("b")->channel, channelFromId("b"));
+    EXPECT_EQ(catalogue.find("b")->uploaded, uploadDateFromId("b"));
+    EXPECT_EQ(catalogue.find("c")->channel, channelFromId("c"));
+
+    for (const char* wrong : {"a\tA\t2013-02-29\n", "a\tA\t2012-2-29\n", "a\tA\n", "a\tA\t2012-02-29\tx\n"}) {
+        std::ofstream(Catalogue::uploadsPath(dir)) << wrong;
+        EXPECT_THROW(Catalogue::load(dir), std::runtime_error) << wrong;
+    }
+    fs::remove_all(dir);
+}
+
+TEST(UploadDate, IsWrittenAndReadAsFeedsAndPagesWantIt)
+{
+    using namespace std::chrono_literals;
+    // Weekdays across a leap day and a year's turn.
+    EXPECT_EQ(rfc822Date(2012y / 2 / 29), "Wed, 29 Feb 2012 12:00:00 +0000");
+    EXPECT_EQ(rfc822Date(2012y / 3 / 1), "Thu, 01 Mar 2012 12:00:00 +0000");
+    EXPECT_EQ(httpDate(2005y / 12 / 31), "Sat, 31 Dec 2005 12:00:00 GMT");
+    EXPECT_EQ(isoDate(2007y / 1 / 9), "2007-01-09");
+    EXPECT_EQ(parseIsoDate("2007-01-09"), 2007y / 1 / 9);
+    for (const char* wrong : {"", "2007-1-09", "2007-01-09 ", "2007-13-01", "2011-02-29", "-007-01-09", "2007/01/09"})
+        EXPECT_EQ(parseIsoDate(wrong), std::nullopt) << wrong;
+
+    // Made-up ones: real days of the service's years, not all the same.
+    std::set<std::string> channels;
+    std::set<std::string> days;
+    for (int i = 0; i < 50; ++i) {
+        const std::string id = "video" + std::to_string(i);
+        const auto day = uploadDateFromId(id);
+        EXPECT_TRUE(day.ok()) << id;
+        EXPECT_GE(day, 2005y / 4 / 23) << id;
+        EXPECT_LE(day, 2012y / 11 / 19) << id;
+        days.insert(isoDate(day));
+        channels.insert(channelFromId(id));
+    }
+    EXPECT_GT(days.size(), 40u);
+    EXPECT_GT(channels.size(), 3u);
 }

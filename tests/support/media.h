@@ -51,6 +51,16 @@ inline QString probe(const QString& path, const QString& entry, const QString& s
     return QString::fromUtf8(out).trimmed();
 }
 
+// The MD5 of one stream's packets as they are in a file ("a:0", "v:0"): equal for
+// a stream copied into another container without re-encoding.
+inline QString packetHash(const QString& path, const QString& stream)
+{
+    QByteArray out;
+    run("ffmpeg", {"-v", "error", "-i", path, "-map", "0:" + stream, "-c", "copy", "-f", "hash", "-hash", "md5", "-"},
+        &out);
+    return QString::fromUtf8(out).trimmed();
+}
+
 // A whole file; empty when it cannot be read.
 inline QByteArray contents(const QString& path)
 {

@@ -80,6 +80,9 @@ public:
             setSeconds(inner->seconds());
         if (!thumbnail() && inner->thumbnail())
             setThumbnail(inner->thumbnail());
+        // The classic engine's reading of the page says nothing of this: the search's stays.
+        if (const About about = inner->about(); !about.channel.isEmpty() || about.cover || !about.subtitles.isEmpty())
+            setAbout(about);
         extracted_ = true;
     }
 

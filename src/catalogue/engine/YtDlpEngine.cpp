@@ -91,6 +91,7 @@ public:
             setSeconds(extracted.seconds);
         if (!thumbnail() && extracted.thumbnail)
             setThumbnail(fetchImage(*extracted.thumbnail));
+        setAbout(extracted.about);
         extracted_ = true;
     }
 

@@ -4,11 +4,13 @@
 #include "platform/Text.h"
 #include "platform/WebAddress.h"
 
+#include <QDate>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonParseError>
 #include <QRegularExpression>
+#include <QUrlQuery>
 
 #include <algorithm>
 #include <cmath>
@@ -181,7 +183,75 @@ std::optional<Format> formatOf(const QJsonObject& object, QStringList* refusedSc
     const double chunk = object.value(QLatin1String("downloader_options")).toObject().value(QLatin1String("http_chunk_size")).toDouble(0);
     if (chunk >= 64 * 1024 && chunk <= 1024.0 * 1024 * 1024)
         format.chunkSize = static_cast<qint64>(chunk);
+    if (format.media != Format::Media::SoundOnly) {
+        format.fps = wholeNumber(object.value(QLatin1String("fps")), 1000);
+        // "SDR", "HDR10", "HLG", "DV"; null when not known.
+        const QString range = text(object.value(QLatin1String("dynamic_range")));
+        format.hdr = !range.isEmpty() && range != QLatin1String("SDR");
+    }
+    double bytes = object.value(QLatin1String("filesize")).toDouble(0);
+    if (!(bytes > 0))
+        bytes = object.value(QLatin1String("filesize_approx")).toDouble(0);
+    // A terabyte: a larger size is no size.
+    if (std::isfinite(bytes) && bytes > 0 && bytes < 1e12)
+        format.bytes = static_cast<qint64>(bytes);
     return format;
+}
+
+// The largest picture: by its size where sizes are given, else the last
+// (yt-dlp lists the preferred last), else the one thumbnail.
+std::optional<QUrl> coverOf(const QJsonObject& root)
+{
+    std::optional<QUrl> largest, last;
+    qint64 largestArea = 0;
+    for (const QJsonValue& value : root.value(QLatin1String("thumbnails")).toArray()) {
+        const QJsonObject picture = value.toObject();
+        const auto url = webAddress(text(picture.value(QLatin1String("url"))));
+        if (!url)
+            continue;
+        last = url;
+        const qint64 area = qint64(wholeNumber(picture.value(QLatin1String("width")), 100000)) *
+                            wholeNumber(picture.value(QLatin1String("height")), 100000);
+        if (area > largestArea) {
+            largest = url;
+            largestArea = area;
+        }
+    }
+    if (largest)
+        return largest;
+    if (last)
+        return last;
+    return webAddress(text(root.value(QLatin1String("thumbnail"))));
+}
+
+// The WebVTT tracks of "subtitles" (the uploader's) or "automatic_captions".
+void readSubtitles(const QJsonObject& tracks, bool automatic, QList<YouTubeVideo::Subtitles>* into)
+{
+    static const QRegularExpression language(QStringLiteral("^[A-Za-z]{2,3}(-[A-Za-z0-9]{2,8}){0,2}$"));
+    for (auto it = tracks.begin(); it != tracks.end() && into->size() < mostSubtitleLanguages; ++it) {
+        if (!language.match(it.key()).hasMatch())
+            continue; // "live_chat" and the like
+        for (const QJsonValue& value : it.value().toArray()) {
+            const QJsonObject track = value.toObject();
+            const auto url = webAddress(text(track.value(QLatin1String("url"))));
+            // yt-dlp names the kind; a track it read from a page's <track> it may
+            // not, and then the address says it.
+            const bool vtt = text(track.value(QLatin1String("ext"))) == QLatin1String("vtt") ||
+                             (url && QUrlQuery(*url).queryItemValue(QStringLiteral("fmt")) == QLatin1String("vtt")) ||
+                             (url && url->path().endsWith(QLatin1String(".vtt")));
+            if (url && vtt) {
+                into->append({it.key(), *url, automatic});
+                break;
+            }
+        }
+    }
+}
+
+// "20240131" as "2024-01-31"; anything else as nothing.
+QString dateOf(const QString& compact)
+{
+    const QDate date = QDate::fromString(compact, QStringLiteral("yyyyMMdd"));
+    return compact.size() == 8 && date.isValid() ? date.toString(Qt::ISODate) : QString();
 }
 
 } // namespace
@@ -284,6 +354,14 @@ Reading<ExtractedVideo> readVideo(const QByteArray& json)
     video.description = text(root->value(QLatin1String("description")));
     video.seconds = seconds(root->value(QLatin1String("duration")));
     video.thumbnail = webAddress(text(root->value(QLatin1String("thumbnail"))));
+    QString channel = text(root->value(QLatin1String("channel")));
+    if (channel.trimmed().isEmpty())
+        channel = text(root->value(QLatin1String("uploader")));
+    video.about.channel = platform::withoutControls(channel, u' ').simplified().left(longestChannel);
+    video.about.uploadDate = dateOf(text(root->value(QLatin1String("upload_date"))));
+    video.about.cover = coverOf(*root);
+    readSubtitles(root->value(QLatin1String("subtitles")).toObject(), false, &video.about.subtitles);
+    readSubtitles(root->value(QLatin1String("automatic_captions")).toObject(), true, &video.about.subtitles);
 
     QJsonArray formats = root->value(QLatin1String("formats")).toArray();
     if (formats.isEmpty() && root->contains(QLatin1String("url")))
@@ -327,6 +405,9 @@ std::shared_ptr<YouTubeUrl> streamOf(const Format& format)
     stream->setHttpHeaders(format.headers);
     stream->setFormatId(format.formatId);
     stream->setChunkSize(format.chunkSize);
+    stream->setFps(format.fps);
+    stream->setHdr(format.hdr);
+    stream->setBytes(format.bytes);
     return stream;
 }
 

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QUrl>
 
+#include "catalogue/YouTubeVideo.h"
+
 #include <memory>
 #include <optional>
 
@@ -39,6 +41,9 @@ struct Format {
     Headers headers;
     QString formatId;   // yt-dlp's name of the format, which a later extraction gives again
     qint64 chunkSize = 0; // the widest byte range to ask for at once, 0: not said
+    int fps = 0;          // 0: unknown
+    bool hdr = false;
+    qint64 bytes = 0;     // the stream's size, exact or yt-dlp's estimate; 0: unknown
 };
 
 struct ExtractedVideo {
@@ -46,6 +51,8 @@ struct ExtractedVideo {
     QString description;
     qint64 seconds = 0; // 0: unknown
     std::optional<QUrl> thumbnail;
+    // The channel, date, largest picture and WebVTT subtitles.
+    YouTubeVideo::About about;
     QList<Format> formats; // best first
     // Schemes of formats left out for want of http(s), for the reason when none is left.
     QStringList refusedSchemes;
@@ -62,6 +69,9 @@ constexpr qint64 largestAnswer = 32 * 1024 * 1024;
 constexpr qsizetype mostVideos = 100;
 constexpr qsizetype mostFormats = 500;
 constexpr qsizetype mostHeaders = 32;
+constexpr qsizetype mostSubtitleLanguages = 300;
+// Tag text: a channel's name, at most this long.
+constexpr qsizetype longestChannel = 200;
 
 // `yt-dlp -J --flat-playlist` of a search or a feed.
 Reading<QList<FoundVideo>> readSearch(const QByteArray& json);

@@ -140,7 +140,7 @@ void PreviewController::parsed(const std::shared_ptr<YouTubeVideo>& video)
     model_->setVideo(video.get());
     const int mp4 = model_->firstStreamOfType(QStringLiteral("video/mp4"));
     showVideo();
-    // Selecting plays: a stream at once, a quality title through its first stream.
+    // Selecting plays: a stream at once, a title through the row after it.
     if (model_->rowCount() > 0)
         setSelectedRow(mp4 >= 0 ? mp4 : 0);
 }
@@ -213,21 +213,27 @@ void PreviewController::watchOnYouTubeClick()
 
 void PreviewController::downloadVideoClick()
 {
-    download(videoEvent);
+    download(videoEvent, false);
 }
 
 void PreviewController::downloadAudioClick()
 {
-    download(audioEvent);
+    download(audioEvent, true);
 }
 
 void PreviewController::download(
-    platform::Event<PreviewController&, std::shared_ptr<YouTubeVideo>, std::shared_ptr<YouTubeUrl>>& event)
+    platform::Event<PreviewController&, std::shared_ptr<YouTubeVideo>, std::shared_ptr<YouTubeUrl>>& event, bool audio)
 {
     const int row = selectedRow();
-    const auto urls = video_ ? video_->Urls() : YouTubeVideo::StreamList();
-    if (row >= 0 && row < urls.size())
-        event(*this, video_, urls[row]);
+    if (const auto quality = model_->qualityAt(row); quality && video_) {
+        qualityEvent(*this, video_, *quality, audio);
+    } else {
+        // The rows below the qualities keep the numbering they had without them.
+        const int flat = row - model_->qualityRowCount();
+        const auto urls = video_ ? video_->Urls() : YouTubeVideo::StreamList();
+        if (row >= 0 && flat >= 0 && flat < urls.size())
+            event(*this, video_, urls[flat]);
+    }
     close();
 }
 
@@ -247,15 +253,15 @@ void PreviewController::outlineViewSelectionIsChanging(const QItemSelection&, co
     const int row = selectedRow();
     if (row < 0)
         return;
-    if (const auto stream = model_->streamAt(row)) {
-        showVideo(stream);
+    if (!model_->isTitle(row)) {
+        showVideo(model_->playedAt(row));
         return;
     }
-    // A quality title is never left selected: the stream after it is chosen
-    // and plays. Stepping up onto a title from the stream below it goes on to
-    // the stream above instead, so that the keyboard can move up past titles.
+    // A title is never left selected: the row after it is chosen and plays.
+    // Stepping up onto a title from the row below it goes on to the row above
+    // instead, so that the keyboard can move up past titles.
     const int previous = deselected.isEmpty() ? -1 : deselected.indexes().first().row();
-    if (previous == row + 1 && model_->streamAt(row - 1))
+    if (previous == row + 1 && row > 0 && !model_->isTitle(row - 1))
         setSelectedRow(row - 1);
     else if (row + 1 < model_->rowCount())
         setSelectedRow(row + 1);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/YouTubeVideo.h"
 #include "platform/Event.h"
 
 #include <QObject>
@@ -19,7 +20,6 @@ class QPushButton;
 class QStackedWidget;
 class StreamOutlineModel;
 class YouTubeUrl;
-class YouTubeVideo;
 
 // The preview window: a video's streams by quality, one of them playing in the
 // embedded web engine, and buttons that save the chosen stream as video or as
@@ -47,21 +47,26 @@ public:
     void setVideo(const std::shared_ptr<YouTubeVideo>& video);
     void showLoader();
     void showVideo();
-    // Plays the stream; a quality title (no stream) changes nothing.
+    // Plays the stream; none (a title's) changes nothing.
     void showVideo(const std::shared_ptr<YouTubeUrl>& stream);
     void clearWebView();
     void close();
 
     void watchOnYouTubeClick();
-    // The chosen row's number picks the stream from the video's streams in
-    // their own order (quality titles are counted); a row with no stream there
-    // sends nothing. The window closes either way.
+    // A quality row sends qualityEvent. Below the qualities, the chosen row's
+    // number (counted from the first row after them) picks the stream from the
+    // video's streams in their own order (quality titles are counted); a row
+    // with no stream there sends nothing. The window closes either way.
     void downloadVideoClick();
     void downloadAudioClick();
 
     // (sender, video, stream) the user chose to save
     platform::Event<PreviewController&, std::shared_ptr<YouTubeVideo>, std::shared_ptr<YouTubeUrl>> videoEvent;
     platform::Event<PreviewController&, std::shared_ptr<YouTubeVideo>, std::shared_ptr<YouTubeUrl>> audioEvent;
+    // (sender, video, quality, audio) the user chose a quality row to save: the
+    // video at that quality, or (audio) its sound as the settings say, which is
+    // the same whatever the quality.
+    platform::Event<PreviewController&, std::shared_ptr<YouTubeVideo>, YouTubeVideo::Quality, bool> qualityEvent;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -72,7 +77,8 @@ private:
     void outlineViewSelectionIsChanging(const QItemSelection& selected, const QItemSelection& deselected);
     void setSelectedRow(int row);
     int selectedRow() const;
-    void download(platform::Event<PreviewController&, std::shared_ptr<YouTubeVideo>, std::shared_ptr<YouTubeUrl>>& event);
+    void download(platform::Event<PreviewController&, std::shared_ptr<YouTubeVideo>, std::shared_ptr<YouTubeUrl>>& event,
+                  bool audio);
     // Makes the web view on first use; false when the engine is not there.
     bool ensureWebView();
 

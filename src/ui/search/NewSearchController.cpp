@@ -242,6 +242,11 @@ PreviewController* NewSearchController::previewController()
                                                      std::shared_ptr<YouTubeUrl> stream) {
         videoEvent(sender, video, stream);
     });
+    previewController_->qualityEvent.set(this, [this](PreviewController&, std::shared_ptr<YouTubeVideo> video,
+                                                       YouTubeVideo::Quality quality, bool audio) {
+        bringWindowToFront();
+        session_->downloadQuality(video, quality, audio);
+    });
     return previewController_;
 }
 

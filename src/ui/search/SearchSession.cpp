@@ -202,6 +202,15 @@ void SearchSession::downloadStream(const std::shared_ptr<YouTubeVideo>& video,
     emit jobMade(DownloadItem::initWithStream(video, stream, audio));
 }
 
+void SearchSession::downloadQuality(const std::shared_ptr<YouTubeVideo>& video, const YouTubeVideo::Quality& quality,
+                                    bool audio)
+{
+    if (const auto job = audio ? DownloadItem::initBest(video, true) : DownloadItem::initWithQuality(video, quality))
+        emit jobMade(job);
+    else
+        emit downloadFailed(video, Localization::string("Search.NoStream"));
+}
+
 void SearchSession::switchToYtDlp()
 {
     engine::Choice choice = engineChoice();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "catalogue/YouTubeVideo.h"
 #include "catalogue/engine/Engine.h"
 #include "platform/ServiceEndpoints.h"
 
@@ -15,7 +16,6 @@ class DownloadItem;
 struct DownloadRecord;
 class YouTubeSearch;
 class YouTubeUrl;
-class YouTubeVideo;
 namespace platform {
 struct Error;
 }
@@ -55,6 +55,8 @@ public:
     // The job of one stream the user chose.
     void downloadStream(const std::shared_ptr<YouTubeVideo>& video, const std::shared_ptr<YouTubeUrl>& stream,
                         bool audio);
+    // The job of one quality the user chose; audio: the video's sound, as the settings say.
+    void downloadQuality(const std::shared_ptr<YouTubeVideo>& video, const YouTubeVideo::Quality& quality, bool audio);
     // A new job going on with an interrupted download of an earlier run: its
     // streams read again and its bytes kept (begun anew when its streams are gone).
     void resumeEntry(const DownloadRecord& entry);

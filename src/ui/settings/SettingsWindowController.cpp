@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
@@ -26,12 +27,14 @@
 #include <QVBoxLayout>
 #include <QWidget>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <utility>
 
 using platform::Localization;
 
@@ -48,6 +51,11 @@ struct SettingsWindowController::PendingWrite {
     std::optional<QString> signIn; // empty: none
     std::optional<bool> keepCurrent;
     std::optional<int> connections;
+    std::optional<int> quality;
+    std::optional<Settings::Sound> sound;
+    std::optional<bool> tagFiles;
+    std::optional<QString> subtitles;
+    std::optional<bool> automaticSubtitles;
     std::atomic<int> unwritten{0};
 
     void write()
@@ -62,6 +70,11 @@ struct SettingsWindowController::PendingWrite {
             now.signIn = signIn;
             now.keepCurrent = keepCurrent;
             now.connections = connections;
+            now.quality = quality;
+            now.sound = sound;
+            now.tagFiles = tagFiles;
+            now.subtitles = subtitles;
+            now.automaticSubtitles = automaticSubtitles;
         }
         if (now.connections)
             Settings::setConnectionsPerDownload(*now.connections);
@@ -69,6 +82,16 @@ struct SettingsWindowController::PendingWrite {
             Settings::setConvertVideos(*now.convert);
         if (now.keepCurrent)
             Settings::setKeepToolsCurrent(*now.keepCurrent);
+        if (now.quality)
+            Settings::setVideoQuality(*now.quality);
+        if (now.sound)
+            Settings::setSound(*now.sound);
+        if (now.tagFiles)
+            Settings::setTagFiles(*now.tagFiles);
+        if (now.subtitles)
+            Settings::setSubtitles(*now.subtitles);
+        if (now.automaticSubtitles)
+            Settings::setAutomaticSubtitles(*now.automaticSubtitles);
         if (now.engine || now.ytDlp || now.signIn) {
             engine::Choice choice = Settings::engineChoice();
             choice.kind = now.engine.value_or(choice.kind);
@@ -129,6 +152,36 @@ QLabel* heading(const QString& text)
     QFont bold = label->font();
     bold.setBold(true);
     label->setFont(bold);
+    return label;
+}
+
+// The subtitle languages offered by name; another stored one is added when shown.
+constexpr const char* subtitleLanguages[] = {
+    "ar", "cs", "da", "de", "el", "en", "es", "fi", "fr", "hi", "hu", "id", "it", "ja", "ko",
+    "nl", "pl", "pt", "pt-BR", "ro", "ru", "sv", "th", "tr", "uk", "vi", "zh-Hans", "zh-Hant"};
+
+// "Portuguese (Brazil)", "Chinese (Traditional Han)": the language's name, in
+// English, the names Qt knows in every language the program speaks.
+QString languageName(const QString& code)
+{
+    const QLocale locale(code);
+    if (locale.language() == QLocale::C)
+        return code;
+    const QString name = QLocale::languageToString(locale.language());
+    const QString part = code.section(u'-', 1);
+    if (part.isEmpty())
+        return name;
+    const QString detail = part.size() == 4 ? QLocale::scriptToString(locale.script())
+                                            : QLocale::territoryToString(locale.territory());
+    return QStringLiteral("%1 (%2)").arg(name, detail.isEmpty() ? part : detail);
+}
+
+// A label for the control, in a row of the form.
+QLabel* labelFor(QWidget* control, const QString& text)
+{
+    auto* label = new QLabel(text);
+    label->setBuddy(control);
+    control->setAccessibleName(text);
     return label;
 }
 
@@ -211,12 +264,51 @@ SettingsWindowController::SettingsWindowController(tools::ToolKeeper* keeper, QO
     toolsRow->addLayout(toolLines, 1);
     toolsRow->addWidget(updateButton_, 0, Qt::AlignTop);
 
+    videoQuality_ = new QComboBox;
+    for (const int height : Settings::videoQualities)
+        videoQuality_->addItem(height == 0 ? Localization::string("Settings.QualityBest")
+                                           : Localization::string("Settings.QualityUpTo").arg(height),
+                               height);
+    sound_ = new QComboBox;
+    sound_->addItem(Localization::string("Settings.SoundMp3"), static_cast<int>(Settings::Sound::MP3));
+    sound_->addItem(Localization::string("Settings.SoundOriginal"), static_cast<int>(Settings::Sound::Original));
+    subtitles_ = new QComboBox;
+    subtitles_->addItem(Localization::string("Settings.SubtitlesNone"), QString());
+    subtitles_->addItem(Localization::string("Settings.SubtitlesSystem"), QStringLiteral("system"));
+    subtitles_->insertSeparator(subtitles_->count());
+    QList<std::pair<QString, QString>> languages;
+    for (const char* code : subtitleLanguages)
+        languages.append({languageName(QLatin1String(code)), QLatin1String(code)});
+    std::sort(languages.begin(), languages.end(),
+              [](const auto& a, const auto& b) { return QString::localeAwareCompare(a.first, b.first) < 0; });
+    for (const auto& [name, code] : languages)
+        subtitles_->addItem(name, code);
+    subtitles_->setMaxVisibleItems(16);
+    automaticSubtitles_ = new QCheckBox(Localization::string("Settings.AutomaticSubtitles"));
+    automaticSubtitles_->setAccessibleName(automaticSubtitles_->text());
+    tagFiles_ = new QCheckBox(Localization::string("Settings.TagFiles"));
+    tagFiles_->setAccessibleName(tagFiles_->text());
+    auto* saving = new QGridLayout;
+    saving->setContentsMargins(0, 4, 0, 0);
+    saving->setHorizontalSpacing(8);
+    saving->setVerticalSpacing(8);
+    saving->addWidget(labelFor(videoQuality_, Localization::string("Settings.VideoQuality")), 0, 0);
+    saving->addWidget(videoQuality_, 0, 1);
+    saving->addWidget(labelFor(sound_, Localization::string("Settings.Sound")), 1, 0);
+    saving->addWidget(sound_, 1, 1);
+    saving->addWidget(labelFor(subtitles_, Localization::string("Settings.Subtitles")), 2, 0);
+    saving->addWidget(subtitles_, 2, 1);
+    saving->addWidget(automaticSubtitles_, 3, 1);
+    saving->addWidget(tagFiles_, 4, 0, 1, 3);
+    saving->setColumnStretch(2, 1);
+
     auto* layout = new QVBoxLayout(window_);
     layout->setContentsMargins(20, 16, 20, 20);
     layout->setSpacing(8);
     layout->addWidget(heading(Localization::string("Settings.Question")));
     layout->addWidget(convert);
     layout->addWidget(keep);
+    layout->addLayout(saving);
     layout->addSpacing(12);
     layout->addWidget(heading(Localization::string("Settings.EngineQuestion")));
     layout->addWidget(automatic);
@@ -274,6 +366,34 @@ SettingsWindowController::SettingsWindowController(tools::ToolKeeper* keeper, QO
     connect(connections_, &QSpinBox::valueChanged, this, [this](int connections) {
         if (!showingStored_)
             store([connections](PendingWrite& pending) { pending.connections = connections; });
+    });
+    connect(videoQuality_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (showingStored_ || index < 0)
+            return;
+        const int height = videoQuality_->itemData(index).toInt();
+        store([height](PendingWrite& pending) { pending.quality = height; });
+    });
+    connect(sound_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (showingStored_ || index < 0)
+            return;
+        const auto sound = static_cast<Settings::Sound>(sound_->itemData(index).toInt());
+        store([sound](PendingWrite& pending) { pending.sound = sound; });
+    });
+    connect(subtitles_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (index < 0)
+            return;
+        const QString choice = subtitles_->itemData(index).toString();
+        automaticSubtitles_->setEnabled(!choice.isEmpty());
+        if (!showingStored_)
+            store([&choice](PendingWrite& pending) { pending.subtitles = choice; });
+    });
+    connect(automaticSubtitles_, &QCheckBox::toggled, this, [this](bool automatic) {
+        if (!showingStored_)
+            store([automatic](PendingWrite& pending) { pending.automaticSubtitles = automatic; });
+    });
+    connect(tagFiles_, &QCheckBox::toggled, this, [this](bool tag) {
+        if (!showingStored_)
+            store([tag](PendingWrite& pending) { pending.tagFiles = tag; });
     });
     connect(keepCurrent_, &QCheckBox::toggled, this, [this](bool keep) {
         if (!showingStored_)
@@ -376,10 +496,11 @@ SettingsWindowController::~SettingsWindowController()
 void SettingsWindowController::windowDidLoad()
 {
     // A click whose write has not landed yet is what the store will hold.
-    std::optional<bool> convert, keepCurrent;
-    std::optional<int> connections;
+    std::optional<bool> convert, keepCurrent, tagFiles, automaticSubtitles;
+    std::optional<int> connections, quality;
+    std::optional<Settings::Sound> sound;
     std::optional<engine::Kind> kind;
-    std::optional<QString> program, signIn;
+    std::optional<QString> program, signIn, subtitles;
     {
         const std::lock_guard values(pending_->latest);
         convert = pending_->convert;
@@ -388,6 +509,11 @@ void SettingsWindowController::windowDidLoad()
         signIn = pending_->signIn;
         keepCurrent = pending_->keepCurrent;
         connections = pending_->connections;
+        quality = pending_->quality;
+        sound = pending_->sound;
+        tagFiles = pending_->tagFiles;
+        subtitles = pending_->subtitles;
+        automaticSubtitles = pending_->automaticSubtitles;
     }
     const engine::Choice stored = Settings::engineChoice();
     showingStored_ = true;
@@ -396,9 +522,26 @@ void SettingsWindowController::windowDidLoad()
     signIn_->setCurrentIndex(std::max(0, signIn_->findData(signIn.value_or(stored.signIn))));
     keepCurrent_->setChecked(keepCurrent.value_or(Settings::keepToolsCurrent()));
     connections_->setValue(connections.value_or(Settings::connectionsPerDownload()));
+    videoQuality_->setCurrentIndex(std::max(0, videoQuality_->findData(quality.value_or(Settings::videoQuality()))));
+    sound_->setCurrentIndex(std::max(0, sound_->findData(static_cast<int>(sound.value_or(Settings::sound())))));
+    tagFiles_->setChecked(tagFiles.value_or(Settings::tagFiles()));
+    showSubtitles(subtitles.value_or(Settings::subtitles()));
+    automaticSubtitles_->setChecked(automaticSubtitles.value_or(Settings::automaticSubtitles()));
     showingStored_ = false;
     folderLabel_->setText(Settings::downloadFolder());
     showTools(program.value_or(stored.ytDlp));
+}
+
+void SettingsWindowController::showSubtitles(const QString& choice)
+{
+    int index = subtitles_->findData(choice);
+    if (index < 0) {
+        // One chosen elsewhere (the command line takes any code): offered from now on.
+        subtitles_->addItem(languageName(choice), choice);
+        index = subtitles_->count() - 1;
+    }
+    subtitles_->setCurrentIndex(index);
+    automaticSubtitles_->setEnabled(!choice.isEmpty());
 }
 
 void SettingsWindowController::showTools(const QString& chosen)

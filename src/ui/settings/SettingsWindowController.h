@@ -51,6 +51,15 @@ public:
     QComboBox* signIn() const { return signIn_; }
     // How many connections one download may use at once (1 to 8).
     QSpinBox* connections() const { return connections_; }
+    // The highest picture Download video saves: its data the height, 0 the best.
+    QComboBox* videoQuality() const { return videoQuality_; }
+    // How sound tracks are saved: its data a Settings::Sound.
+    QComboBox* sound() const { return sound_; }
+    QCheckBox* tagFiles() const { return tagFiles_; }
+    // Its data: "" none, "system", else a language code.
+    QComboBox* subtitles() const { return subtitles_; }
+    // Only while some subtitles are chosen.
+    QCheckBox* automaticSubtitles() const { return automaticSubtitles_; }
 
     void showWindow();
     // The yt-dlp program to run from now on; empty: the newer of Melodrift's own and PATH's.
@@ -77,6 +86,8 @@ private:
     void updateEnded(const QList<tools::Outcome>& outcomes);
 
     void windowDidLoad();
+    // Shows the subtitles stored, naming a language the list does not offer.
+    void showSubtitles(const QString& choice);
     void save(bool convert);
     struct PendingWrite;
     // Takes the choice into the pending values and stores them off this thread.
@@ -97,6 +108,11 @@ private:
     QCheckBox* keepCurrent_;
     QComboBox* signIn_;
     QSpinBox* connections_;
+    QComboBox* videoQuality_;
+    QComboBox* sound_;
+    QCheckBox* tagFiles_;
+    QComboBox* subtitles_;
+    QCheckBox* automaticSubtitles_;
     int toolsAsked_ = 0;
     QString program_; // the yt-dlp shown, where it was found
     QString chosen_;  // the program chosen, as stored

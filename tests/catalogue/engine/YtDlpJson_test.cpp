@@ -86,6 +86,38 @@ TEST(YtDlpVideo, FormatsBecomeStreamsAndTheBestAreChosen)
     EXPECT_EQ(record->UrlWithBestPicture()->url(), withItag(v.formats, "137")->url);
     EXPECT_EQ(record->UrlWithBestSound()->url(), withItag(v.formats, "140")->url);
     EXPECT_TRUE(record->isBetterJoined());
+
+    // One choice a height, highest first: MP4 before WebM at 720, the stream with
+    // both at 360, HDR and frame rate said, sizes added up where both are known.
+    QStringList labels;
+    for (const YouTubeVideo::Quality& q : record->qualities())
+        labels << q.label() + (q.sound ? "+" : "") + (q.bytes ? "=" + QString::number(q.bytes) : "");
+    EXPECT_EQ(labels, QStringList({"2160p60 HDR+", "1080p+=55828800", "720p+", "360p", "144p+"}));
+    const auto upTo = [&](int height) { return record->qualityUpTo(height)->picture->url(); };
+    EXPECT_EQ(upTo(0), withItag(v.formats, "313")->url);
+    EXPECT_EQ(upTo(1440), withItag(v.formats, "137")->url);
+    EXPECT_EQ(upTo(720), withItag(v.formats, "136")->url);
+    EXPECT_EQ(upTo(480), both->url);
+    EXPECT_EQ(upTo(100), withItag(v.formats, "160")->url); // nothing that low: the lowest
+    EXPECT_EQ(record->qualityUpTo(1080)->sound->url(), withItag(v.formats, "140")->url);
+
+    // What the files are titled with: the channel, the date, the largest picture
+    // and the WebVTT subtitles, the uploader's before the automatic ones.
+    EXPECT_EQ(v.about.channel, "Harbour Films");
+    EXPECT_EQ(v.about.uploadDate, "2024-01-31");
+    EXPECT_EQ(v.about.cover, QUrl("https://i.ytimg.com/vi_webp/SGFyYm91ckw/maxresdefault.webp"));
+    record->setAbout(v.about);
+    const auto subtitles = [&](const char* language, bool automatic) {
+        const auto track = record->subtitlesIn(language, automatic);
+        return track ? track->url.toString() : QString();
+    };
+    EXPECT_EQ(subtitles("en", false), "https://www.youtube.com/api/timedtext?v=SGFyYm91ckw&lang=en-GB&fmt=vtt");
+    EXPECT_EQ(subtitles("en", true), subtitles("en", false));
+    EXPECT_EQ(subtitles("de", false), "");
+    EXPECT_EQ(subtitles("de", true), "https://www.youtube.com/api/timedtext?v=SGFyYm91ckw&lang=de&kind=asr&fmt=vtt");
+    EXPECT_EQ(subtitles("e", true), "");
+    EXPECT_EQ(v.about.subtitles.size(), 2); // no live chat, no automatic English without WebVTT
+
     record->setSeparateUrls({});
     EXPECT_FALSE(record->isBetterJoined());
 }
@@ -93,7 +125,11 @@ TEST(YtDlpVideo, FormatsBecomeStreamsAndTheBestAreChosen)
 TEST(YtDlpVideo, WhatAStrangerSendsIsCheckedOrRefused)
 {
     const ExtractedVideo v = video(R"json({"title": "T (1)", "extractor": "html5", "duration": 1e300,
-        "thumbnail": "file:///etc/passwd", "formats": [
+        "thumbnail": "file:///etc/passwd", "upload_date": "20241345",
+        "channel": " \u001b[31mRed\u0007  Channel\u2028 ", "thumbnails": [{"url": "javascript:alert(1)", "width": 9000}],
+        "subtitles": {"en": [{"ext": "vtt", "url": "file:///etc/passwd"}], "../x": [{"ext": "vtt", "url": "https://h/s.vtt"}],
+                      "fr": [{"url": "https://h/t?fmt=vtt"}]},
+        "formats": [
         {"url": "file:///etc/passwd", "ext": "mp4", "height": 720},
         {"url": "rtmpe://host/stream", "protocol": "rtmpe", "ext": "flv"},
         {"url": "https://h/a?itag=1&", "ext": "mp4\"x", "vcodec": "avc1\"; x=\"", "height": 999999,
@@ -104,6 +140,15 @@ TEST(YtDlpVideo, WhatAStrangerSendsIsCheckedOrRefused)
     EXPECT_EQ(v.title, "T");
     EXPECT_EQ(v.seconds, 0);
     EXPECT_FALSE(v.thumbnail);
+    EXPECT_FALSE(v.about.cover);
+    EXPECT_EQ(v.about.uploadDate, "");
+    EXPECT_EQ(v.about.channel, "[31mRed Channel");
+    // Only a web address of a language: a track whose kind yt-dlp could not tell, by its address.
+    ASSERT_EQ(v.about.subtitles.size(), 1);
+    EXPECT_EQ(v.about.subtitles[0].language, "fr");
+    EXPECT_EQ(readVideo(R"({"title": "x", "url": "https://h/v.mp4", "channel": ")" + QByteArray(5000, 'c') + R"("})")
+                  .value->about.channel.size(),
+              longestChannel);
     EXPECT_EQ(v.refusedSchemes, QStringList({"file", "rtmpe"}));
     ASSERT_EQ(v.formats.size(), 2);
     const Format& odd = v.formats[1];

@@ -1,16 +1,18 @@
 """The window with the yt-dlp engine (Debian's real yt-dlp against the stand-in):
 a search and a download, yt-dlp's reason for a page without a video, no yt-dlp
-left behind by a superseded search; and the classic engine's failed search
-offering yt-dlp."""
+left behind by a superseded search, a quality chosen in the preview; and the
+classic engine's failed search offering yt-dlp."""
 
+import json
 import os
+import subprocess
 import unittest
 
 import pyatspi
 
 from desktop import DesktopTest, Service, wait_for
 
-GLIDER = "Game of Life: Glider Parade"
+GLIDER, GLIDER_ID = "Game of Life: Glider Parade", "R2FtZU9mTGk"
 BARS = 'The "Quoted" Colour Bars'
 
 
@@ -62,6 +64,56 @@ class YtDlp(DesktopTest):
         self.assertLessEqual(len(yt_dlp_children(pid)), 1)
         run.row(BARS, timeout=60)
         wait_for(lambda: not yt_dlp_children(pid), 10, "no yt-dlp left")
+
+    def record_pictures_and_sound_apart(self, video_id):
+        """A yt-dlp on PATH that answers with what the stand-in offers, reshaped
+        as the real service offers it: the 720p and 360p MP4 streams as pictures
+        alone, the 360p one's sound alone too."""
+        answer = json.loads(subprocess.run(["/usr/bin/yt-dlp", "--ignore-config", "-J", self.service.watch(video_id)],
+                                           check=True, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                           timeout=60).stdout)
+        formats = []
+        for format in answer["formats"]:
+            if "itag=22&" in format["url"] or "itag=18&" in format["url"]:
+                height = 720 if "itag=22&" in format["url"] else 360
+                formats.append(dict(format, format_id="%dp" % height, vcodec="avc1.4d401f", acodec="none",
+                                    height=height))
+                if height == 360:
+                    formats.append(dict(format, format_id="sound", vcodec="none", acodec="mp4a.40.2", ext="m4a",
+                                        abr=96, height=None))
+            else:
+                formats.append(format)
+        answer["formats"] = formats
+        recorded = self.home + "/recorded.json"
+        with open(recorded, "w") as f:
+            json.dump(answer, f)
+        program = self.home + "/bin/yt-dlp"
+        with open(program, "w") as f:
+            f.write("#!/bin/sh\nexec /usr/bin/yt-dlp --load-info-json '%s' \"$@\"\n" % recorded)
+        os.chmod(program, 0o755)
+
+    @unittest.skipIf(os.environ.get("MELODRIFT_E2E_NO_WEB_ENGINE"), "the web engine is not run under ThreadSanitizer")
+    def test_a_quality_chosen_in_the_preview_is_the_one_saved(self):
+        self.record_pictures_and_sound_apart(GLIDER_ID)
+        run = self.start("--engine", "yt-dlp")
+        run.search(self.service.watch(GLIDER_ID))
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Preview", root=run.row(GLIDER, timeout=60)))
+        preview = run.wait(pyatspi.ROLE_DIALOG, GLIDER, timeout=30)
+        streams = run.wait(pyatspi.ROLE_LIST, "Streams", root=preview, timeout=30)
+        rows = wait_for(lambda: [item.name for item in run.find_all(pyatspi.ROLE_LIST_ITEM, root=streams)
+                                 if item.name], 30, "the outline")
+        self.assertEqual(rows[:3], ["Video quality", "720p \u00b7 joined", "480p \u00b7 with sound"])
+        lower = run.find(pyatspi.ROLE_LIST_ITEM, "360p \u00b7 joined", root=streams)
+        run.click(lower)
+        wait_for(lambda: lower.getState().contains(pyatspi.STATE_SELECTED), 10, "the 360p row to be chosen")
+        run.press(run.wait(pyatspi.ROLE_PUSH_BUTTON, "Download video", root=preview))
+        run.wait(pyatspi.ROLE_PUSH_BUTTON, "Open Downloads folder")
+        self.assertIn("Done", run.text_of(run.ended(GLIDER)))
+        saved = os.path.join(self.home, "Downloads", GLIDER + ".mp4")
+        height = subprocess.run(["ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
+                                 "stream=height", "-of", "csv=p=0", saved],
+                                check=True, stdout=subprocess.PIPE, text=True).stdout.strip()
+        self.assertEqual(height, "360")
 
     def test_the_classic_engines_failed_search_offers_yt_dlp(self):
         base = self.service.base

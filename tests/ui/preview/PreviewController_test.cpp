@@ -11,6 +11,7 @@
 #include "ui/preview/StreamOutlineModel.h"
 #include "alert_recorder.h"
 
+#include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QLabel>
 #include <QListView>
@@ -214,6 +215,85 @@ private slots:
         preview->downloadVideoClick();
         QCOMPARE(sent.size(), 1);
         QVERIFY(!preview->window()->isVisible());
+        preview->videoEvent.reset();
+    }
+
+    // Pictures alone (as yt-dlp reads them) put the heights to save at first;
+    // the streams below keep their rows' meaning. (A quality's file: the desktop
+    // end-to-end run.)
+    void qualitiesComeFirstPlayTheirPictureAndAreSavedByTheirEvent()
+    {
+        const auto v = video("VGVzdENhcmQ");
+        v->parseUrls();
+        const auto separate = [&](YouTubeUrl::Media media, const std::string& type, qint64 bytes) {
+            const auto s = YouTubeUrl::init({v->Urls().first()->url().toString().toStdString(), "hd1080", type});
+            s->setMedia(media);
+            s->setBytes(bytes);
+            return s;
+        };
+        const auto picture = separate(YouTubeUrl::Media::PictureOnly, "video/mp4; codecs=\"avc1.640028\"", 42'500'000);
+        picture->setHeight(1080);
+        picture->setFps(60);
+        const auto sound = separate(YouTubeUrl::Media::SoundOnly, "audio/mp4", 2'500'000);
+        v->setSeparateUrls({picture, sound});
+        QAbstractItemModelTester tester(preview->model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        preview->setVideo(v);
+        QTRY_VERIFY_WITH_TIMEOUT(selectedRow(*preview) >= 0, 30000);
+
+        const StreamOutlineModel& model = *preview->model();
+        const int qualities = model.qualityRowCount();
+        QCOMPARE(qualities, int(v->qualities().size()) + 1);
+        QCOMPARE(model.index(0).data().toString(), QString("Video quality"));
+        QCOMPARE(model.index(1).data().toString(), QString::fromUtf8("1080p60 · joined · 45.0 MB"));
+        const YouTubeVideo::Quality second = v->qualities().at(1);
+        QCOMPARE(model.index(2).data().toString(), second.label() + QString::fromUtf8(" · with sound"));
+        QList<StreamOutlineModel::Item> streams;
+        for (const QString& title : v->localizedQualitys()) {
+            streams << title;
+            for (const auto& s : v->SortedUrls().value(title))
+                streams << s;
+        }
+        QCOMPARE(model.outlineItems().mid(qualities), streams);
+        // A stream with sound still plays first.
+        QCOMPARE(selectedRow(*preview), model.firstStreamOfType("video/mp4"));
+        QVERIFY(selectedRow(*preview) > qualities);
+
+        // A quality plays its picture; the streams' first title is passed both ways.
+        QItemSelectionModel& selection = *preview->outlineView()->selectionModel();
+        selection.setCurrentIndex(model.index(qualities - 1), QItemSelectionModel::ClearAndSelect);
+        selection.setCurrentIndex(model.index(qualities), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(selectedRow(*preview), qualities + 1);
+        selection.setCurrentIndex(model.index(qualities), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(selectedRow(*preview), qualities - 1);
+        selection.setCurrentIndex(model.index(0), QItemSelectionModel::ClearAndSelect);
+        QCOMPARE(selectedRow(*preview), 1);
+        QCOMPARE(preview->videoTypeLabel()->text(), picture->type());
+
+        QList<std::pair<std::shared_ptr<YouTubeUrl>, bool>> qualitiesSent;
+        QList<std::shared_ptr<YouTubeUrl>> streamsSent;
+        preview->qualityEvent.set([&](PreviewController&, std::shared_ptr<YouTubeVideo> got, YouTubeVideo::Quality q,
+                                      bool audio) {
+            QCOMPARE(got, v);
+            qualitiesSent.append({q.picture, audio});
+        });
+        preview->videoEvent.set([&](PreviewController&, std::shared_ptr<YouTubeVideo>, std::shared_ptr<YouTubeUrl> s) {
+            streamsSent << s;
+        });
+        QTest::mouseClick(preview->downloadVideoButton(), Qt::LeftButton);
+        QVERIFY(!preview->window()->isVisible());
+        preview->window()->show();
+        selection.setCurrentIndex(model.index(2), QItemSelectionModel::ClearAndSelect);
+        preview->downloadAudioClick();
+        const QList<std::pair<std::shared_ptr<YouTubeUrl>, bool>> expected{{picture, false}, {second.picture, true}};
+        QCOMPARE(qualitiesSent, expected);
+        // Below the qualities, the row counted from the first one after them.
+        preview->window()->show();
+        const int stream = model.firstStreamOfType("video/mp4");
+        selection.setCurrentIndex(model.index(stream), QItemSelectionModel::ClearAndSelect);
+        preview->downloadVideoClick();
+        QCOMPARE(streamsSent, QList<std::shared_ptr<YouTubeUrl>>{v->Urls().at(stream - qualities)});
+        QCOMPARE(qualitiesSent.size(), 2);
+        preview->qualityEvent.reset();
         preview->videoEvent.reset();
     }
 

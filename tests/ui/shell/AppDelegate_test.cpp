@@ -21,6 +21,8 @@
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QButtonGroup>
+#include <QCheckBox>
+#include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QMessageBox>
@@ -162,6 +164,52 @@ private slots:
         QVERIFY(refusal->text().contains(mine));
         QCOMPARE(settings->folderLabel()->text(), folder);
         QCOMPARE(Settings::downloadFolder(), folder);
+    }
+
+    // How files are saved: the stored choices shown, each new one stored at once.
+    void savingChoicesShowWhatIsStoredAndStoreEachChoice()
+    {
+        test_home home;
+        Settings::setVideoQuality(720);
+        Settings::setSound(Settings::Sound::Original);
+        Settings::setTagFiles(false);
+        Settings::setSubtitles("eo"); // a language the list does not offer
+        Settings::setAutomaticSubtitles(true);
+        AppDelegate app(nowhere(), &alerts);
+        app.settingsClick();
+        SettingsWindowController& settings = *app.settingsWindowController();
+        QComboBox& quality = *settings.videoQuality();
+        QComboBox& sound = *settings.sound();
+        QComboBox& subtitles = *settings.subtitles();
+        for (QWidget* control : std::initializer_list<QWidget*>{&quality, &sound, &subtitles, settings.tagFiles(),
+                                                                settings.automaticSubtitles()})
+            QVERIFY(!control->accessibleName().isEmpty());
+        QCOMPARE(quality.currentText(), QString("Up to 720p"));
+        QCOMPARE(sound.currentData().toInt(), int(Settings::Sound::Original));
+        QVERIFY(!settings.tagFiles()->isChecked());
+        QCOMPARE(subtitles.currentText(), QString("Esperanto"));
+        QVERIFY(settings.automaticSubtitles()->isChecked() && settings.automaticSubtitles()->isEnabled());
+        QCOMPARE(subtitles.itemText(subtitles.findData("pt-BR")), QString("Portuguese (Brazil)"));
+
+        constexpr int slow = 20000; // each write lands on a worker
+        quality.setCurrentIndex(quality.findText("Best"));
+        QTRY_COMPARE_WITH_TIMEOUT(Settings::videoQuality(), 0, slow);
+        quality.setCurrentIndex(quality.findText("Up to 1440p"));
+        sound.setCurrentIndex(sound.findData(int(Settings::Sound::MP3)));
+        settings.tagFiles()->click();
+        subtitles.setCurrentIndex(subtitles.findText("German"));
+        QTRY_COMPARE_WITH_TIMEOUT(Settings::subtitles(), QString("de"), slow);
+        QCOMPARE(Settings::videoQuality(), 1440);
+        QCOMPARE(Settings::sound(), Settings::Sound::MP3);
+        QVERIFY(Settings::tagFiles());
+        subtitles.setCurrentIndex(subtitles.findData("system"));
+        settings.automaticSubtitles()->click();
+        QTRY_VERIFY_WITH_TIMEOUT(!Settings::automaticSubtitles(), slow);
+        QCOMPARE(Settings::subtitles(), QString("system"));
+        // With none, the automatic ones are no choice.
+        subtitles.setCurrentIndex(0);
+        QVERIFY(!settings.automaticSubtitles()->isEnabled());
+        QTRY_COMPARE_WITH_TIMEOUT(Settings::subtitles(), QString(), slow);
     }
 
     // The window's ways in: the sidebar, a dropped link, and the keys.

@@ -161,6 +161,15 @@ std::shared_ptr<DownloadItem> DownloadItem::initResumed(const std::shared_ptr<Yo
             made->setConvert(*job.convert);
         item = made;
     }
+    // A page read again may not say what the search did of the video.
+    YouTubeVideo::About about = video->about();
+    if (about.channel.isEmpty())
+        about.channel = job.channel;
+    if (about.uploadDate.isEmpty())
+        about.uploadDate = job.uploadDate;
+    if (const QUrl cover(job.cover, QUrl::StrictMode); !about.cover && platform::isWebAddress(cover))
+        about.cover = cover;
+    video->setAbout(about);
     SaveOptions options = SaveOptions::current();
     options.convert = job.convert;
     if (job.sound)
@@ -188,6 +197,11 @@ PartialJob DownloadItem::partialJob() const
     job.sound = options_.sound;
     job.tags = options_.tags;
     job.subtitles = options_.subtitles;
+    const YouTubeVideo::About about = video_->about();
+    job.channel = about.channel;
+    job.uploadDate = about.uploadDate;
+    if (about.cover)
+        job.cover = about.cover->toString(QUrl::FullyEncoded);
     return job;
 }
 

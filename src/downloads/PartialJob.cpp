@@ -50,6 +50,9 @@ bool PartialJob::write(const QString& partial) const
         line("tags", *tags ? QStringLiteral("1") : QStringLiteral("0"));
     if (subtitles)
         line("subtitles", *subtitles);
+    line("channel", channel);
+    line("uploadDate", uploadDate);
+    line("cover", cover);
     return out.commit();
 }
 
@@ -90,6 +93,12 @@ std::optional<PartialJob> PartialJob::read(const QString& partial)
             job.tags = value == QLatin1String("1");
         else if (key == "subtitles" && (value.isEmpty() || Settings::isLanguageCode(value)))
             job.subtitles = value;
+        else if (key == "channel")
+            job.channel = value;
+        else if (key == "uploadDate")
+            job.uploadDate = value;
+        else if (key == "cover")
+            job.cover = value;
     }
     // The sound's partial lies beside the picture's, in the cache, or nowhere.
     if (!job.soundPartial.isEmpty() && QFileInfo(job.soundPartial).absolutePath() != QFileInfo(partial).absolutePath())

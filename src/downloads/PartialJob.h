@@ -22,6 +22,10 @@ struct PartialJob {
     std::optional<Settings::Sound> sound;
     std::optional<bool> tags;
     std::optional<QString> subtitles;
+    // What the saved file is titled with that a page read again may not say.
+    QString channel;
+    QString uploadDate;
+    QString cover;
 
     static QString pathOf(const QString& partial) { return partial + QStringLiteral(".job"); }
     bool write(const QString& partial) const;

@@ -86,6 +86,11 @@ SaveExtras::Files SaveExtras::fetch(const std::optional<QUrl>& cover, const std:
                 files.subtitles = beside + QStringLiteral(".vtt");
         }
     }
+    // The job is gone meanwhile (its program may be ending): nothing is left behind.
+    if (cancel && cancel->isCancelled()) {
+        remove(files);
+        return {};
+    }
     return files;
 }
 

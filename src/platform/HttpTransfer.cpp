@@ -154,6 +154,9 @@ void HttpTransfer::stop()
         reply->deleteLater();
     else
         delete reply;
+    // A connection of its own goes with it now: a manager kept alive would send
+    // the request of a broken connection again by itself.
+    lane_.reset();
 }
 
 void HttpTransfer::abort()

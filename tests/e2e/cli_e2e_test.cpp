@@ -346,21 +346,19 @@ TEST_F(EndToEnd, TransfersGoOnWhereTheyBrokeAndAskForNarrowPieces)
         EXPECT_EQ(media::contents(file), whole);
         QFile::remove(file);
         s.stop();
-        auto answers = mediaAnswers(s.printed());
-        // Qt's network layer may send the request of a connection the server
-        // closed again by itself; the transfer, asking anew, drops that one at
-        // once (and the stand-in counts it as one of its cuts).
-        const auto dropped =
-            std::erase_if(answers, [](const media_answer& a) { return a.status == 206 && a.sent == 0; });
-        EXPECT_LE(dropped, 1u);
-        ASSERT_EQ(answers.size() + dropped, 4u) << s.printed().toStdString();
+        const auto answers = mediaAnswers(s.printed());
+        ASSERT_EQ(answers.size(), 4u) << s.printed().toStdString();
         // Each one asked for the rest from where the last one broke (what the
-        // connection still held when it closed is what came).
-        for (std::size_t i = 0; i + 1 < answers.size(); ++i) {
-            EXPECT_EQ(answers[i].sent, 300000);
-            EXPECT_GT(answers[i + 1].first, answers[i].first);
+        // connection still held when it closed is what came). Qt's network layer
+        // may send the request of a connection the server closed once more by
+        // itself, before the transfer asks anew: that one starts where the last
+        // did, and the stand-in counts it among its cuts.
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_TRUE(answers[i].sent == 300000 || answers[i].sent == 0) << answers[i].sent;
+            EXPECT_GE(answers[i + 1].first, answers[i].first);
             EXPECT_LE(answers[i + 1].first, answers[i].first + 300000);
         }
+        EXPECT_GT(answers.back().first, 0);
         EXPECT_EQ(answers.back().last, whole.size() - 1);
     }
     {
